@@ -1,0 +1,22 @@
+# Interface targets that every target of the project links.
+
+add_library(lumo_warnings INTERFACE)
+target_compile_options(lumo_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    $<$<BOOL:${LUMO_WERROR}>:-Werror>)
+
+# Arithmetic that gives the same bits on every instruction set: no fused multiply-add, no
+# re-association. Ignoring traps and errno changes no value; it lets loops vectorise.
+add_library(lumo_arithmetic INTERFACE)
+target_compile_options(lumo_arithmetic INTERFACE
+    -ffp-contract=off -fno-trapping-math -fno-math-errno)
+
+add_library(lumo_sanitizers INTERFACE)
+if(LUMO_SANITIZE)
+    target_compile_options(lumo_sanitizers INTERFACE
+        -fsanitize=${LUMO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(lumo_sanitizers INTERFACE -fsanitize=${LUMO_SANITIZE})
+endif()
+
+find_package(OpenMP REQUIRED COMPONENTS CXX)
