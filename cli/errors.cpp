@@ -1,0 +1,46 @@
+#include "errors.h"
+
+#include <cctype>
+#include <system_error>
+
+namespace qva {
+
+Error::Error(int exitCode, const std::string& name, const std::string& reason)
+    : std::runtime_error(name + ": " + reason), exitCode_(exitCode)
+{
+}
+
+Failure::Failure(const std::string& name, const std::string& reason)
+    : Error(exitFailed, name, reason)
+{
+}
+
+Misuse::Misuse(const std::string& name, const std::string& reason)
+    : Error(exitMisused, name, reason)
+{
+}
+
+std::string SystemReason(int errorNumber)
+{
+    std::string reason = std::generic_category().message(errorNumber);
+    if (!reason.empty()) {
+        reason[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(reason[0])));
+    }
+    return reason;
+}
+
+std::string OneLine(std::string text)
+{
+    for (char& letter : text) {
+        const auto code = static_cast<unsigned char>(letter);
+        if (code < 0x20 || code == 0x7f) {
+            letter = ' ';
+        }
+    }
+    while (!text.empty() && text.back() == ' ') {
+        text.pop_back();
+    }
+    return text;
+}
+
+} // namespace qva

@@ -1,0 +1,44 @@
+// Failures of the host program, each with the exit code it ends in.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace qva {
+
+/// Exit codes of the program.
+constexpr int exitDone = 0;
+constexpr int exitFailed = 1;
+constexpr int exitMisused = 2;
+
+/// A failure whose text reads "NAME: reason" and names the file or option.
+class Error : public std::runtime_error {
+public:
+    Error(int exitCode, const std::string& name, const std::string& reason);
+
+    int ExitCode() const noexcept { return exitCode_; }
+
+private:
+    int exitCode_;
+};
+
+/// The work could not be done: a bad file, a full disk. Exit code 1.
+class Failure : public Error {
+public:
+    Failure(const std::string& name, const std::string& reason);
+};
+
+/// The program was asked for something that makes no sense. Exit code 2.
+class Misuse : public Error {
+public:
+    Misuse(const std::string& name, const std::string& reason);
+};
+
+/// The operating system's words for an errno value, in lower case.
+std::string SystemReason(int errorNumber);
+
+/// @return text with every control character (line ends too) replaced by a space, so that a
+///         message stays on one line whatever a file name or a library puts into it.
+std::string OneLine(std::string text);
+
+} // namespace qva

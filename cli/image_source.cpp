@@ -1,0 +1,99 @@
+#include "image_source.h"
+
+#include "errors.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fmt/format.h>
+#include <limits>
+#include <string_view>
+#include <sys/stat.h>
+
+namespace qva {
+
+namespace {
+
+using Maker = std::unique_ptr<ImageSource> (*)();
+
+struct Signature {
+    std::string_view bytes;
+    Maker make;
+};
+
+constexpr Signature signatures[] = {
+    {std::string_view("\x76\x2f\x31\x01", 4), MakeExrSource},
+    {std::string_view("\x89PNG\r\n\x1a\n", 8), MakePngSource},
+    {std::string_view("II*\0", 4), MakeTiffSource},
+    {std::string_view("MM\0*", 4), MakeTiffSource},
+    {std::string_view("II+\0", 4), MakeTiffSource},
+    {std::string_view("MM\0+", 4), MakeTiffSource},
+    {std::string_view("#?", 2), MakeHdrSource},
+};
+
+std::string FirstBytes(const std::string& path)
+{
+    struct stat status {};
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) {
+        throw Failure(path, SystemReason(errno));
+    }
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> closer(file, std::fclose);
+    // The readers go over a picture twice, which a pipe does not allow.
+    if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) {
+        throw Failure(path, S_ISDIR(status.st_mode) ? "is a directory" : "is not a regular file");
+    }
+    std::array<char, 8> bytes{};
+    const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), file);
+    if (std::ferror(file) != 0) {
+        throw Failure(path, SystemReason(errno));
+    }
+    if (count == 0) {
+        throw Failure(path, "is empty");
+    }
+    return std::string(bytes.data(), count);
+}
+
+} // namespace
+
+std::unique_ptr<ImageSource> OpenImage(const std::string& path, std::uint64_t maxPixels)
+{
+    const std::string first = FirstBytes(path);
+    for (const Signature& signature : signatures) {
+        if (first.starts_with(signature.bytes)) {
+            std::unique_ptr<ImageSource> source = signature.make();
+            source->Open(path, maxPixels);
+            return source;
+        }
+    }
+    throw Failure(path, "is not an OpenEXR, Radiance HDR, PNG or TIFF picture");
+}
+
+void CheckSize(const std::string& path, ImageSize size, std::uint64_t maxPixels)
+{
+    constexpr std::int64_t longestSide = std::numeric_limits<std::int32_t>::max();
+    if (size.width < 1 || size.height < 1) {
+        throw Failure(path, "the picture has no pixels");
+    }
+    if (size.width > longestSide || size.height > longestSide) {
+        throw Failure(path, fmt::format("{} x {} pixels: a side is longer than {}", size.width,
+                                        size.height, longestSide));
+    }
+    // Both sides fit 31 bits, so the product fits 62.
+    if (static_cast<std::uint64_t>(size.width) * static_cast<std::uint64_t>(size.height) >
+        maxPixels) {
+        throw Failure(path, fmt::format("{} x {} pixels are more than the {} that --max-pixels "
+                                        "allows",
+                                        size.width, size.height, maxPixels));
+    }
+}
+
+std::int64_t RowsPerBlock(ImageSize size)
+{
+    constexpr std::int64_t blockPixels = 1 << 18;
+    return std::clamp<std::int64_t>(blockPixels / size.width, 1, size.height);
+}
+
+} // namespace qva

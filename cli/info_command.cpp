@@ -1,0 +1,22 @@
+// qva info
+#include "options.h"
+#include "renderer.h"
+#include "report.h"
+
+#include <fmt/format.h>
+
+namespace qva {
+
+void RunInfo(const InfoOptions& options)
+{
+    SetThreads(0);
+    Progress progress(true);
+    std::unique_ptr<ImageSource> source;
+    const Examination found =
+        Examine(options.photo, options.source, options.maxPixels, progress, source);
+    progress.Clear();
+    fmt::print("{}", options.json ? ReportJson(found, options.threshold)
+                                  : ReportText(found, options.threshold));
+}
+
+} // namespace qva

@@ -1,0 +1,29 @@
+// The ICC profile of the output device: read, and checked before the library sees it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace qva {
+
+/// The bytes of a profile whose header tells their number truly.
+struct PrinterProfile {
+    std::vector<unsigned char> bytes;
+    std::string description; ///< for people; the file's name where the profile has none
+    bool isBuiltIn = false;
+};
+
+/// The generic photo-paper profile that is compiled in.
+PrinterProfile BuiltInProfile();
+
+/// Reads and checks a profile. The library would render without its device step, and say nothing,
+/// where a profile cannot be used; so everything it needs is checked here.
+/// @throws Failure where the file cannot be read, its size field is not its length, or it is not
+///         a profile of an output device, a display or a colour space that works both ways.
+PrinterProfile ReadPrinterProfile(const std::string& path);
+
+/// The checks of ReadPrinterProfile on bytes.
+/// @param name  for messages.
+void CheckPrinterProfile(const std::vector<unsigned char>& bytes, const std::string& name);
+
+} // namespace qva

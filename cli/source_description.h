@@ -1,0 +1,57 @@
+// What a picture file says about itself, before anybody decides what it means.
+#pragma once
+
+#include "chromaticities.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qva {
+
+/// Columns and rows. Sides lie in 1 ... 2^31 - 1 once a size has been checked.
+struct ImageSize {
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+};
+
+/// Code points of ITU-T H.273, as a PNG cICP chunk or an ICC cicp tag holds them.
+struct CodePoints {
+    int primaries = 0;
+    int transfer = 0;
+    int matrix = 0;
+    bool fullRange = true;
+};
+
+/// The statements about colour found in a file; nothing is set that the file does not say.
+struct ColourTags {
+    std::optional<CodePoints> codePoints;
+    std::vector<unsigned char> profile; ///< bytes of an embedded ICC profile
+    bool srgb = false;                  ///< PNG's sRGB chunk
+    std::optional<double> gamma;        ///< exponent from signal to light, PNG's gAMA
+    std::optional<Chromaticities> chromaticities;
+    std::optional<double> whiteLuminance; ///< cd/m² of the value 1.0
+};
+
+/// A picture file as it was found.
+struct SourceDescription {
+    std::string path;
+    std::string format;  ///< for people: "OpenEXR", "PNG"
+    ImageSize size;      ///< as stored, before the orientation is applied
+    int orientation = 1; ///< 1 ... 8, the values of the TIFF tag 274
+    int bits = 0;        ///< of one sample
+    bool isFloat = false;
+    bool isGrey = false; ///< one channel, delivered as three equal ones
+    bool hasAlpha = false;
+    bool sceneLinear = false; ///< the format holds scene-linear values by definition
+    ColourTags tags;
+};
+
+/// @return the largest integer sample, or 1 for floating-point samples.
+double FullScale(const SourceDescription& description);
+
+/// @return the size after the orientation is applied.
+ImageSize UprightSize(const SourceDescription& description);
+
+} // namespace qva

@@ -1,0 +1,300 @@
+// TIFF pictures of 8- or 16-bit integers or 16- or 32-bit floating-point samples.
+#include "errors.h"
+#include "image_source.h"
+
+#include <Imath/half.h>
+#include <algorithm>
+#include <cstring>
+#include <fmt/format.h>
+#include <tiffio.h>
+#include <vector>
+
+namespace qva {
+
+namespace {
+
+struct TiffCloser {
+    void operator()(TIFF* file) const { TIFFClose(file); }
+};
+
+/// Rows are decoded in bands: as many rows as a tile is high, a strip's rows where the channels
+/// lie in planes of their own, else single rows.
+class TiffSource : public ImageSource {
+public:
+    void Open(const std::string& path, std::uint64_t maxPixels) override;
+    ImageSize Size() const override { return description_.size; }
+    const SourceDescription& Describe() const override { return description_; }
+    void ReadRows(std::int64_t count, float* rgb) override;
+    void Close() override { file_.reset(); }
+
+private:
+    static int OnError(TIFF*, void* source, const char*, const char* format, va_list arguments);
+    static int OnWarning(TIFF*, void*, const char*, const char*, va_list) { return 1; }
+    template <typename T> T Field(std::uint32_t tag) const;
+    [[noreturn]] void Fail(const std::string& what) const;
+    void OpenFile(const std::string& path);
+    void DescribeSamples();
+    void DescribeColour();
+    void PlanBands(std::uint64_t maxPixels);
+    void ReadBand(std::int64_t first);
+    void ReadStripBand(std::int64_t first);
+    void ReadTileBand(std::int64_t first);
+    void CopyTile(std::int64_t left, std::size_t plane);
+    const unsigned char* SampleOf(std::int64_t bandRow, std::size_t channel) const;
+    void CopyRow(std::int64_t bandRow, float* out) const;
+
+    SourceDescription description_;
+    std::unique_ptr<TIFF, TiffCloser> file_;
+    std::string message_;
+    std::size_t channels_ = 0;
+    std::size_t sampleBytes_ = 0;
+    std::size_t planes_ = 1;     ///< planes that are read: 1, or the colour channels
+    std::size_t pixelBytes_ = 0; ///< from one pixel of a plane to the next
+    std::int64_t tileWidth_ = 0; ///< 0 for strips
+    std::int64_t bandRows_ = 1;
+    std::int64_t bandFirst_ = -1;
+    std::int64_t next_ = 0;
+    std::vector<unsigned char> band_; ///< plane after plane, packed rows
+    std::vector<unsigned char> tile_;
+};
+
+int TiffSource::OnError(TIFF*, void* source, const char*, const char* format, va_list arguments)
+{
+    char text[256];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    static_cast<TiffSource*>(source)->message_ = text;
+    return 1;
+}
+
+void TiffSource::Fail(const std::string& what) const
+{
+    throw Failure(description_.path, message_.empty() ? what : what + ": " + message_);
+}
+
+template <typename T> T TiffSource::Field(std::uint32_t tag) const
+{
+    T value{};
+    TIFFGetFieldDefaulted(file_.get(), tag, &value);
+    return value;
+}
+
+void TiffSource::OpenFile(const std::string& path)
+{
+    const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(
+        TIFFOpenOptionsAlloc(), TIFFOpenOptionsFree);
+    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), OnError, this);
+    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), OnWarning, this);
+    message_.clear();
+    file_.reset(TIFFOpenExt(path.c_str(), "r", options.get()));
+    if (!file_) {
+        Fail("cannot be read as TIFF");
+    }
+}
+
+void TiffSource::Open(const std::string& path, std::uint64_t maxPixels)
+{
+    description_ = {};
+    description_.path = path;
+    description_.format = "TIFF";
+    OpenFile(path);
+    description_.size = {Field<std::uint32_t>(TIFFTAG_IMAGEWIDTH),
+                         Field<std::uint32_t>(TIFFTAG_IMAGELENGTH)};
+    CheckSize(path, description_.size, maxPixels);
+    const int orientation = Field<std::uint16_t>(TIFFTAG_ORIENTATION);
+    description_.orientation = orientation >= 1 && orientation <= 8 ? orientation : 1;
+    DescribeSamples();
+    DescribeColour();
+    PlanBands(maxPixels);
+}
+
+void TiffSource::DescribeSamples()
+{
+    const auto photometric = Field<std::uint16_t>(TIFFTAG_PHOTOMETRIC);
+    channels_ = Field<std::uint16_t>(TIFFTAG_SAMPLESPERPIXEL);
+    description_.bits = Field<std::uint16_t>(TIFFTAG_BITSPERSAMPLE);
+    const auto kind = Field<std::uint16_t>(TIFFTAG_SAMPLEFORMAT);
+    description_.isFloat = kind == SAMPLEFORMAT_IEEEFP;
+    description_.isGrey = photometric == PHOTOMETRIC_MINISBLACK;
+    if (photometric != PHOTOMETRIC_RGB && photometric != PHOTOMETRIC_MINISBLACK) {
+        Fail(fmt::format("its photometric interpretation {} cannot be read, only RGB and grey",
+                         photometric));
+    }
+    const std::size_t colours = description_.isGrey ? 1 : 3;
+    if (channels_ < colours) {
+        Fail(fmt::format("has {} samples per pixel instead of {}", channels_, colours));
+    }
+    description_.hasAlpha = channels_ > colours;
+    const int bits = description_.bits;
+    const bool known = description_.isFloat ? bits == 16 || bits == 32
+                                            : kind != SAMPLEFORMAT_INT && (bits == 8 || bits == 16);
+    if (!known || kind > SAMPLEFORMAT_VOID) {
+        Fail(fmt::format("its {}-bit samples of format {} cannot be read: 8- and 16-bit unsigned "
+                         "and 16- and 32-bit floating-point ones can",
+                         bits, kind));
+    }
+    sampleBytes_ = static_cast<std::size_t>(bits / 8);
+}
+
+void TiffSource::DescribeColour()
+{
+    std::uint32_t size = 0;
+    const void* profile = nullptr;
+    if (TIFFGetField(file_.get(), TIFFTAG_ICCPROFILE, &size, &profile) == 1) {
+        const auto* bytes = static_cast<const unsigned char*>(profile);
+        description_.tags.profile.assign(bytes, bytes + size);
+    }
+}
+
+void TiffSource::PlanBands(std::uint64_t maxPixels)
+{
+    const bool isPlanar = Field<std::uint16_t>(TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE;
+    planes_ = isPlanar && !description_.isGrey ? 3 : 1;
+    pixelBytes_ = sampleBytes_ * (isPlanar ? 1 : channels_);
+    tileWidth_ = 0;
+    bandRows_ = 1;
+    if (TIFFIsTiled(file_.get()) != 0) {
+        const ImageSize tile = {Field<std::uint32_t>(TIFFTAG_TILEWIDTH),
+                                Field<std::uint32_t>(TIFFTAG_TILELENGTH)};
+        // A tile may stick out of a small picture, but not by orders of magnitude.
+        CheckSize(description_.path, tile, std::max<std::uint64_t>(maxPixels, 1U << 20));
+        tileWidth_ = tile.width;
+        bandRows_ = tile.height;
+        tile_.resize(static_cast<std::size_t>(TIFFTileSize64(file_.get())));
+    } else if (isPlanar) {
+        bandRows_ = std::clamp<std::int64_t>(Field<std::uint32_t>(TIFFTAG_ROWSPERSTRIP), 1,
+                                             description_.size.height);
+    }
+    bandFirst_ = -1;
+    next_ = 0;
+    const std::int64_t rows = std::min(bandRows_, description_.size.height);
+    const auto bandPixels = static_cast<std::size_t>(rows * description_.size.width);
+    const std::size_t bytes = bandPixels * pixelBytes_ * planes_;
+    if (tileWidth_ == 0 && bandRows_ == 1 && !isPlanar &&
+        static_cast<std::uint64_t>(TIFFScanlineSize64(file_.get())) != bytes)
+    {
+        Fail("its rows are not packed");
+    }
+    band_.resize(bytes);
+}
+
+void TiffSource::ReadBand(std::int64_t first)
+{
+    message_.clear();
+    if (tileWidth_ != 0) {
+        ReadTileBand(first);
+    } else {
+        ReadStripBand(first);
+    }
+    bandFirst_ = first;
+}
+
+void TiffSource::ReadStripBand(std::int64_t first)
+{
+    const auto row = static_cast<std::uint32_t>(first);
+    const std::size_t planeBytes = band_.size() / planes_;
+    if (planes_ == 1 && bandRows_ == 1) {
+        if (TIFFReadScanline(file_.get(), band_.data(), row, 0) != 1) {
+            Fail("is damaged");
+        }
+        return;
+    }
+    const std::int64_t rows = std::min(bandRows_, description_.size.height - first);
+    const auto wanted = static_cast<tmsize_t>(
+        static_cast<std::size_t>(rows * description_.size.width) * pixelBytes_);
+    for (std::size_t plane = 0; plane < planes_; ++plane) {
+        const auto strip = TIFFComputeStrip(file_.get(), row, static_cast<std::uint16_t>(plane));
+        if (TIFFReadEncodedStrip(file_.get(), strip, band_.data() + plane * planeBytes, wanted) !=
+            wanted) {
+            Fail("is damaged");
+        }
+    }
+}
+
+void TiffSource::ReadTileBand(std::int64_t first)
+{
+    for (std::size_t plane = 0; plane < planes_; ++plane) {
+        for (std::int64_t left = 0; left < description_.size.width; left += tileWidth_) {
+            const auto size = static_cast<tmsize_t>(tile_.size());
+            const auto tile = TIFFComputeTile(file_.get(), static_cast<std::uint32_t>(left),
+                                              static_cast<std::uint32_t>(first), 0,
+                                              static_cast<std::uint16_t>(plane));
+            if (TIFFReadEncodedTile(file_.get(), tile, tile_.data(), size) != size) {
+                Fail("is damaged");
+            }
+            CopyTile(left, plane);
+        }
+    }
+}
+
+void TiffSource::CopyTile(std::int64_t left, std::size_t plane)
+{
+    const std::int64_t width = description_.size.width;
+    const std::size_t planeBytes = band_.size() / planes_;
+    const auto rowBytes = static_cast<std::size_t>(width) * pixelBytes_;
+    const auto rows = static_cast<std::size_t>(std::min(bandRows_, description_.size.height));
+    const std::size_t tileRowBytes = tile_.size() / static_cast<std::size_t>(bandRows_);
+    const std::size_t used =
+        static_cast<std::size_t>(std::min(tileWidth_, width - left)) * pixelBytes_;
+    for (std::size_t row = 0; row < rows; ++row) {
+        std::memcpy(band_.data() + plane * planeBytes + row * rowBytes +
+                        static_cast<std::size_t>(left) * pixelBytes_,
+                    tile_.data() + row * tileRowBytes, used);
+    }
+}
+
+const unsigned char* TiffSource::SampleOf(std::int64_t bandRow, std::size_t channel) const
+{
+    const auto rowBytes = static_cast<std::size_t>(description_.size.width) * pixelBytes_;
+    const unsigned char* row = band_.data() + static_cast<std::size_t>(bandRow) * rowBytes;
+    if (planes_ > 1) {
+        return row + channel * (band_.size() / planes_);
+    }
+    return description_.isGrey ? row : row + channel * sampleBytes_;
+}
+
+float SampleAt(const unsigned char* bytes, std::size_t size, bool isFloat)
+{
+    if (size == 1) {
+        return bytes[0];
+    }
+    if (size == 4) {
+        float value = 0.0f;
+        std::memcpy(&value, bytes, sizeof value);
+        return value;
+    }
+    std::uint16_t word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+    return isFloat ? imath_half_to_float(word) : word;
+}
+
+void TiffSource::CopyRow(std::int64_t bandRow, float* out) const
+{
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        const unsigned char* in = SampleOf(bandRow, channel);
+        for (std::int64_t x = 0; x < description_.size.width; ++x) {
+            out[x * 3 + static_cast<std::int64_t>(channel)] =
+                SampleAt(in, sampleBytes_, description_.isFloat);
+            in += pixelBytes_;
+        }
+    }
+}
+
+void TiffSource::ReadRows(std::int64_t count, float* rgb)
+{
+    for (std::int64_t row = 0; row < count; ++row, ++next_) {
+        const std::int64_t first = next_ - next_ % bandRows_;
+        if (first != bandFirst_) {
+            ReadBand(first);
+        }
+        CopyRow(next_ - first, rgb + row * description_.size.width * 3);
+    }
+}
+
+} // namespace
+
+std::unique_ptr<ImageSource> MakeTiffSource()
+{
+    return std::make_unique<TiffSource>();
+}
+
+} // namespace qva
