@@ -20,7 +20,6 @@ constexpr size_t tagTableOffset = 132;
 constexpr size_t tagEntryBytes = 12;
 // Every tag's data starts with its type and four reserved bytes.
 constexpr uint32_t minTagBytes = 8;
-constexpr uint32_t minProfileBytes = tagTableOffset + tagEntryBytes;
 constexpr uint32_t maxProfileBytes = 64u << 20;
 // The engine's own limit; it rejects a longer table.
 constexpr uint32_t maxTags = 100;
@@ -86,9 +85,9 @@ int32_t CopyProfile(const void* address, std::vector<uint8_t>& copy)
     }
     const uint32_t size = BigEndian32(copy.data());
     const uint32_t tags = BigEndian32(copy.data() + tagCountOffset);
-    if (std::memcmp(copy.data() + signatureOffset, "acsp", 4) != 0 || size < minProfileBytes ||
-        size > maxProfileBytes || tags < 1 || tags > maxTags ||
-        tagTableOffset + tags * tagEntryBytes > size)
+    // With one tag at least, the size is 144 bytes at least.
+    if (std::memcmp(copy.data() + signatureOffset, "acsp", 4) != 0 || size > maxProfileBytes ||
+        tags < 1 || tags > maxTags || tagTableOffset + tags * tagEntryBytes > size)
     {
         return RVX_ERROR_PROFILE;
     }

@@ -26,6 +26,7 @@ GAMMA = 2.2  # of the grey scale
 RGB_NODES = 17
 LAB_NODES = 21
 GAMUT_NODES = 11
+LAB_ENTRIES = 1024
 
 
 # --- The print -----------------------------------------------------------------------------------
@@ -236,51 +237,69 @@ def lab_codes(lab):
             *(min(max(round((v + 128) * 256), 0), 65535) for v in lab[1:]))
 
 
-# Where the nodes of the Lab tables stand: closer together at small a* and b*.
+# Where the nodes stand. Along RGB and L* equal steps are equal steps in lightness from black to
+# white, so the grey scale comes through the tables as it went in; a* and b* are closer near grey.
+
+BLACK_L = lab_of([white * BLACK_Y for white in D50])[0]
+
+
+def place_of_rgb(value):
+    grey = lab_of([white * grey_y(1.0 - value) for white in D50])[0]
+    return (grey - BLACK_L) / (100 - BLACK_L)
+
+
 def place_of_ab(ab):
     t = ab / 128
     return 0.5 + 0.5 * (1.5 * t - 0.5 * t * t * t)
 
 
-def ab_of_place(place):
-    low, high = -128.0, 128.0
+def inverted(function, low, high, place):
     for _ in range(60):
         middle = 0.5 * (low + high)
-        low, high = (middle, high) if place_of_ab(middle) < place else (low, middle)
+        low, high = (middle, high) if function(middle) < place else (low, middle)
     return 0.5 * (low + high)
 
 
-def lightness_curve():
-    """L* 100 reaches the last node whole, although its code is between two entries."""
-    return [code(min(i / 254, 1.0)) for i in range(256)]
+def rgb_of_place(place):
+    return 0.0 if place <= 0.0 else 1.0 if place >= 1.0 else inverted(place_of_rgb, 0, 1, place)
 
 
-def ab_curve():
-    return [code(place_of_ab(257 * i / 256 - 128)) for i in range(256)]
+def ab_of_place(place):
+    return inverted(place_of_ab, -128.0, 128.0, place)
+
+
+def sampled(function, entries, last=None):
+    """A curve whose entry `last` stands for 1."""
+    last = last or entries - 1
+    return [code(function(min(i / last, 1.0))) for i in range(entries)]
 
 
 def to_lab_table():
-    steps = [i / (RGB_NODES - 1) for i in range(RGB_NODES)]
+    steps = [rgb_of_place(i / (RGB_NODES - 1)) for i in range(RGB_NODES)]
     grid = [c for r in steps for g in steps for b in steps for c in lab_codes(print_lab((r, g, b)))]
-    return table(RGB_NODES, [IDENTITY_CURVE] * 3, grid, [IDENTITY_CURVE] * 3)
+    return table(RGB_NODES, [sampled(place_of_rgb, 256)] * 3, grid, [IDENTITY_CURVE] * 3)
 
 
-def lab_table(nodes, outputs, values):
+def lab_table(nodes, values, outputs):
     """Samples values(lab), a list of numbers from 0 to 1."""
     places = [i / (nodes - 1) for i in range(nodes)]
     ab = [ab_of_place(p) for p in places]
-    grid = [code(v) for p in places for a in ab for b in ab for v in values((100 * p, a, b))]
-    return table(nodes, [lightness_curve(), ab_curve(), ab_curve()], grid,
-                 [IDENTITY_CURVE] * outputs)
+    grid = [code(v) for p in places for a in ab for b in ab
+            for v in values((BLACK_L + (100 - BLACK_L) * p, a, b))]
+    # L* 100 is FF00, which lies just behind entry 1019.
+    lightness = sampled(lambda v: (100 * v - BLACK_L) / (100 - BLACK_L), LAB_ENTRIES, 1019)
+    colour = sampled(lambda v: place_of_ab(65535 / 256 * v - 128), LAB_ENTRIES)
+    return table(nodes, [lightness, colour, colour], grid, outputs)
 
 
 def photo_paper_profile():
     inverse = Inverse()
     to_lab = to_lab_table()
-    from_lab = lab_table(LAB_NODES, 3, lambda lab: inverse.find(lab)[0])
+    from_lab = lab_table(LAB_NODES, lambda lab: map(place_of_rgb, inverse.find(lab)[0]),
+                         [sampled(rgb_of_place, LAB_ENTRIES)] * 3)
     # 0 inside the gamut, more with the distance outside it.
-    gamut = lab_table(
-        GAMUT_NODES, 1, lambda lab: [min(max(inverse.find(lab)[1] - 1.0, 0.0) / 50, 1.0)])
+    gamut = lab_table(GAMUT_NODES, lambda lab: [(inverse.find(lab)[1] - 1.0) / 50],
+                      [IDENTITY_CURVE])
     return profile([
         (b"desc", description("Generic glossy photo paper")),
         (b"cprt", text("Public domain")),
