@@ -55,6 +55,15 @@ bool ReadMemory(const uint8_t* address, uint8_t* to, size_t count)
     return true;
 }
 
+/// With one tag at least, the size is 144 bytes at least.
+bool IsPlausible(const uint8_t* header)
+{
+    const uint32_t size = BigEndian32(header);
+    const uint32_t tags = BigEndian32(header + tagCountOffset);
+    return std::memcmp(header + signatureOffset, "acsp", 4) == 0 && size <= maxProfileBytes &&
+           tags >= 1 && tags <= maxTags && tagTableOffset + tags * tagEntryBytes <= size;
+}
+
 /// The bytes the tags reach to, or 0 when one of them lies outside its place.
 uint32_t UsedBytes(const uint8_t* table, uint32_t tags, uint32_t size)
 {
@@ -83,14 +92,11 @@ int32_t CopyProfile(const void* address, std::vector<uint8_t>& copy)
     if (!ReadMemory(bytes, copy.data(), copy.size())) {
         return RVX_ERROR_UNREADABLE;
     }
-    const uint32_t size = BigEndian32(copy.data());
-    const uint32_t tags = BigEndian32(copy.data() + tagCountOffset);
-    // With one tag at least, the size is 144 bytes at least.
-    if (std::memcmp(copy.data() + signatureOffset, "acsp", 4) != 0 || size > maxProfileBytes ||
-        tags < 1 || tags > maxTags || tagTableOffset + tags * tagEntryBytes > size)
-    {
+    if (!IsPlausible(copy.data())) {
         return RVX_ERROR_PROFILE;
     }
+    const uint32_t size = BigEndian32(copy.data());
+    const uint32_t tags = BigEndian32(copy.data() + tagCountOffset);
     // The parts are read once each and only ever judged in the copy, so a caller that changes them
     // meanwhile cannot slip anything past the checks.
     copy.resize(tagTableOffset + tags * tagEntryBytes);
