@@ -65,15 +65,16 @@ void RunPrint(const PrintOptions& options)
     SetThreads(options.render.threads);
     const PrinterProfile profile =
         options.profile.empty() ? BuiltInProfile() : ReadPrinterProfile(options.profile);
-    Progress progress(!options.quiet);
-    std::unique_ptr<ImageSource> source;
-    const Examination found =
-        Examine(options.photo, options.source, options.maxPixels, progress, source);
+    // Before the work, so that a folder that cannot be written is known at once.
     OutputFile output(options.output);
     std::optional<OutputFile> sheet;
     if (!options.sideBySide.empty()) {
         sheet.emplace(options.sideBySide);
     }
+    Progress progress(!options.quiet);
+    std::unique_ptr<ImageSource> source;
+    const Examination found =
+        Examine(options.photo, options.source, options.maxPixels, progress, source);
     Page page = Load(*source, found, options, progress);
     Panel clipped;
     if (sheet) {

@@ -21,6 +21,15 @@ ProfileHandle LinearBt2020(cmsContext context)
     return ProfileHandle(cmsCreateRGBProfileTHR(context, &white, &primaries, curves.data()));
 }
 
+std::size_t Number32(const std::vector<unsigned char>& bytes, std::size_t at)
+{
+    std::size_t number = 0;
+    for (std::size_t i = at; i < at + 4; ++i) {
+        number = number << 8 | bytes[i];
+    }
+    return number;
+}
+
 } // namespace
 
 struct ProfileTransform::Engine {
@@ -60,18 +69,22 @@ void ProfileTransform::Convert(float* rgb, std::size_t pixels) const
 
 std::optional<CodePoints> FindCodePoints(const std::vector<unsigned char>& profile)
 {
-    const ContextHandle context = MakeContext();
-    const ProfileHandle handle = OpenProfile(context.get(), profile);
-    if (!handle) {
-        return std::nullopt;
+    // Read by hand: the engine expects this tag (ICC.1:2022, 10.5, 12 bytes) in another length.
+    constexpr std::size_t table = 132;
+    constexpr std::size_t entryBytes = 12;
+    const std::size_t count = profile.size() < table ? 0 : Number32(profile, table - 4);
+    for (std::size_t i = 0; i < count && table + (i + 1) * entryBytes <= profile.size(); ++i) {
+        const std::size_t entry = table + i * entryBytes;
+        const std::size_t offset = Number32(profile, entry + 4);
+        if (Number32(profile, entry) != cmsSigcicpTag || offset + 12 > profile.size() ||
+            Number32(profile, offset) != cmsSigcicpType)
+        {
+            continue;
+        }
+        const unsigned char* values = profile.data() + offset + 8;
+        return CodePoints{values[0], values[1], values[2], values[3] != 0};
     }
-    const auto* tag =
-        static_cast<const cmsVideoSignalType*>(cmsReadTag(handle.get(), cmsSigcicpTag));
-    if (tag == nullptr) {
-        return std::nullopt;
-    }
-    return CodePoints{tag->ColourPrimaries, tag->TransferCharacteristics, tag->MatrixCoefficients,
-                      tag->VideoFullRangeFlag != 0};
+    return std::nullopt;
 }
 
 } // namespace qva
