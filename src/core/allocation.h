@@ -1,0 +1,52 @@
+// Heap allocation of buffers and counts, serialised on one process-wide lock.
+#pragma once
+
+#include "core/exception.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+
+namespace lumo {
+
+/// Held during every allocation and release of a buffer, a count, an array or a shared object.
+extern std::recursive_mutex allocLock;
+
+/// Largest buffer in bytes that may be requested.
+constexpr uint64_t maxDataSize = 60'000'000'000;
+
+/// @throws Exception code 1 above maxDataSize.
+void EnsureDataSize(uint64_t bytes);
+
+/// Product of three sizes; the largest value of the type where it would not fit.
+uint64_t SaturatingProduct(uint64_t a, uint64_t b, uint64_t c);
+
+/// A heap block, or null for 0 bytes. Released by Free.
+/// @throws Exception code 1 above the limit, then code 0 when memory runs out.
+void* Alloc(uint64_t bytes);
+
+/// A block aligned to 16 bytes at least, or null for 0 bytes. Released by FreeAligned.
+/// Large blocks are aligned to large pages and ask the kernel for them: their first touch costs a
+/// fifth.
+/// @throws Exception code 1 above the limit, then code 0 when memory runs out.
+void* AllocAligned(uint64_t bytes);
+
+void Free(void* block) noexcept;
+void FreeAligned(void* block) noexcept;
+
+/// Copies min(srcCount, dstCount) elements; nothing where src is null or the count is 0.
+/// @throws Exception code 0 if there is something to copy and dst is null.
+template <typename T> void CloneMemory(const T* src, uint64_t srcCount, T* dst, uint64_t dstCount)
+{
+    const uint64_t count = std::min(srcCount, dstCount);
+    if (src == nullptr || count == 0) {
+        return;
+    }
+    if (dst == nullptr) {
+        throw Exception(exceptionResource, "Error in CloneMemory, failed copy");
+    }
+    std::copy(src, src + count, dst);
+}
+
+} // namespace lumo

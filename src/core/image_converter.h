@@ -1,0 +1,112 @@
+// Runs colour function objects over every pixel of an image.
+#pragma once
+
+#include "core/exception.h"
+#include "core/matrix.h"
+#include "core/parallel.h"
+#include "core/pixel_block.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace lumo {
+
+/// The base of every per-pixel function object. Objects are read-only while they are called, from
+/// many threads at once.
+class ImageConverterInterface {
+public:
+    virtual ~ImageConverterInterface() = default;
+
+    /// One pixel: reads `channels` values of `in` and writes as many of `out`.
+    virtual void operator()(const double* in, double* out, size_t channels) const = 0;
+
+    /// The first `count` pixels of a block, in place; the same results as the single-pixel call.
+    /// An override may process the lanes behind `count` too.
+    virtual void ConvertBlock(PixelBlock& block, int32_t count, size_t channels) const;
+};
+
+/// Runs function objects over images: each pixel's channels are widened to double, converted, and
+/// stored with the saturation of the source's depth.
+class ImageConverter {
+public:
+    /// Runs the functors one after the other, with the store of the depth between them.
+    ///
+    /// @param src  D8U, D16U, D32F or D64F with 1 or 3 channels; only rows of its region are run.
+    /// @param dst  re-created in the source's shape and type if it differs; may be src.
+    /// @param functors  objects with ConvertBlock(block, count, channels), each called directly.
+    /// @throws Exception code 2: first for the depth, then (dst re-created) for the channels.
+    template <typename... Functors>
+    static void Convert(const Matrix& src, Matrix& dst, const Functors&... functors)
+    {
+        EnsureDepth(src);
+        const Matrix source(src);
+        dst.Ensure(source.rows, source.cols, source.type);
+        EnsureChannels(source);
+        switch (DepthOf(source.type)) {
+        case D8U:
+            return Run<uint8_t>(source, dst, functors...);
+        case D16U:
+            return Run<uint16_t>(source, dst, functors...);
+        case D32F:
+            return Run<float>(source, dst, functors...);
+        default:
+            return Run<double>(source, dst, functors...);
+        }
+    }
+
+private:
+    static void EnsureDepth(const Matrix& src);
+    static void EnsureChannels(const Matrix& src);
+
+    template <typename Functor>
+    static void Apply(const Functor& functor, PixelBlock& block, int32_t count, int32_t channels)
+    {
+        functor.ConvertBlock(block, count, static_cast<size_t>(channels));
+    }
+
+    template <typename T, typename First, typename... Rest>
+    static void Chain(PixelBlock& block, int32_t count, int32_t channels, const First& first,
+                      const Rest&... rest)
+    {
+        Apply(first, block, count, channels);
+        if constexpr (sizeof...(rest) > 0) {
+            SaturateBlock<T>(block);
+            Chain<T>(block, count, channels, rest...);
+        }
+    }
+
+    template <typename T, typename... Functors>
+    static void Run(const Matrix& src, Matrix& dst, const Functors&... functors)
+    {
+        const int32_t channels = src.channels;
+        ParallelRanges(src.roi.y, static_cast<int64_t>(src.roi.y) + src.roi.height,
+                       [&](int64_t first, int64_t last) {
+                           PixelBlock block;
+                           for (auto row = static_cast<int32_t>(first); row < last; ++row) {
+                               const T* in = RowOf<T>(src, row);
+                               T* out = RowOf<T>(dst, row);
+                               for (int32_t col = 0; col < src.cols; col += blockSize) {
+                                   const int32_t count = std::min(blockSize, src.cols - col);
+                                   const int64_t at = static_cast<int64_t>(col) * channels;
+                                   LoadPixels(in + at, count, channels, block);
+                                   Chain<T>(block, count, channels, functors...);
+                                   StorePixels(block, count, channels, out + at);
+                               }
+                           }
+                       });
+    }
+};
+
+/// A 65,536-entry 16-bit curve as a function object: every channel becomes table[code].
+class CodeMap : public ImageConverterInterface {
+public:
+    /// `codes` has 65,536 entries and outlives the object.
+    explicit CodeMap(const uint16_t* codes) : table_(codes) {}
+    void operator()(const double* in, double* out, size_t channels) const override;
+    void ConvertBlock(PixelBlock& block, int32_t count, size_t channels) const override;
+
+private:
+    const uint16_t* table_;
+};
+
+} // namespace lumo
