@@ -1,0 +1,97 @@
+// Linear code values to PQ-coded values through three sampled tables.
+#pragma once
+
+#include "core/interpolate.h"
+#include "core/linear_interpolation.h"
+
+namespace lumo {
+
+/// One luminance band of the mapping.
+struct PQSegment {
+    double xMax;
+    double xMin;
+    double yMax;
+    double yMin;
+    double lumiSlope;  ///< cd/m2 per source unit
+    double lumiStart;  ///< cd/m2 at xMin
+    double outScale;   ///< destination units per unit of signal
+    double pqStartNeg; ///< minus the signal of lumiStart
+    LinearInterpolationFast curve;
+};
+
+/// Samples of each band.
+constexpr int32_t pqBandSamples = 8192;
+
+/// What a block kernel needs of the three bands, whose samples follow one another.
+struct PQBands {
+    const double* samples;
+    double xFirst[3];
+    double width[3];
+    double knot1;
+    double knot2;
+};
+
+/// Maps source values, linear in luminance between (srcMin, srcLumiMin) and (srcMax, srcLumiMax),
+/// to destination values spread evenly over the PQ signals of those luminances. Each of a dark, a
+/// middle and a bright band is a table of 8,192 samples.
+class ApplyPQInvEOTF {
+public:
+    /// @throws Exception code 3 as EnsureArguments; what an allocation throws.
+    ApplyPQInvEOTF(double sourceMax, double sourceMin, double sourceLumiMax, double sourceLumiMin,
+                   double destinationMax, double destinationMin);
+    ApplyPQInvEOTF(const ApplyPQInvEOTF&) = delete;
+    ApplyPQInvEOTF& operator=(const ApplyPQInvEOTF&) = delete;
+    virtual ~ApplyPQInvEOTF();
+
+    /// @throws Exception code 3 at the first of: srcMin >= srcMax; srcLumiMax > 10000;
+    ///         srcLumiMin < 0; srcLumiMin >= srcLumiMax; dstMax > 65535; dstMin < 0;
+    ///         dstMin >= dstMax.
+    static void EnsureArguments(double srcMax, double srcMin, double srcLumiMax, double srcLumiMin,
+                                double dstMax, double dstMin);
+
+    double operator()(double value) const;
+
+    /// The tables, laid out for a block kernel; valid as long as the object.
+    PQBands Bands() const;
+
+    double knot1 = 0.0;
+    double knot1Out = 0.0;
+    double knot1Lumi = 0.0;
+    double knot2 = 0.0;
+    double knot2Out = 0.0;
+    double knot2Lumi = 0.0;
+    double srcMax;
+    double dstMax;
+    double srcLumiMax;
+    double srcMin;
+    double dstMin;
+    double srcLumiMin;
+    PQSegment* segments[3] = {nullptr, nullptr, nullptr};
+
+private:
+    void PlaceKnots();
+    void BuildSegments();
+    void ReleaseSegments();
+
+    Vector<double> samples_;
+};
+
+/// One value through the bands, for block kernels.
+LUMO_INLINE double EncodePQ(const PQBands& bands, double value)
+{
+    constexpr double last = pqBandSamples - 1;
+    const bool dark = bands.knot1 >= value;
+    const bool middle = bands.knot2 >= value;
+    const int32_t start = dark ? 0 : (middle ? pqBandSamples : 2 * pqBandSamples);
+    const double xFirst = dark ? bands.xFirst[0] : (middle ? bands.xFirst[1] : bands.xFirst[2]);
+    const double width = dark ? bands.width[0] : (middle ? bands.width[1] : bands.width[2]);
+    double p = (value - xFirst) * last / width;
+    p = p > 0.0 ? p : 0.0;
+    p = p < last ? p : last;
+    const auto i0 = static_cast<int32_t>(p);
+    const int32_t i1 = i0 < pqBandSamples - 1 ? i0 + 1 : pqBandSamples - 1;
+    const double f = p - i0;
+    return (1.0 - f) * bands.samples[start + i0] + f * bands.samples[start + i1];
+}
+
+} // namespace lumo
