@@ -1,0 +1,33 @@
+// Chooses how many segments an image is divided into.
+#pragma once
+
+#include "core/matrix.h"
+#include "core/vector.h"
+#include "segmentation/fast_slic.h"
+
+namespace lumo {
+
+/// Runs the segmenter once a candidate count and keeps the division whose segments are the largest
+/// and most homogeneous: the score of k segments is (1/k) Σ pixelCount exp(-alpha stdDev).
+class SegmentEvaluater {
+public:
+    SegmentEvaluater(const FastSlic& slic, double alpha) : slic_(slic), alpha_(alpha) {}
+
+    /// @tparam T              uint16_t for D16U images, float for D32F.
+    /// @param src             the three-channel image to divide.
+    /// @param image           one channel, the same size: homogeneity is measured on it.
+    /// @param numSegmentsSet  1 ... 8 candidates of 1 ... 5000; the first best one wins.
+    /// @returns the label count of the chosen division, which is left in labels_.
+    /// @throws Exception code 3 for more than 8 candidates, for none (empty message), or for one
+    ///         outside its range; all before any work.
+    template <typename T>
+    int CalculateOptimalSegmentsNumber(const Matrix& src, const Matrix& image,
+                                       const Vector<int>& numSegmentsSet);
+
+    Matrix_t<int> labels_;
+    FastSlic slic_;
+    double alpha_;
+    int32_t optimalSegmentsNumber_ = 0;
+};
+
+} // namespace lumo

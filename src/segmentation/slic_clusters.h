@@ -1,0 +1,62 @@
+// The centres of a superpixel run and the assignment of pixels to them.
+#pragma once
+
+#include "core/matrix.h"
+#include "core/vector.h"
+#include "segmentation/slic_planes.h"
+
+namespace lumo {
+
+/// Local k-means over channel values and position (Achanta et al., "SLIC superpixels compared to
+/// state-of-the-art superpixel methods", 2012), in the adaptive form: each cluster's colour term is
+/// divided by the largest colour distance that it has shown so far.
+class SlicClusters {
+public:
+    /// Places the centres on a hexagonal grid and moves each to the lowest edge value around it.
+    /// @param requested  2 ... 5000 clusters wanted; the grid decides how many there are.
+    SlicClusters(const SlicPlanes& planes, int32_t requested);
+
+    /// Runs the iterations.
+    /// @param compactness  root of every cluster's first largest colour distance.
+    /// @param labels       D32S of the image's size, 0 at the start; receives cluster numbers.
+    void Run(double compactness, int32_t iterations, Matrix& labels);
+
+    uint64_t Count() const { return count_; }
+
+private:
+    struct Window {
+        int32_t x1;
+        int32_t x2;
+        int32_t y1;
+        int32_t y2;
+    };
+    struct Sums {
+        float c[3];
+        float x;
+        float y;
+        int32_t count;
+    };
+
+    void PlaceOnGrid();
+    void MoveToLowEdges();
+    void TakeColours(uint64_t k, int64_t pixel);
+    void SetWindows(float radius);
+    void AssignRow(int32_t y, float weight, int32_t* label);
+    void GatherRow(int32_t y, const int32_t* label);
+    void MoveToMeans();
+
+    const SlicPlanes& planes_;
+    int32_t requested_;
+    uint64_t count_ = 0;
+    Vector<float> c_[3];
+    Vector<float> x_;
+    Vector<float> y_;
+    Vector<float> largest_;     // the largest colour distances that this iteration divides by
+    Vector<float> nextLargest_; // those that the next one will
+    Vector<Window> window_;
+    Vector<Sums> sums_;
+    Vector<float> colourDistance_;
+    Vector<float> best_; // of one row
+};
+
+} // namespace lumo

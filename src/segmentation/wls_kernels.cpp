@@ -1,0 +1,223 @@
+#include "segmentation/wls_kernels.h"
+
+#include "core/saturate.h"
+#include "core/simd.h"
+
+#include <cstring>
+
+namespace lumo::kernels {
+namespace {
+
+// Sixteen lanes as one value: the compiler splits it into what the instruction set has.
+using Lanes = float __attribute__((vector_size(rowLanes * sizeof(float))));
+using Quad = float __attribute__((vector_size(4 * sizeof(float))));
+
+LUMO_INLINE Lanes LoadLanes(const float* p)
+{
+    Lanes v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+LUMO_INLINE void StoreLanes(const Lanes& v, float* p)
+{
+    std::memcpy(p, &v, sizeof v);
+}
+LUMO_INLINE Quad LoadQuad(const float* p)
+{
+    Quad v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+LUMO_INLINE void StoreQuad(Quad v, float* p)
+{
+    std::memcpy(p, &v, sizeof v);
+}
+
+// Four rows of four values become their columns.
+LUMO_INLINE void Transpose(Quad& a, Quad& b, Quad& c, Quad& d)
+{
+    const Quad ab = __builtin_shufflevector(a, b, 0, 4, 1, 5);
+    const Quad cd = __builtin_shufflevector(c, d, 0, 4, 1, 5);
+    const Quad abHigh = __builtin_shufflevector(a, b, 2, 6, 3, 7);
+    const Quad cdHigh = __builtin_shufflevector(c, d, 2, 6, 3, 7);
+    a = __builtin_shufflevector(ab, cd, 0, 1, 4, 5);
+    b = __builtin_shufflevector(ab, cd, 2, 3, 6, 7);
+    c = __builtin_shufflevector(abHigh, cdHigh, 0, 1, 4, 5);
+    d = __builtin_shufflevector(abHigh, cdHigh, 2, 3, 6, 7);
+}
+
+} // namespace
+
+LUMO_CLONES void ScaleCodes(const uint16_t* code, int32_t count, double scale, uint16_t* guide)
+{
+    LUMO_SIMD
+    for (int32_t i = 0; i < count; ++i) {
+        guide[i] = Saturate<uint16_t>(code[i] * scale);
+    }
+}
+
+LUMO_CLONES void EdgesOfCodes(const uint16_t* a, const uint16_t* b, int32_t count,
+                              const float* table, float* edge)
+{
+    LUMO_SIMD
+    for (int32_t i = 0; i < count; ++i) {
+        const int32_t difference = a[i] > b[i] ? a[i] - b[i] : b[i] - a[i];
+        edge[i] = table[difference < codeDifferences ? difference : codeDifferences - 1];
+    }
+}
+
+LUMO_CLONES void EdgesOfFloats(const float* a, const float* b, int32_t count, const float* weights,
+                               int32_t lastWeight, float lambda, float* edge)
+{
+    const auto end = static_cast<float>(lastWeight);
+    LUMO_SIMD
+    for (int32_t i = 0; i < count; ++i) {
+        float distance = (a[i] - b[i]) * (a[i] - b[i]);
+        distance = distance > 0.0f ? distance : 0.0f;
+        distance = distance < end ? distance : end;
+        edge[i] = -(lambda * weights[static_cast<int32_t>(distance)]);
+    }
+}
+
+LUMO_CLONES void EliminateFirst(const float* edge, int32_t planes, float* const* x, float* upper,
+                                ColumnState& state)
+{
+    for (int32_t plane = 0; plane < planes; ++plane) {
+        float* value = x[plane];
+        float* carried = state.value[plane];
+        LUMO_SIMD
+        for (int32_t j = 0; j < columnLanes; ++j) {
+            value[j] = value[j] / (1.0f - edge[j]);
+            carried[j] = value[j];
+        }
+    }
+    LUMO_SIMD
+    for (int32_t j = 0; j < columnLanes; ++j) {
+        upper[j] = edge[j] / (1.0f - edge[j]);
+        state.upper[j] = upper[j];
+        state.lower[j] = edge[j];
+    }
+}
+
+LUMO_CLONES void EliminateNext(const float* edge, int32_t planes, float* const* x, float* upper,
+                               ColumnState& state)
+{
+    alignas(64) float m[columnLanes];
+    LUMO_SIMD
+    for (int32_t j = 0; j < columnLanes; ++j) {
+        const float diagonal = 1.0f - state.lower[j] - edge[j];
+        m[j] = 1.0f / (diagonal - state.upper[j] * state.lower[j]);
+        upper[j] = edge[j] * m[j];
+        state.upper[j] = upper[j];
+    }
+    for (int32_t plane = 0; plane < planes; ++plane) {
+        float* value = x[plane];
+        float* carried = state.value[plane];
+        LUMO_SIMD
+        for (int32_t j = 0; j < columnLanes; ++j) {
+            value[j] = (value[j] - state.lower[j] * carried[j]) * m[j];
+            carried[j] = value[j];
+        }
+    }
+    LUMO_SIMD
+    for (int32_t j = 0; j < columnLanes; ++j) {
+        state.lower[j] = edge[j];
+    }
+}
+
+LUMO_CLONES void Substitute(const float* x, const float* upper, float* next)
+{
+    LUMO_SIMD
+    for (int32_t j = 0; j < columnLanes; ++j) {
+        next[j] = x[j] - upper[j] * next[j];
+    }
+}
+
+LUMO_CLONES void SolveRows(int32_t length, int32_t planes, float* edge, float* const* x)
+{
+    const Lanes one = Lanes{} + 1.0f;
+    // Position i uses e of the step to i (lower) and of the step from i (the next entry).
+    const Lanes none = {};
+    Lanes lower = none;
+    Lanes upper = none;
+    for (int32_t i = 0; i < length; ++i) {
+        const int64_t at = static_cast<int64_t>(i) * rowLanes;
+        const Lanes next = i + 1 < length ? LoadLanes(edge + at + rowLanes) : none;
+        if (i == 0) {
+            const Lanes diagonal = one - lower - next;
+            upper = next / diagonal;
+            for (int32_t plane = 0; plane < planes; ++plane) {
+                StoreLanes(LoadLanes(x[plane]) / diagonal, x[plane]);
+            }
+        } else {
+            const Lanes diagonal = one - lower - next;
+            const Lanes m = one / (diagonal - upper * lower);
+            upper = next * m;
+            for (int32_t plane = 0; plane < planes; ++plane) {
+                float* value = x[plane] + at;
+                const Lanes before = LoadLanes(value - rowLanes);
+                StoreLanes((LoadLanes(value) - lower * before) * m, value);
+            }
+        }
+        StoreLanes(upper, edge + at);
+        lower = next;
+    }
+    for (int32_t i = length - 2; i >= 0; --i) {
+        const int64_t at = static_cast<int64_t>(i) * rowLanes;
+        const Lanes factor = LoadLanes(edge + at);
+        for (int32_t plane = 0; plane < planes; ++plane) {
+            float* value = x[plane] + at;
+            StoreLanes(LoadLanes(value) - factor * LoadLanes(value + rowLanes), value);
+        }
+    }
+}
+
+LUMO_CLONES void GatherRows(const float* const* rows, int32_t length, float* out)
+{
+    int32_t i = 0;
+    for (; i + 4 <= length; i += 4) {
+        for (int32_t lane = 0; lane < rowLanes; lane += 4) {
+            Quad a = LoadQuad(rows[lane] + i);
+            Quad b = LoadQuad(rows[lane + 1] + i);
+            Quad c = LoadQuad(rows[lane + 2] + i);
+            Quad d = LoadQuad(rows[lane + 3] + i);
+            Transpose(a, b, c, d);
+            float* to = out + static_cast<int64_t>(i) * rowLanes + lane;
+            StoreQuad(a, to);
+            StoreQuad(b, to + rowLanes);
+            StoreQuad(c, to + 2 * rowLanes);
+            StoreQuad(d, to + 3 * rowLanes);
+        }
+    }
+    for (; i < length; ++i) {
+        for (int32_t lane = 0; lane < rowLanes; ++lane) {
+            out[static_cast<int64_t>(i) * rowLanes + lane] = rows[lane][i];
+        }
+    }
+}
+
+LUMO_CLONES void ScatterRows(const float* in, int32_t length, float* const* rows)
+{
+    int32_t i = 0;
+    for (; i + 4 <= length; i += 4) {
+        for (int32_t lane = 0; lane < rowLanes; lane += 4) {
+            const float* from = in + static_cast<int64_t>(i) * rowLanes + lane;
+            Quad a = LoadQuad(from);
+            Quad b = LoadQuad(from + rowLanes);
+            Quad c = LoadQuad(from + 2 * rowLanes);
+            Quad d = LoadQuad(from + 3 * rowLanes);
+            Transpose(a, b, c, d);
+            StoreQuad(a, rows[lane] + i);
+            StoreQuad(b, rows[lane + 1] + i);
+            StoreQuad(c, rows[lane + 2] + i);
+            StoreQuad(d, rows[lane + 3] + i);
+        }
+    }
+    for (; i < length; ++i) {
+        for (int32_t lane = 0; lane < rowLanes; ++lane) {
+            rows[lane][i] = in[static_cast<int64_t>(i) * rowLanes + lane];
+        }
+    }
+}
+
+} // namespace lumo::kernels

@@ -1,0 +1,54 @@
+// The inner loops of the weighted-least-squares smoother.
+#pragma once
+
+#include <cstdint>
+
+namespace lumo::kernels {
+
+/// Columns that the column pass solves at once, and rows that the row pass does.
+constexpr int32_t columnLanes = 32;
+constexpr int32_t rowLanes = 16;
+
+/// Absolute differences of 16-bit guidance codes that lead to different weights: 442² is the first
+/// square beyond the weight table.
+constexpr int32_t codeDifferences = 443;
+
+/// guide = trunc(code * scale), saturated to 16 bits.
+void ScaleCodes(const uint16_t* code, int32_t count, double scale, uint16_t* guide);
+
+/// edge[i] = table[min(|a[i] - b[i]|, 442)].
+void EdgesOfCodes(const uint16_t* a, const uint16_t* b, int32_t count, const float* table,
+                  float* edge);
+
+/// edge[i] = -(lambda * weights[trunc((a[i] - b[i])²)]), the index kept inside the table.
+void EdgesOfFloats(const float* a, const float* b, int32_t count, const float* weights,
+                   int32_t lastWeight, float lambda, float* edge);
+
+/// What the elimination carries from one line position to the next, a lane each.
+struct ColumnState {
+    alignas(64) float lower[columnLanes]; // a
+    alignas(64) float upper[columnLanes]; // c'
+    alignas(64) float value[2][columnLanes];
+};
+
+/// One step of the forward elimination down columnLanes columns, for `planes` planes with the same
+/// coefficients. `edge` is e of the next position (0 at the last); `upper` receives c' and
+/// `x[plane]` is replaced by the eliminated values.
+void EliminateFirst(const float* edge, int32_t planes, float* const* x, float* upper,
+                    ColumnState& state);
+void EliminateNext(const float* edge, int32_t planes, float* const* x, float* upper,
+                   ColumnState& state);
+
+/// next = x - upper * next, one step of the back substitution.
+void Substitute(const float* x, const float* upper, float* next);
+
+/// Solves rowLanes rows at once, laid out position by position: x[plane][i * rowLanes + lane].
+/// `edge` holds e of the step from i - 1 to i at i * rowLanes, and receives c'.
+void SolveRows(int32_t length, int32_t planes, float* edge, float* const* x);
+
+/// rows[lane][i] to out[i * rowLanes + lane].
+void GatherRows(const float* const* rows, int32_t length, float* out);
+/// The inverse.
+void ScatterRows(const float* in, int32_t length, float* const* rows);
+
+} // namespace lumo::kernels
