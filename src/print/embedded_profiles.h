@@ -21,4 +21,7 @@ extern const uint8_t xyzProfile[7852];
 /// @return a buffer of the locked allocator, to be freed through it.
 uint8_t* LoadEmbeddedProfile(uint32_t colorSpace);
 
+/// The same for the XYZ profile.
+uint8_t* LoadXyzProfile();
+
 } // namespace lumo

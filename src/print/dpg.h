@@ -1,0 +1,52 @@
+// Puts back the local detail that the output device would lose.
+#pragma once
+
+#include "colorspace/color_space.h"
+#include "colorspace/convert_ictcp_to_xrgb.h"
+#include "colorspace/convert_xrgb_to_ictcp.h"
+#include "core/matrix.h"
+#include "core/pixel_stream.h"
+#include "core/vector.h"
+#include "core/work_planes.h"
+#include "print/lut3d.h"
+
+namespace lumo {
+
+struct DpgParameters {
+    int32_t workColorSpace = ICtCp; ///< must be ICtCp
+    SharedObject<Lut3D> printLut;   ///< encoded RGB to the XYZ the device reproduces, 1.0 = white
+    float wlsSigma = 0.03f;
+    float wlsLambda = 200.0f;
+};
+
+/// The last stage of a print. It predicts how the device reproduces the image and adds to the
+/// intensity the detail (the difference from a smooth base) that the print loses; near black the
+/// result bends onto an exponential toe. Chroma stays.
+class Dpg {
+public:
+    /// @param ranges      codes of the image given and of the image returned, 1/2.2-encoded.
+    /// @param parameters  copied; printLut is shared.
+    Dpg(const LuminanceRangePair& ranges, const DpgParameters& parameters);
+
+    /// @param src  three channels, D16U or D32F; only read.
+    /// @param dst  re-created in the shape of src; may be src.
+    /// @throws Exception code 2 for channels, then depth; code 3 for the work colour space.
+    void operator()(const Matrix& src, Matrix& dst) const;
+
+    /// 1/2.2-encoded RGB to ICtCp. @param src D16U or D32F with three channels.
+    /// @throws Exception code 3 for the work colour space.
+    void Convert2WorkColorSpace(const Matrix& src, Matrix& dst, double chromaOffset) const;
+    /// ICtCp back to 1/2.2-encoded RGB. dst may be src.
+    /// @throws Exception code 3 for the work colour space.
+    void Convert2DstColorSpace(const Matrix& src, Matrix& dst, double chromaOffset) const;
+
+    LuminanceRange input;
+    LuminanceRange output;
+    DpgParameters params;
+    LuminanceRange work;
+
+private:
+    template <typename T> void Run(const Matrix& src, Matrix& dst) const;
+};
+
+} // namespace lumo

@@ -1,0 +1,247 @@
+#include "print/dpg_stage.h"
+
+#include "colorspace/pq.h"
+#include "core/exception.h"
+#include "core/parallel.h"
+#include "core/power_curve.h"
+#include "core/saturate.h"
+#include "segmentation/fast_wls_filter.h"
+#include "segmentation/wls_solver.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace lumo {
+namespace {
+
+using kernels::rowLanes;
+
+PowerCurveTable CurveOf(const LuminanceRange& input, const LuminanceRange& work, double exponent)
+{
+    PowerCurveTable curve;
+    curve.inputMax = input.valueMax;
+    curve.inputMin = input.valueMin;
+    curve.outputScale = work.valueMax;
+    curve.outputOffset = work.valueMin;
+    curve.exponent = exponent;
+    curve.Build();
+    return curve;
+}
+
+bool IsUsual(const LuminanceRange& range)
+{
+    return range.valueMax == 65535.0 && range.valueMin == 0.0 && range.lumiMax == 100.0 &&
+           range.lumiMin == 0.0 && range.colorSpace == BT2020RGB;
+}
+
+double ChromaOffset(const Dpg& dpg)
+{
+    return dpg.work.valueMax * 0.5;
+}
+
+// The tables of the ranges that every print uses are built once per process.
+std::shared_ptr<const DpgTables> TablesOf(const Dpg& dpg)
+{
+    if (IsUsual(dpg.input) && IsUsual(dpg.output)) {
+        static const auto usual =
+            std::make_shared<const DpgTables>(dpg.input, dpg.output, dpg.work, ChromaOffset(dpg));
+        return usual;
+    }
+    return std::make_shared<const DpgTables>(dpg.input, dpg.output, dpg.work, ChromaOffset(dpg));
+}
+
+template <typename T> int32_t DepthOfElement()
+{
+    return std::is_same_v<T, float> ? D32F : D16U;
+}
+
+void EvaluateAll(const LinearInterpolationFast& curve, PixelBlock& block)
+{
+    for (auto& plane : block.channel) {
+        curve.EvaluateBlock(plane, plane);
+    }
+}
+
+} // namespace
+
+namespace kernels {
+
+// r = b1 + (2d - dp) with the detail d of the image and dp of the print.
+LUMO_CLONES void CombineCodes(const uint16_t* i, const uint16_t* b1, const uint16_t* p,
+                              const uint16_t* b2, double* r)
+{
+    LUMO_SIMD
+    for (int32_t k = 0; k < blockSize; ++k) {
+        const double base = b1[k];
+        const double detail = i[k] - base;
+        const double kept = static_cast<double>(p[k]) - b2[k];
+        r[k] = base + (2.0 * detail - kept);
+    }
+}
+
+} // namespace kernels
+
+DpgTables::DpgTables(const LuminanceRange& input, const LuminanceRange& output,
+                     const LuminanceRange& work, double chromaOffset)
+    : decoding(CurveOf(input, work, decodingExponent)),
+      encoding(CurveOf(input, work, encodingExponent)),
+      toWork(input.valueMax, input.valueMin, input.lumiMax, input.lumiMin, work.valueMax,
+             work.valueMin, chromaOffset, input.colorSpace),
+      predicted(1.0, 0.0, work.lumiMax, work.lumiMin, work.valueMax, work.valueMin, chromaOffset,
+                XYZ),
+      fromWork(work.valueMax, work.valueMin, PQ(work.lumiMax), PQ(work.lumiMin), output.valueMax,
+               output.valueMin, -chromaOffset, output.colorSpace)
+{
+    decodingMap = MakePowerCurveMap(decoding);
+    encodingMap = MakePowerCurveMap(encoding);
+}
+
+template <typename T>
+DpgStage<T>::DpgStage(const Dpg& dpg, int32_t rows, int32_t cols, WorkPlanes& planes)
+    : dpg_(dpg), planes_(planes), rows_(rows), cols_(cols)
+{
+    if (dpg.params.workColorSpace != ICtCp) {
+        throw Exception(exceptionArgument, "Error in Dpg::Convert2WorkColorSpace, work color space "
+                                           "must be ICtCp");
+    }
+    tables_ = TablesOf(dpg);
+    const int32_t type = MakeType(DepthOfElement<T>(), 1);
+    planes.intensity.Ensure(rows, cols, type);
+    planes.chroma1.Ensure(rows, cols, type);
+    planes.chroma2.Ensure(rows, cols, type);
+    planes.second.Ensure(rows, cols, type);
+}
+
+template <typename T> void DpgStage<T>::Decode(PixelBlock& block) const
+{
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        MapBlock(tables_->decodingMap.data, block);
+    } else {
+        EvaluateAll(tables_->decoding.table, block);
+        SaturateBlock<T>(block);
+    }
+}
+
+template <typename T> void DpgStage<T>::Encode(PixelBlock& block) const
+{
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        MapBlock(tables_->encodingMap.data, block);
+    } else {
+        SaturateBlock<T>(block);
+        EvaluateAll(tables_->encoding.table, block);
+    }
+}
+
+template <typename T>
+void DpgStage<T>::Store(int32_t row, int32_t col, int32_t count, PixelBlock& block)
+{
+    SaturateBlock<T>(block);
+    PixelBlock printed = block;
+    dpg_.params.printLut.object->ConvertBlock(printed, count, 3);
+    double intensity[blockSize];
+    tables_->predicted.IntensityBlock(printed, intensity);
+    StorePlane(intensity, count, RowOf<T>(planes_.second, row) + col);
+    Decode(block);
+    tables_->toWork.ConvertBlock(block, count, 3);
+    StorePlane(block.channel[0], count, RowOf<T>(planes_.intensity, row) + col);
+    StorePlane(block.channel[1], count, RowOf<T>(planes_.chroma1, row) + col);
+    StorePlane(block.channel[2], count, RowOf<T>(planes_.chroma2, row) + col);
+}
+
+template <typename T> struct DpgStage<T>::DrainScratch {
+    explicit DrainScratch(int32_t cols) : solver(cols, 2)
+    {
+        for (auto& rows : base) {
+            rows = Vector<T>(static_cast<uint64_t>(cols) * rowLanes);
+        }
+    }
+    WlsRowScratch solver;
+    Vector<T> base[2]; // the smoothed rows of both planes
+    PixelBlock block;
+};
+
+template <typename T> void DpgStage<T>::Drain(PixelSink& sink)
+{
+    const FastWlsFilter filter(dpg_.params.wlsSigma, dpg_.params.wlsLambda);
+    const WlsSolver<T> solver(filter.weights_, filter.lambda_);
+    const WlsGuide guide = {planes_.intensity, 255.0 / dpg_.work.valueMax};
+    Matrix* const written[] = {&planes_.solved[0], &planes_.solved[1]};
+    for (Matrix* solved : written) {
+        solved->Ensure(rows_, cols_, D32F);
+    }
+    solver.SolveColumns({{&planes_.intensity, &planes_.second}, 2}, guide, written);
+    const Matrix* const read[] = {&planes_.solved[0], &planes_.solved[1]};
+    const int64_t groups = (static_cast<int64_t>(rows_) + rowLanes - 1) / rowLanes;
+    ParallelRangesWith(
+        0, groups, [&] { return DrainScratch(cols_); },
+        [&](int64_t begin, int64_t end, DrainScratch& scratch) {
+            for (int64_t group = begin; group < end; ++group) {
+                const auto first = static_cast<int32_t>(group * rowLanes);
+                const int32_t count = std::min(rowLanes, rows_ - first);
+                T* out[2][rowLanes];
+                for (int64_t lane = 0; lane < rowLanes; ++lane) {
+                    out[0][lane] = scratch.base[0].data + lane * cols_;
+                    out[1][lane] = scratch.base[1].data + lane * cols_;
+                }
+                solver.SolveRowGroup(read, 2, guide, first, count, out, scratch.solver);
+                DrainGroup(first, count, scratch, sink);
+            }
+        });
+}
+
+template <typename T>
+void DpgStage<T>::DrainGroup(int32_t first, int32_t rowCount, DrainScratch& scratch,
+                             PixelSink& sink) const
+{
+    PixelBlock& block = scratch.block;
+    for (int32_t lane = 0; lane < rowCount; ++lane) {
+        const int32_t row = first + lane;
+        for (int32_t col = 0; col < cols_; col += blockSize) {
+            const int32_t count = std::min(blockSize, cols_ - col);
+            const int64_t at = static_cast<int64_t>(lane) * cols_ + col;
+            CombineBlock(RowOf<T>(planes_.intensity, row) + col, scratch.base[0].data + at,
+                         RowOf<T>(planes_.second, row) + col, scratch.base[1].data + at, count,
+                         block.channel[0]);
+            LoadPlane(RowOf<T>(planes_.chroma1, row) + col, count, block.channel[1]);
+            LoadPlane(RowOf<T>(planes_.chroma2, row) + col, count, block.channel[2]);
+            SaturateBlock<T>(block);
+            tables_->fromWork.ConvertBlock(block, count, 3);
+            Encode(block);
+            sink.Store(row, col, count, block);
+        }
+    }
+}
+
+// Near black, where there is no headroom below, the result bends onto an exponential.
+template <typename T>
+void DpgStage<T>::CombineBlock(const T* i, const T* b1, const T* p, const T* b2, int32_t count,
+                               double* r) const
+{
+    const double range = dpg_.work.valueMax - dpg_.work.valueMin;
+    const double toe = range * 0.005;
+    const double toeSlope = 1.0 / (range * 0.01);
+    const double lowest = dpg_.work.valueMin;
+    bool vectorised = false;
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        vectorised = count == blockSize;
+        if (vectorised) {
+            kernels::CombineCodes(i, b1, p, b2, r);
+        }
+    }
+    for (int32_t k = 0; k < count; ++k) {
+        const auto base = static_cast<double>(b1[k]);
+        const double detail = static_cast<double>(i[k]) - base;
+        if (!vectorised) {
+            const double kept = static_cast<double>(p[k]) - static_cast<double>(b2[k]);
+            r[k] = base + (2.0 * detail - kept);
+        }
+        if (base > lowest && r[k] < lowest + toe) {
+            r[k] = lowest + toe * std::exp(detail * toeSlope);
+        }
+    }
+}
+
+template class DpgStage<uint16_t>;
+template class DpgStage<float>;
+
+} // namespace lumo
