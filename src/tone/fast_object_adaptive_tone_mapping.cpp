@@ -1,0 +1,312 @@
+#include "tone/fast_object_adaptive_tone_mapping.h"
+
+#include "core/exception.h"
+#include "core/image_scaling.h"
+#include "core/matrix_operator.h"
+#include "core/parallel.h"
+#include "core/pixel_block.h"
+#include "segmentation/segments_info.h"
+#include "tone/global_tone_mapping_operator_adaptive.h"
+#include "tone/image_histogram.h"
+#include "tone/segment_window.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace lumo {
+namespace {
+
+constexpr int32_t curveBins = 1024;
+constexpr double steepest = 1.0;
+constexpr double tableEnd = 65535.0;
+constexpr double usualDecay = 1.0;
+
+Vector<double> MakeWeightTable(double decay)
+{
+    Vector<double> table(65536);
+    ParallelFor(0, 65536, [&](int32_t i) { table[i] = std::exp(-i * decay / tableEnd); });
+    return table;
+}
+
+// The table of the decay that the controller always passes, once per process.
+const Vector<double>& UsualWeightTable()
+{
+    static const Vector<double> table = MakeWeightTable(usualDecay);
+    return table;
+}
+
+template <typename T> double LargestValue(const Matrix& image)
+{
+    Vector<T> rowMaxima(static_cast<uint64_t>(image.rows));
+    ParallelFor(0, image.rows, [&](int32_t y) {
+        const T* in = RowOf<T>(image, y);
+        T largest = std::numeric_limits<T>::lowest();
+        for (int64_t i = 0; i < RowLength(image); ++i) {
+            largest = std::max(largest, in[i]);
+        }
+        rowMaxima[y] = largest;
+    });
+    T largest = std::numeric_limits<T>::lowest();
+    for (uint64_t y = 0; y < rowMaxima.size; ++y) {
+        largest = std::max(largest, rowMaxima[y]);
+    }
+    return static_cast<double>(largest);
+}
+
+Matrix ResizeTo(const Matrix& src, const Matrix& labels)
+{
+    Matrix small;
+    const int size[2] = {labels.rows, labels.cols};
+    ImageScalingBilinear().Resize(src, small, size);
+    return small;
+}
+
+void Require(bool condition, const char* message)
+{
+    if (!condition) {
+        throw Exception(exceptionFormat, message);
+    }
+}
+
+bool IsToneDepth(const Matrix& image)
+{
+    const int32_t depth = DepthOf(image.type);
+    return depth == D16U || depth == D32F;
+}
+
+// The histograms of all segments in one pass: what counting under each segment's mask gives.
+template <typename T>
+VectorC<Vector<double>> SegmentHistograms(const Matrix& small, const Matrix_t<int>& labels,
+                                          int32_t n, const ImageHistogram& bins)
+{
+    VectorC<Vector<double>> counts(static_cast<uint64_t>(n));
+    for (int32_t s = 0; s < n; ++s) {
+        counts[s] = Vector<double>(static_cast<uint64_t>(bins.numBins), 0.0);
+    }
+    for (int32_t y = 0; y < small.rows; ++y) {
+        const T* value = RowOf<T>(small, y);
+        const auto* label = RowOf<int32_t>(labels, y);
+        for (int32_t x = 0; x < small.cols; ++x) {
+            counts[label[x]][bins.BinOf(static_cast<double>(value[x]))] += 1.0;
+        }
+    }
+    return counts;
+}
+
+template <typename T>
+void FillMask(const Matrix& scaled, const Vector<double>& table, double mean,
+              WindowCounter& counter, Matrix& mask)
+{
+    const LabelBox& region = counter.Region();
+    for (int32_t y = region.minY; y <= region.maxY; ++y) {
+        const float* count = counter.Row(y);
+        const T* value = RowOf<T>(scaled, y) + region.minX;
+        float* out = RowOf<float>(mask, y) + region.minX;
+        for (int32_t x = 0; x <= region.maxX - region.minX; ++x) {
+            const double difference = std::abs(static_cast<double>(value[x]) - mean);
+            const double index = difference < tableEnd ? difference : tableEnd;
+            out[x] = count[x] * static_cast<float>(table[static_cast<int64_t>(index)]);
+        }
+    }
+}
+
+template <typename T>
+void MakeMasks(const Matrix& small, double ceil, const Matrix_t<int>& labels, int32_t n,
+               const Vector<double>& table, double windowSize, VectorC<Matrix>& masks)
+{
+    Matrix scaled(small.rows, small.cols, small.type);
+    MultiplyByScalar(small, tableEnd / ceil, scaled, MatrixOperatorMultiply<T>());
+    masks = VectorC<Matrix>(static_cast<uint64_t>(n));
+    const auto r = static_cast<int32_t>(std::max(windowSize * 0.5, 0.0));
+    SegmentsInfo info;
+    ImagSegments::GetSegmentsInfo<T>(scaled, labels, n, info);
+    ParallelFor(0, n, [&](int32_t s) {
+        masks[s].Create(labels.rows, labels.cols, D32F);
+        for (int32_t y = 0; y < labels.rows; ++y) {
+            float* row = RowOf<float>(masks[s], y);
+            std::fill(row, row + labels.cols, 0.0f);
+        }
+        if (info.pixelCount[s] > 0.0) {
+            const LabelBox box = {info.minX[s], info.maxX[s], info.minY[s], info.maxY[s]};
+            WindowCounter counter(labels, s, box, r);
+            FillMask<T>(scaled, table, info.mean[s], counter, masks[s]);
+        }
+    });
+}
+
+template <typename T> void BlendRows(const ToneBlend& blend, const Matrix& src, Matrix& dst)
+{
+    ParallelRangesWith(
+        0, src.rows, [&] { return ToneBlend::Row(blend); },
+        [&](int64_t first, int64_t last, ToneBlend::Row& row) {
+            double blended[blockSize];
+            for (auto y = static_cast<int32_t>(first); y < last; ++y) {
+                for (int32_t x = 0; x < src.cols; x += blockSize) {
+                    const int32_t count = std::min(blockSize, src.cols - x);
+                    blend.Blend(RowOf<T>(src, y) + x, y, x, count, row, blended);
+                    StorePlane(blended, count, RowOf<T>(dst, y) + x);
+                }
+            }
+        });
+}
+
+} // namespace
+
+FastObjectAdaptiveToneMapping::FastObjectAdaptiveToneMapping(double width, double decay)
+    : weightTable(decay == usualDecay ? UsualWeightTable() : MakeWeightTable(decay)),
+      windowSize(width)
+{
+}
+
+void FastObjectAdaptiveToneMapping::operator()(const Matrix& src, Matrix& dst,
+                                               const ToneCodes& codes, const Matrix_t<int>& labels,
+                                               int32_t n) const
+{
+    Require(IsToneDepth(src), "Error in FastObjectAdaptiveToneMapping::operator(), data depth must "
+                              "be D16U/D32F");
+    if (DepthOf(src.type) == D16U) {
+        ApplyToneMapping<uint16_t>(src, dst, codes, labels, n);
+    } else {
+        ApplyToneMapping<float>(src, dst, codes, labels, n);
+    }
+}
+
+void FastObjectAdaptiveToneMapping::operator()(const Matrix& src, const ToneCodes& codes,
+                                               const Matrix_t<int>& labels, int32_t n,
+                                               VectorC<Vector<double>>& curves,
+                                               VectorC<Matrix>& masks) const
+{
+    Require(IsToneDepth(src), "Error in FastObjectAdaptiveToneMapping::operator(), data depth must "
+                              "be D16U/D32F");
+    const double largest =
+        DepthOf(src.type) == D16U ? LargestValue<uint16_t>(src) : LargestValue<float>(src);
+    const double ceil = std::max(largest, codes.outCodeMax);
+    const Matrix small = ResizeTo(src, labels);
+    CalcToneMappingCurve(small, ceil, codes, labels, n, curves);
+    MakeCrossRegionConsistencyMask(small, ceil, labels, n, masks);
+}
+
+template <typename T>
+ToneBlend FastObjectAdaptiveToneMapping::MakeBlend(const Matrix& src, const ToneCodes& codes,
+                                                   const Matrix_t<int>& labels, int32_t n) const
+{
+    const double largest = LargestValue<T>(src);
+    const double ceil = std::max(largest, codes.outCodeMax);
+    const Matrix small = ResizeTo(src, labels);
+    const auto codesUsed = static_cast<uint64_t>(std::max(largest, 0.0)) + 1;
+    VectorC<Vector<double>> curves(static_cast<uint64_t>(n));
+    for (int32_t s = 0; s < n; ++s) {
+        curves[s] = Vector<double>(codesUsed);
+    }
+    CalcToneMappingCurve(small, ceil, codes, labels, n, curves);
+    VectorC<Matrix> masks;
+    MakeCrossRegionConsistencyMask(small, ceil, labels, n, masks);
+    return ToneBlend(curves, masks, {src.rows, src.cols, 0, 0}, src.cols);
+}
+
+template <typename T>
+void FastObjectAdaptiveToneMapping::ApplyToneMapping(const Matrix& src, Matrix& dst,
+                                                     const ToneCodes& codes,
+                                                     const Matrix_t<int>& labels, int32_t n) const
+{
+    const Matrix source(src);
+    const ToneBlend blend = MakeBlend<T>(source, codes, labels, n);
+    dst.Ensure(source.rows, source.cols, source.type);
+    BlendRows<T>(blend, source, dst);
+}
+
+void FastObjectAdaptiveToneMapping::ApplyToneMapping(const Matrix& src, Matrix& dst,
+                                                     const ImageSize& image, const ImageSize& label,
+                                                     const VectorC<Vector<double>>& curves,
+                                                     const VectorC<Matrix>& masks, int32_t offset,
+                                                     BandDirection direction)
+{
+    const Matrix source(src);
+    const ToneBlend blend =
+        MakeBandBlend({source.rows, source.cols}, image, label, curves, masks, offset, direction);
+    dst.Ensure(source.rows, source.cols, source.type);
+    BlendRows<uint16_t>(blend, source, dst);
+}
+
+ToneBlend FastObjectAdaptiveToneMapping::MakeBandBlend(const ImageSize& band,
+                                                       const ImageSize& image,
+                                                       const ImageSize& label,
+                                                       const VectorC<Vector<double>>& curves,
+                                                       const VectorC<Matrix>& masks, int32_t offset,
+                                                       BandDirection direction)
+{
+    Require(band.cols >= 1 && band.rows >= 1, "");
+    Require(image.rows >= 1 && image.cols >= 1, "");
+    Require(label.rows >= 1 && label.cols >= 1, "");
+    const bool byRows = direction == BandDirection::rows;
+    const int64_t end = int64_t{offset} + (byRows ? band.rows : band.cols);
+    Require(end <= (byRows ? image.rows : image.cols), "");
+    Require(offset >= 0, "");
+    Require(masks.size >= 1 && curves.size >= masks.size, "");
+    for (uint64_t s = 0; s < masks.size; ++s) {
+        Require(masks[s].rows == label.rows && masks[s].cols == label.cols, "");
+        Require(curves[s].size >= 65536, "");
+    }
+    const BlendPlace place = {image.rows, image.cols, byRows ? offset : 0, byRows ? 0 : offset};
+    return ToneBlend(curves, masks, place, band.cols);
+}
+
+void FastObjectAdaptiveToneMapping::CalcToneMappingCurve(const Matrix& small, double ceil,
+                                                         const ToneCodes& codes,
+                                                         const Matrix_t<int>& labels, int32_t n,
+                                                         VectorC<Vector<double>>& curves) const
+{
+    Require(IsToneDepth(small), "Error in FastObjectAdaptiveToneMapping::CalcToneMappingCurve, "
+                                "data depth must be D16U");
+    EnsureLabelChannels(labels);
+    const double outRange = codes.outCodeMax - codes.outCodeMin;
+    const double minSlope = outRange * 0.01 / (codes.inCodeMax - codes.inCodeMin);
+    const ImageHistogram bins(ceil, codes.inCodeMin, curveBins);
+    const VectorC<Vector<double>> counts = DepthOf(small.type) == D16U
+                                               ? SegmentHistograms<uint16_t>(small, labels, n, bins)
+                                               : SegmentHistograms<float>(small, labels, n, bins);
+    VectorC<GlobalToneMappingOperatorAdaptive> operators(static_cast<uint64_t>(n));
+    ParallelFor(0, n, [&](int32_t s) {
+        operators[s].SetParameters(ceil, codes.inCodeMin, codes.outCodeMax, codes.outCodeMin,
+                                   codes.thresholdCode, codes.kneeCode, curveBins, steepest,
+                                   minSlope);
+        operators[s].MakeLUT(counts[s]);
+        for (uint64_t code = 0; code < curves[s].size; ++code) {
+            curves[s][code] = operators[s].lut.Evaluate(static_cast<double>(code));
+        }
+    });
+}
+
+void FastObjectAdaptiveToneMapping::MakeCrossRegionConsistencyMask(const Matrix& small, double ceil,
+                                                                   const Matrix_t<int>& labels,
+                                                                   int32_t n,
+                                                                   VectorC<Matrix>& masks) const
+{
+    Require(IsToneDepth(small),
+            "Error in FastObjectAdaptiveToneMapping::MakeCrossRegionConsistencyMask, data depth "
+            "must be D16U");
+    if (DepthOf(small.type) == D16U) {
+        MakeMasks<uint16_t>(small, ceil, labels, n, weightTable, windowSize, masks);
+    } else {
+        MakeMasks<float>(small, ceil, labels, n, weightTable, windowSize, masks);
+    }
+}
+
+template ToneBlend FastObjectAdaptiveToneMapping::MakeBlend<uint16_t>(const Matrix&,
+                                                                      const ToneCodes&,
+                                                                      const Matrix_t<int>&,
+                                                                      int32_t) const;
+template ToneBlend FastObjectAdaptiveToneMapping::MakeBlend<float>(const Matrix&, const ToneCodes&,
+                                                                   const Matrix_t<int>&,
+                                                                   int32_t) const;
+template void FastObjectAdaptiveToneMapping::ApplyToneMapping<uint16_t>(const Matrix&, Matrix&,
+                                                                        const ToneCodes&,
+                                                                        const Matrix_t<int>&,
+                                                                        int32_t) const;
+template void FastObjectAdaptiveToneMapping::ApplyToneMapping<float>(const Matrix&, Matrix&,
+                                                                     const ToneCodes&,
+                                                                     const Matrix_t<int>&,
+                                                                     int32_t) const;
+
+} // namespace lumo
