@@ -2,7 +2,7 @@
 
 add_library(lumo_warnings INTERFACE)
 target_compile_options(lumo_warnings INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wno-psabi
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     $<$<BOOL:${LUMO_WERROR}>:-Werror>)
 
