@@ -27,6 +27,7 @@ constexpr const char* examples =
     "\"qva print --help\" lists all options.";
 
 constexpr const char* printExamples =
+    "Values in parentheses hold where an option is not given.\n"
     "What a file says about its colours is believed: a PNG's cICP before everything else, then\n"
     "the options here, an ICC profile, sRGB, chromaticities and gamma. Without any of these\n"
     "floating-point values are linear BT.709 and integers are sRGB.\n"
@@ -54,7 +55,7 @@ CLI::Validator Number(double lowest, double highest)
         }
         return {};
     };
-    return CLI::Validator(check, "NUMBER");
+    return CLI::Validator(check, "");
 }
 
 CLI::Validator WholeNumber(int lowest, int highest)
@@ -71,7 +72,7 @@ CLI::Validator WholeNumber(int lowest, int highest)
         }
         return {};
     };
-    return CLI::Validator(check, "NUMBER");
+    return CLI::Validator(check, "");
 }
 
 CLI::Validator OneOf(const std::vector<std::string>& words)
@@ -82,7 +83,7 @@ CLI::Validator OneOf(const std::vector<std::string>& words)
         }
         return {};
     };
-    return CLI::Validator(check, fmt::format("{}", fmt::join(words, "|")));
+    return CLI::Validator(check, "");
 }
 
 CLI::Validator PrimariesName()
@@ -91,7 +92,7 @@ CLI::Validator PrimariesName()
         return FindPrimaries(text) ? std::string()
                                    : fmt::format("'{}' is not one of {}", text, PrimariesNames());
     };
-    return CLI::Validator(check, "NAME");
+    return CLI::Validator(check, "");
 }
 
 template <typename Function>
@@ -100,42 +101,45 @@ CLI::Option* AddNumber(CLI::App& app, const std::string& name, const std::string
 {
     return app.add_option_function<double>(name, take, help)
         ->check(Number(lowest, highest))
-        ->type_name("")
+        ->type_name("NUMBER")
         ->take_last();
 }
 
 void AddSourceOptions(CLI::App& app, std::string& photo, SourceOptions& source,
                       std::uint64_t& maxPixels)
 {
-    app.add_option("PHOTO", photo, "The picture")->required()->type_name("");
+    app.add_option("PHOTO", photo, "The picture: OpenEXR, Radiance HDR, PNG or TIFF")
+        ->required()
+        ->type_name("");
     const char* group = "What the picture means, where it does not say itself";
-    app.add_option("--encoding", source.encoding, "How codes stand for light")
+    app.add_option("--encoding", source.encoding,
+                   "How codes stand for light: linear, gamma22, srgb, pq or hlg")
         ->check(OneOf({"linear", "gamma22", "srgb", "pq", "hlg"}))
-        ->type_name("")
+        ->type_name("NAME")
         ->group(group);
     app.add_option("--primaries", source.primaries, "One of " + PrimariesNames())
         ->check(PrimariesName())
-        ->type_name("")
+        ->type_name("NAME")
         ->group(group);
     CLI::Option* white =
-        AddNumber(app, "--white", "cd/m2 of the value 1.0; 203, or what the file says", 1e-3, 1e6,
+        AddNumber(app, "--white", "cd/m2 of the value 1.0 (203, or what the file says)", 1e-3, 1e6,
                   [&source](const double& value) { source.white = value; });
     CLI::Option* lowest =
-        AddNumber(app, "--luminance-min", "cd/m2 of integer code 0; 0", 0.0, 10000.0,
+        AddNumber(app, "--luminance-min", "cd/m2 of integer code 0 (0)", 0.0, 10000.0,
                   [&source](const double& value) { source.luminanceMin = value; });
     CLI::Option* highest =
-        AddNumber(app, "--luminance-max", "cd/m2 of the largest integer code; 203, for PQ 10000",
+        AddNumber(app, "--luminance-max", "cd/m2 of the largest integer code (203; for PQ 10000)",
                   1e-3, 10000.0, [&source](const double& value) { source.luminanceMax = value; });
     CLI::Option* top = AddNumber(
         app, "--top",
-        "Brightest cd/m2 to render; what the picture holds: its peak, or its 99.99th percentile "
-        "where a few pixels lie far above",
+        "Brightest cd/m2 to render (the picture's peak, or its 99.99th percentile where a few "
+        "pixels lie far above)",
         1e-3, 10000.0, [&source](const double& value) { source.top = value; });
     white->excludes(highest);
     for (CLI::Option* option : {white, lowest, highest, top}) {
         option->group(group);
     }
-    AddNumber(app, "--max-pixels", "Refuse larger pictures; 1e9", 1.0, 1e15,
+    AddNumber(app, "--max-pixels", "Refuse larger pictures (1e9)", 1.0, 1e15,
               [&maxPixels](const double& value) { maxPixels = static_cast<std::uint64_t>(value); });
 }
 
@@ -143,17 +147,17 @@ void AddRenderOptions(CLI::App& app, PrintOptions& options)
 {
     const char* group = "Rendering";
     app.add_option("--profile", options.profile,
-                   "ICC profile of printer and paper; a generic photo paper")
+                   "ICC profile of printer and paper (a generic photo paper)")
         ->type_name("FILE")
         ->group(group);
     app.add_option_function<std::string>(
            "--paper-white",
            [&options](const std::string& text) { options.render.paperWhite = std::stoi(text); },
-           "cd/m2 of paper white where the print will hang: 100, 200 or 400; 100")
+           "cd/m2 of paper white where the print will hang: 100, 200 or 400 (100)")
         ->check(OneOf({"100", "200", "400"}))
-        ->type_name("")
+        ->type_name("NAME")
         ->group(group);
-    AddNumber(app, "--threshold", "cd/m2, tones below it keep their contrast; 1.3", 0.0, 100.0,
+    AddNumber(app, "--threshold", "cd/m2, tones below it keep their contrast (1.3)", 0.0, 100.0,
               [&options](const double& value) { options.render.threshold = value; })
         ->group(group);
     app.add_option_function<std::string>(
@@ -161,16 +165,18 @@ void AddRenderOptions(CLI::App& app, PrintOptions& options)
            [&options](const std::string& text) {
                options.render.saturation = text == "saturation";
            },
-           "Rendering intent: relative or saturation; relative")
+           "Rendering intent: relative or saturation (relative)")
         ->check(OneOf({"relative", "saturation"}))
-        ->type_name("")
+        ->type_name("NAME")
         ->group(group);
-    app.add_flag("!--no-black-point-compensation", options.render.blackPointCompensation,
-                 "Do not fit the picture's black to the printer's")
+    app.add_flag_callback(
+           "--no-black-point-compensation",
+           [&options] { options.render.blackPointCompensation = false; },
+           "Do not fit the picture's black to the printer's")
         ->group(group);
-    app.add_option("--threads", options.render.threads, "Threads to work with; one per core")
+    app.add_option("--threads", options.render.threads, "Threads to work with (one per core)")
         ->check(WholeNumber(1, 1024))
-        ->type_name("")
+        ->type_name("NUMBER")
         ->group(group);
 }
 
@@ -193,9 +199,9 @@ void AddOutputOptions(CLI::App& app, PrintOptions& options)
                                            : text == "lzw" ? Compression::Lzw
                                                            : Compression::Deflate;
            },
-           "none, lzw (TIFF only) or deflate; deflate")
+           "none, lzw (TIFF only) or deflate (deflate)")
         ->check(OneOf({"none", "lzw", "deflate"}))
-        ->type_name("")
+        ->type_name("NAME")
         ->group(group);
     AddNumber(app, "--dpi", "Pixels per inch to state in the result", 1.0, 100000.0,
               [&options](const double& value) { options.write.dpi = value; })
@@ -247,7 +253,7 @@ CommandLine ParseCommandLine(int count, const char* const* arguments)
         app, "preview", "Render for the screen: the print before its device step", previewOptions);
     CLI::App* info = app.add_subcommand("info", "Show what a photograph holds and what is chosen");
     AddSourceOptions(*info, line.info.photo, line.info.source, line.info.maxPixels);
-    AddNumber(*info, "--threshold", "cd/m2, as for print; 1.3", 0.0, 100.0,
+    AddNumber(*info, "--threshold", "cd/m2, as for print (1.3)", 0.0, 100.0,
               [&line](const double& value) { line.info.threshold = value; });
     info->add_flag("--json", line.info.json, "Write JSON");
     info->footer("Example:\n  qva info photo.exr --json");

@@ -72,7 +72,10 @@ private:
             if (runs_[upper].label == runs_[lower].label) {
                 Join(upper, lower);
             }
-            (runs_[upper].last < runs_[lower].last ? upper : lower) += 1;
+            const int32_t upperLast = runs_[upper].last;
+            const int32_t lowerLast = runs_[lower].last;
+            upper += upperLast <= lowerLast ? 1 : 0;
+            lower += lowerLast <= upperLast ? 1 : 0;
         }
     }
     void Join(int32_t a, int32_t b)

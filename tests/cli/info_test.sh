@@ -8,9 +8,9 @@ for photo in photo.exr photo.hdr photo.png pq.png photo16.tif photo32.tif flawed
     expect_output '"width": 48'
 done
 
-# The spot 8, 8, 6.4 of BT.709 has 7.93 of BT.2020 red (ITU-R BT.2087-0), at 203 cd/m2 for 1.
+# The spot 8, 8, 6.4 of BT.709 has 7.98 of BT.2020 green (ITU-R BT.2087-0), at 203 cd/m2 for 1.
 expect 0 "" info photo.exr
-expect_output "peak 1609."
+expect_output "peak 1620."
 expect 0 "" info photo.exr --white 100 --primaries bt2020
 expect_output "peak 800"
 expect 0 "" info pq.png
