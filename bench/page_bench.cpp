@@ -1,0 +1,122 @@
+// Whole calls through the exports: print, preview, analysis, one band.
+#include "bench_support.h"
+
+#include "core/allocation.h"
+
+#include <malloc.h>
+#include <omp.h>
+
+namespace lumo::bench {
+namespace {
+
+using Apply = uint32_t (*)(QVA_HANDLE, const QVA_IMAGE*, const QVA_IMAGE*, const QVA_SOURCE_RANGE*,
+                           int32_t, const QVA_OUTPUT_CONDITIONS*);
+
+class Handle {
+public:
+    Handle() { QVA_Initialize(&handle_); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    ~Handle() { QVA_Terminate(&handle_); }
+    QVA_HANDLE Get() const { return handle_; }
+
+private:
+    QVA_HANDLE handle_ = nullptr;
+};
+
+void WholePage(benchmark::State& state, Apply apply)
+{
+    const auto width = static_cast<uint32_t>(state.range(0));
+    const auto height = static_cast<uint32_t>(state.range(1));
+    omp_set_num_threads(static_cast<int>(state.range(2)));
+    malloc_trim(0);
+    std::vector<uint16_t> source = MakeScene(width, height);
+    std::vector<uint16_t> result(source.size());
+    const QVA_IMAGE src = Describe(source, width, height);
+    const QVA_IMAGE dst = Describe(result, width, height);
+    const QVA_SOURCE_RANGE range = SceneRange();
+    const QVA_OUTPUT_CONDITIONS conditions = PaperConditions();
+    const Handle handle;
+    ResetPeak();
+    for (auto _ : state) {
+        if (apply(handle.Get(), &dst, &src, &range, sizeof range, &conditions) != QVA_OK) {
+            state.SkipWithError("the call failed");
+        }
+    }
+    const int64_t pixels = int64_t{width} * height;
+    ReportPixels(state, pixels);
+    state.counters["peak B/pixel"] = static_cast<double>(PeakBytes()) / static_cast<double>(pixels);
+}
+
+void Print(benchmark::State& state)
+{
+    WholePage(state, QVA_ApplyQVAForPrint_Wrapper);
+}
+
+void Preview(benchmark::State& state)
+{
+    WholePage(state, QVA_ApplyQVAForPreview_Wrapper);
+}
+
+void Analysis(benchmark::State& state)
+{
+    omp_set_num_threads(1);
+    std::vector<uint16_t> source = MakeScene(1200, 800);
+    const QVA_IMAGE src = Describe(source, 1200, 800);
+    const QVA_SOURCE_RANGE range = SceneRange();
+    const QVA_OUTPUT_CONDITIONS conditions = PaperConditions();
+    const Handle handle;
+    for (auto _ : state) {
+        if (QVA_Analysis(handle.Get(), &src, &range, sizeof range, &conditions) != QVA_OK) {
+            state.SkipWithError("the call failed");
+        }
+    }
+    ReportPixels(state, 1200 * 800);
+}
+
+// A band of 512 rows of a page of 6720 × 4480.
+void Band(benchmark::State& state)
+{
+    omp_set_num_threads(1);
+    constexpr uint32_t width = 6720;
+    constexpr uint32_t rows = 512;
+    std::vector<uint16_t> reduced = MakeScene(1200, 800);
+    std::vector<uint16_t> source = MakeScene(width, rows);
+    std::vector<uint16_t> result(source.size());
+    const QVA_IMAGE page = Describe(reduced, 1200, 800);
+    const QVA_IMAGE src = Describe(source, width, rows);
+    const QVA_IMAGE dst = Describe(result, width, rows);
+    const QVA_SOURCE_RANGE range = SceneRange();
+    const QVA_OUTPUT_CONDITIONS conditions = PaperConditions();
+    const QVA_BAND_AREA band = {0, 0, width - 1, rows - 1, {1, 1, 0, 0}};
+    const QVA_PAGE_AREA area = {0, 1024, width - 1, 1024 + rows - 1, width, 4480};
+    const Handle handle;
+    QVA_Analysis(handle.Get(), &page, &range, sizeof range, &conditions);
+    for (auto _ : state) {
+        if (QVA_CorrectionForPrint(handle.Get(), &dst, &src, &range, sizeof range, &conditions,
+                                   &band, &area) != QVA_OK)
+        {
+            state.SkipWithError("the call failed");
+        }
+    }
+    ReportPixels(state, int64_t{width} * rows);
+}
+
+void PageSizes(benchmark::internal::Benchmark* bench)
+{
+    bench->ArgNames({"width", "height", "threads"});
+    for (const int64_t threads : {1, omp_get_num_procs()}) {
+        bench->Args({64, 64, threads});
+        bench->Args({1224, 816, threads});
+        bench->Args({6720, 4480, threads});
+    }
+    bench->Unit(benchmark::kMillisecond)->UseRealTime();
+}
+
+BENCHMARK(Print)->Apply(PageSizes);
+BENCHMARK(Preview)->Apply(PageSizes);
+BENCHMARK(Analysis)->Unit(benchmark::kMillisecond);
+BENCHMARK(Band)->Unit(benchmark::kMillisecond);
+
+} // namespace
+} // namespace lumo::bench
