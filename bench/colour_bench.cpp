@@ -19,7 +19,8 @@ constexpr int32_t rows = 1024;
 constexpr int32_t cols = 1536;
 
 // Hides the block form, so that every pixel goes through the single-pixel call.
-template <typename Functor> class PixelByPixel : public ImageConverterInterface {
+template <typename Functor>
+class PixelByPixel : public ImageConverterInterface {
 public:
     explicit PixelByPixel(const Functor& functor) : functor_(functor) {}
     void operator()(const double* in, double* out, size_t channels) const override
@@ -35,7 +36,8 @@ private:
     const Functor& functor_;
 };
 
-template <typename Functor> void Run(benchmark::State& state, const Functor& functor)
+template <typename Functor>
+void Run(benchmark::State& state, const Functor& functor)
 {
     omp_set_num_threads(1);
     const Matrix src = MakeSceneMatrix(rows, cols);

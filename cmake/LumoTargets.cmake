@@ -14,6 +14,8 @@ target_compile_options(lumo_arithmetic INTERFACE
 
 add_library(lumo_sanitizers INTERFACE)
 if(LUMO_SANITIZE)
+    # A pool of blocks would hide from the sanitizers where one ends.
+    target_compile_definitions(lumo_sanitizers INTERFACE LUMO_PLAIN_HEAP)
     target_compile_options(lumo_sanitizers INTERFACE
         -fsanitize=${LUMO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(lumo_sanitizers INTERFACE -fsanitize=${LUMO_SANITIZE})

@@ -4,6 +4,7 @@
 #include "controller/encoding_sink.h"
 #include "controller/qva_controller.h"
 #include "controller/source_decoding.h"
+#include "core/block_pool.h"
 #include "core/debug_stream.h"
 #include "core/exception.h"
 #include "core/parallel.h"
@@ -53,9 +54,11 @@ const CorrectionValues& FirstValues(const QVA_IMAGE& src, const QVA_SOURCE_ENCOD
 }
 
 // Runs an operation; failures end in status 1, with their message on the library's stream.
-template <typename Operation> uint32_t Report(Operation&& operation)
+template <typename Operation>
+uint32_t Report(Operation&& operation)
 {
     try {
+        const CallMemory memory;
         operation();
         return QVA_OK;
     } catch (const Exception& failure) {

@@ -3,7 +3,9 @@
 #include "controller/argument_checks.h"
 #include "controller/device_black.h"
 #include "controller/encoding_sink.h"
+#include "controller/process_tables.h"
 #include "controller/source_decoding.h"
+#include "core/block_pool.h"
 #include "core/debug_stream.h"
 #include "core/exception.h"
 #include "core/parallel.h"
@@ -22,17 +24,6 @@ constexpr int32_t renderingLongSide = 1024;
 constexpr double renderingWindow = 256.0;
 constexpr double transformMax = 2.0;
 
-// The curve of every controller, built once per process.
-const PowerCurveTable& UsualOutputCurve()
-{
-    static const PowerCurveTable curve = [] {
-        PowerCurveTable built;
-        built.Build();
-        return built;
-    }();
-    return curve;
-}
-
 float SizeFactor(int64_t pixelCount)
 {
     return static_cast<float>(std::sqrt(static_cast<double>(pixelCount) / referencePixels));
@@ -47,6 +38,7 @@ int64_t PixelCount(const Matrix& image)
 
 QvaController::QvaController() : outputCurve(UsualOutputCurve())
 {
+    PrepareProcessTables();
     SilenceLibraryOutput();
 }
 
@@ -60,6 +52,7 @@ uint32_t QvaController::Apply(const QVA_IMAGE* dst, const QVA_IMAGE* src,
     htrParameters.resizedLongSide = renderingLongSide;
     htrParameters.regionWindowSize = renderingWindow;
     try {
+        const CallMemory memory;
         Print(*dst, *src, *encoding, *conditions, print);
         return QVA_OK;
     } catch (...) {
@@ -83,7 +76,7 @@ void QvaController::Print(const QVA_IMAGE& dst, const QVA_IMAGE& src,
     const Matrix source = WrapImage(src);
     Matrix destination = WrapImage(dst);
     MatrixSink<uint16_t> sink(destination);
-    const HtrColorCompression compression;
+    const HtrColorCompression& compression = UsualColorCompression();
     WorkPlanes planes;
     if (!print || !(black > 0.0)) {
         Render(source, sink, encoding, ranges, planes, &compression);

@@ -1,7 +1,10 @@
 #include "core/allocation.h"
 
+#include "core/block_pool.h"
+
 #include <cstdlib>
 #include <limits>
+#include <new>
 #include <sys/mman.h>
 
 namespace lumo {
@@ -53,6 +56,9 @@ void* AllocAligned(uint64_t bytes)
         return nullptr;
     }
     const std::lock_guard<std::recursive_mutex> hold(allocLock);
+    if (void* pooled = pool::Take(bytes)) {
+        return pooled;
+    }
     const bool large = bytes >= largeBlock;
     void* block = nullptr;
     if (posix_memalign(&block, large ? largePage : smallAlignment, bytes) != 0) {
@@ -74,7 +80,27 @@ void Free(void* block) noexcept
 void FreeAligned(void* block) noexcept
 {
     const std::lock_guard<std::recursive_mutex> hold(allocLock);
-    std::free(block);
+    if (!pool::Give(block)) {
+        std::free(block);
+    }
+}
+
+void* AllocArray(uint64_t bytes)
+{
+    EnsureDataSize(bytes);
+    const std::lock_guard<std::recursive_mutex> hold(allocLock);
+    if (void* pooled = pool::Take(bytes)) {
+        return pooled;
+    }
+    return ::operator new (bytes, std::align_val_t{smallAlignment});
+}
+
+void FreeArray(void* block) noexcept
+{
+    const std::lock_guard<std::recursive_mutex> hold(allocLock);
+    if (!pool::Give(block)) {
+        ::operator delete (block, std::align_val_t{smallAlignment});
+    }
 }
 
 } // namespace lumo

@@ -35,9 +35,15 @@ void* AllocAligned(uint64_t bytes);
 void Free(void* block) noexcept;
 void FreeAligned(void* block) noexcept;
 
+/// A block for an array of numbers or plain records. Released by FreeArray.
+/// @throws Exception code 1 above the limit, then std::bad_alloc when memory runs out.
+void* AllocArray(uint64_t bytes);
+void FreeArray(void* block) noexcept;
+
 /// Copies min(srcCount, dstCount) elements; nothing where src is null or the count is 0.
 /// @throws Exception code 0 if there is something to copy and dst is null.
-template <typename T> void CloneMemory(const T* src, uint64_t srcCount, T* dst, uint64_t dstCount)
+template <typename T>
+void CloneMemory(const T* src, uint64_t srcCount, T* dst, uint64_t dstCount)
 {
     const uint64_t count = std::min(srcCount, dstCount);
     if (src == nullptr || count == 0) {

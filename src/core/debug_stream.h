@@ -7,7 +7,8 @@
 namespace lumo {
 
 /// Accepts and forgets every character.
-template <typename Char> class DebugStreamBuffer : public std::basic_streambuf<Char> {
+template <typename Char>
+class DebugStreamBuffer : public std::basic_streambuf<Char> {
 public:
     /// What was bound to the stream before.
     std::basic_streambuf<Char>* previous = nullptr;

@@ -28,7 +28,8 @@ void StretchRow(const T* in, int32_t channels, const Vector<Params>& columns, fl
 
 // The two stretched source rows that an output row mixes; a row that the one before already
 // stretched is not stretched again.
-template <typename T> class RowPair {
+template <typename T>
+class RowPair {
 public:
     RowPair(const Matrix& src, const Vector<Params>& columns)
         : src_(src),
@@ -47,7 +48,8 @@ public:
         Fill(upper_, upperIndex_, entry.index0);
         Fill(lower_, lowerIndex_, entry.index1);
     }
-    template <typename Store> void Mix(const Params& entry, Store&& store) const
+    template <typename Store>
+    void Mix(const Params& entry, Store&& store) const
     {
         const float* upper = upper_.data();
         const float* lower = lower_.data();

@@ -98,7 +98,8 @@ private:
 };
 
 /// A matrix whose elements the caller promises to be T (float or int).
-template <typename T> class Matrix_t : public Matrix {
+template <typename T>
+class Matrix_t : public Matrix {
 public:
     using Matrix::Matrix;
     Matrix_t() = default;
@@ -108,11 +109,13 @@ public:
 };
 
 /// First element of a row.
-template <typename T> T* RowOf(Matrix& matrix, int32_t row)
+template <typename T>
+T* RowOf(Matrix& matrix, int32_t row)
 {
     return static_cast<T*>(matrix.data) + static_cast<uint64_t>(row) * matrix.step;
 }
-template <typename T> const T* RowOf(const Matrix& matrix, int32_t row)
+template <typename T>
+const T* RowOf(const Matrix& matrix, int32_t row)
 {
     return static_cast<const T*>(matrix.data) + static_cast<uint64_t>(row) * matrix.step;
 }

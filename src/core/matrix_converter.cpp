@@ -7,7 +7,8 @@
 namespace lumo {
 namespace {
 
-template <typename From, typename To> void ConvertRows(const Matrix& src, Matrix& dst)
+template <typename From, typename To>
+void ConvertRows(const Matrix& src, Matrix& dst)
 {
     const int64_t count = RowLength(src);
     ParallelFor(src.roi.y, static_cast<int64_t>(src.roi.y) + src.roi.height, [&](int32_t row) {

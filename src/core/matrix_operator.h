@@ -15,7 +15,8 @@ public:
 };
 
 /// Products of elements, in double, saturated to T (uint16_t for D16U, float for D32F).
-template <typename T> class MatrixOperatorMultiply : public MatrixOperator {
+template <typename T>
+class MatrixOperatorMultiply : public MatrixOperator {
 public:
     /// out = a * b for the elements of one row; the three images have the same shape.
     void operator()(int row, const Matrix& a, const Matrix& b, Matrix& out) override

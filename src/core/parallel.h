@@ -14,7 +14,8 @@ namespace parallel {
 /// Keeps the first exception of a region.
 class FirstFailure {
 public:
-    template <typename Work> void Guard(Work&& work)
+    template <typename Work>
+    void Guard(Work&& work)
     {
         try {
             work();
@@ -81,7 +82,8 @@ void ParallelRangesWith(int64_t begin, int64_t end, Prepare&& prepare, Body&& bo
 
 /// Calls body(first, last) for contiguous parts of [begin, end), one part a thread; otherwise as
 /// ParallelRangesWith.
-template <typename Body> void ParallelRanges(int64_t begin, int64_t end, Body&& body)
+template <typename Body>
+void ParallelRanges(int64_t begin, int64_t end, Body&& body)
 {
     const int64_t count = end - begin;
     if (count <= 0) {
@@ -106,7 +108,8 @@ template <typename Body> void ParallelRanges(int64_t begin, int64_t end, Body&& 
 }
 
 /// Calls body(i) for every i of [begin, end) in parallel.
-template <typename Body> void ParallelFor(int64_t begin, int64_t end, Body&& body)
+template <typename Body>
+void ParallelFor(int64_t begin, int64_t end, Body&& body)
 {
     ParallelRanges(begin, end, [&](int64_t first, int64_t last) {
         for (int64_t i = first; i < last; ++i) {

@@ -77,7 +77,8 @@ LUMO_CLONES void Multiply(const double* m, double* x, double* y, double* z)
 
 namespace {
 
-template <typename T> T StoreAs(double value)
+template <typename T>
+T StoreAs(double value)
 {
     if constexpr (std::is_same_v<T, double>) {
         return value;
@@ -120,7 +121,8 @@ void StorePixels(const PixelBlock& block, int32_t count, int32_t channels, T* pi
     }
 }
 
-template <typename T> void LoadPlane(const T* plane, int32_t count, double* values)
+template <typename T>
+void LoadPlane(const T* plane, int32_t count, double* values)
 {
     if constexpr (std::is_same_v<T, uint16_t>) {
         if (count == blockSize) {
@@ -131,7 +133,8 @@ template <typename T> void LoadPlane(const T* plane, int32_t count, double* valu
     std::copy(plane, plane + count, values);
 }
 
-template <typename T> void StorePlane(const double* values, int32_t count, T* plane)
+template <typename T>
+void StorePlane(const double* values, int32_t count, T* plane)
 {
     if constexpr (std::is_same_v<T, uint16_t>) {
         if (count == blockSize) {
@@ -144,7 +147,8 @@ template <typename T> void StorePlane(const double* values, int32_t count, T* pl
     }
 }
 
-template <typename T> void SaturateBlock(PixelBlock& block)
+template <typename T>
+void SaturateBlock(PixelBlock& block)
 {
     if constexpr (std::is_same_v<T, uint16_t>) {
         kernels::Truncate16(block.channel[0]);

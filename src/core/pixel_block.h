@@ -23,14 +23,17 @@ template <typename T>
 void StorePixels(const PixelBlock& block, int32_t count, int32_t channels, T* pixels);
 
 /// Widens `count` elements of one plane.
-template <typename T> void LoadPlane(const T* plane, int32_t count, double* values);
+template <typename T>
+void LoadPlane(const T* plane, int32_t count, double* values);
 
 /// Stores `count` elements of one plane, saturated to T.
-template <typename T> void StorePlane(const double* values, int32_t count, T* plane);
+template <typename T>
+void StorePlane(const double* values, int32_t count, T* plane);
 
 /// Rounds the block to what a store into T and a load would leave: the boundary between two stages
 /// that share a pass.
-template <typename T> void SaturateBlock(PixelBlock& block);
+template <typename T>
+void SaturateBlock(PixelBlock& block);
 
 /// A block whose three channels become table[code]; the values are saturated to 16 bits first.
 void MapBlock(const uint16_t* table, PixelBlock& block);

@@ -28,7 +28,8 @@ public:
 };
 
 /// The pixels of an image of T, three channels.
-template <typename T> class MatrixSource : public PixelSource {
+template <typename T>
+class MatrixSource : public PixelSource {
 public:
     /// `image` outlives the source.
     explicit MatrixSource(const Matrix& image) : image_(image) {}
@@ -44,7 +45,8 @@ private:
 };
 
 /// Stores into an image of T, three channels, saturated.
-template <typename T> class MatrixSink : public PixelSink {
+template <typename T>
+class MatrixSink : public PixelSink {
 public:
     /// `image` outlives the sink.
     explicit MatrixSink(Matrix& image) : image_(image) {}

@@ -11,7 +11,8 @@ namespace lumo {
 
 /// Clamps to T's range and truncates toward zero; a not-a-number becomes 0 in an integer. Floats
 /// are clamped to the finite range and rounded; a not-a-number stays one.
-template <typename T> LUMO_INLINE T Saturate(double value)
+template <typename T>
+LUMO_INLINE T Saturate(double value)
 {
     constexpr auto low = static_cast<double>(std::numeric_limits<T>::lowest());
     constexpr auto high = static_cast<double>(std::numeric_limits<T>::max());
@@ -32,11 +33,13 @@ LUMO_INLINE int32_t SaturateCode(double value, double high)
     value = value < high ? value : high;
     return static_cast<int32_t>(value);
 }
-template <> LUMO_INLINE uint16_t Saturate<uint16_t>(double value)
+template <>
+LUMO_INLINE uint16_t Saturate<uint16_t>(double value)
 {
     return static_cast<uint16_t>(SaturateCode(value, 65535.0));
 }
-template <> LUMO_INLINE uint8_t Saturate<uint8_t>(double value)
+template <>
+LUMO_INLINE uint8_t Saturate<uint8_t>(double value)
 {
     return static_cast<uint8_t>(SaturateCode(value, 255.0));
 }

@@ -7,12 +7,14 @@
 
 #include <cstdint>
 #include <mutex>
+#include <type_traits>
 
 namespace lumo {
 
 /// A header over a shared array of `size` elements. Copies are shallow; the array is freed with
 /// its last header. New numbers are not cleared; new objects are default-constructed.
-template <typename T> class VectorC {
+template <typename T>
+class VectorC {
 public:
     VectorC() = default;
     /// @throws std::bad_alloc or Exception code 0.
@@ -34,15 +36,24 @@ public:
         if (n == 0) {
             return nullptr;
         }
-        EnsureDataSize(SaturatingProduct(n, sizeof(T), 1));
-        const std::lock_guard<std::recursive_mutex> hold(allocLock);
-        return new T[n];
+        const uint64_t bytes = SaturatingProduct(n, sizeof(T), 1);
+        if constexpr (isPlain) {
+            return static_cast<T*>(AllocArray(bytes));
+        } else {
+            EnsureDataSize(bytes);
+            const std::lock_guard<std::recursive_mutex> hold(allocLock);
+            return new T[n];
+        }
     }
     /// Destroys the elements and frees `data`.
     virtual void Deallocate()
     {
-        const std::lock_guard<std::recursive_mutex> hold(allocLock);
-        delete[] data;
+        if constexpr (isPlain) {
+            FreeArray(data);
+        } else {
+            const std::lock_guard<std::recursive_mutex> hold(allocLock);
+            delete[] data;
+        }
         data = nullptr;
     }
 
@@ -90,6 +101,10 @@ protected:
     }
 
 private:
+    // Raw storage that no constructor or destructor has to see.
+    static constexpr bool isPlain =
+        std::is_trivially_default_constructible_v<T> && std::is_trivially_destructible_v<T>;
+
     void Share(const VectorC& other)
     {
         data = other.data;
@@ -102,7 +117,8 @@ private:
 };
 
 /// The form for arrays of numbers and plain records.
-template <typename T> class Vector : public VectorC<T> {
+template <typename T>
+class Vector : public VectorC<T> {
 public:
     Vector() = default;
     explicit Vector(uint64_t n) : VectorC<T>(n) {}
@@ -126,7 +142,8 @@ public:
 };
 
 /// Shares one heap object between holders; the last one deletes it.
-template <typename T> class SharedObject {
+template <typename T>
+class SharedObject {
 public:
     SharedObject() = default;
     /// Takes `newObject` over; where no count can be had it is deleted.
@@ -177,7 +194,8 @@ private:
 };
 
 /// A pair of coordinates.
-template <typename T> struct Point2D {
+template <typename T>
+struct Point2D {
     T x = 0;
     T y = 0;
 };

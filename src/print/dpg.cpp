@@ -57,7 +57,8 @@ void Dpg::operator()(const Matrix& src, Matrix& dst) const
     }
 }
 
-template <typename T> void Dpg::Run(const Matrix& src, Matrix& dst) const
+template <typename T>
+void Dpg::Run(const Matrix& src, Matrix& dst) const
 {
     const Matrix source(src);
     WorkPlanes planes;

@@ -46,7 +46,8 @@ public:
     LuminanceRange work;
 
 private:
-    template <typename T> void Run(const Matrix& src, Matrix& dst) const;
+    template <typename T>
+    void Run(const Matrix& src, Matrix& dst) const;
 };
 
 } // namespace lumo

@@ -39,18 +39,16 @@ double ChromaOffset(const Dpg& dpg)
     return dpg.work.valueMax * 0.5;
 }
 
-// The tables of the ranges that every print uses are built once per process.
 std::shared_ptr<const DpgTables> TablesOf(const Dpg& dpg)
 {
     if (IsUsual(dpg.input) && IsUsual(dpg.output)) {
-        static const auto usual =
-            std::make_shared<const DpgTables>(dpg.input, dpg.output, dpg.work, ChromaOffset(dpg));
-        return usual;
+        return DpgTables::Usual();
     }
     return std::make_shared<const DpgTables>(dpg.input, dpg.output, dpg.work, ChromaOffset(dpg));
 }
 
-template <typename T> int32_t DepthOfElement()
+template <typename T>
+int32_t DepthOfElement()
 {
     return std::is_same_v<T, float> ? D32F : D16U;
 }
@@ -96,6 +94,16 @@ DpgTables::DpgTables(const LuminanceRange& input, const LuminanceRange& output,
     encodingMap = MakePowerCurveMap(encoding);
 }
 
+std::shared_ptr<const DpgTables> DpgTables::Usual()
+{
+    static const auto usual = [] {
+        const LuminanceRange encoded = {65535.0, 100.0, 0.0, 0.0, BT2020RGB};
+        const LuminanceRange work = {65535.0, 100.0, 0.0, 0.0, ICtCp};
+        return std::make_shared<const DpgTables>(encoded, encoded, work, work.valueMax * 0.5);
+    }();
+    return usual;
+}
+
 template <typename T>
 DpgStage<T>::DpgStage(const Dpg& dpg, int32_t rows, int32_t cols, WorkPlanes& planes)
     : dpg_(dpg), planes_(planes), rows_(rows), cols_(cols)
@@ -112,7 +120,8 @@ DpgStage<T>::DpgStage(const Dpg& dpg, int32_t rows, int32_t cols, WorkPlanes& pl
     planes.second.Ensure(rows, cols, type);
 }
 
-template <typename T> void DpgStage<T>::Decode(PixelBlock& block) const
+template <typename T>
+void DpgStage<T>::Decode(PixelBlock& block) const
 {
     if constexpr (std::is_same_v<T, uint16_t>) {
         MapBlock(tables_->decodingMap.data, block);
@@ -122,7 +131,8 @@ template <typename T> void DpgStage<T>::Decode(PixelBlock& block) const
     }
 }
 
-template <typename T> void DpgStage<T>::Encode(PixelBlock& block) const
+template <typename T>
+void DpgStage<T>::Encode(PixelBlock& block) const
 {
     if constexpr (std::is_same_v<T, uint16_t>) {
         MapBlock(tables_->encodingMap.data, block);
@@ -148,7 +158,8 @@ void DpgStage<T>::Store(int32_t row, int32_t col, int32_t count, PixelBlock& blo
     StorePlane(block.channel[2], count, RowOf<T>(planes_.chroma2, row) + col);
 }
 
-template <typename T> struct DpgStage<T>::DrainScratch {
+template <typename T>
+struct DpgStage<T>::DrainScratch {
     explicit DrainScratch(int32_t cols) : solver(cols, 2)
     {
         for (auto& rows : base) {
@@ -160,7 +171,8 @@ template <typename T> struct DpgStage<T>::DrainScratch {
     PixelBlock block;
 };
 
-template <typename T> void DpgStage<T>::Drain(PixelSink& sink)
+template <typename T>
+void DpgStage<T>::Drain(PixelSink& sink)
 {
     const FastWlsFilter filter(dpg_.params.wlsSigma, dpg_.params.wlsLambda);
     const WlsSolver<T> solver(filter.weights_, filter.lambda_);

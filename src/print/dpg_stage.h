@@ -15,6 +15,9 @@ struct DpgTables {
     DpgTables(const LuminanceRange& input, const LuminanceRange& output, const LuminanceRange& work,
               double chromaOffset);
 
+    /// Those of the ranges that every print uses, built once per process.
+    static std::shared_ptr<const DpgTables> Usual();
+
     Vector<uint16_t> decodingMap; ///< encoded to linear codes
     Vector<uint16_t> encodingMap;
     PowerCurveTable decoding; ///< the same for floats
@@ -26,7 +29,8 @@ struct DpgTables {
 
 /// Takes an encoded image in, block by block, then gives the corrected image out.
 /// @tparam T  uint16_t or float: the depth that every step is stored in.
-template <typename T> class DpgStage : public PixelSink {
+template <typename T>
+class DpgStage : public PixelSink {
 public:
     /// @param dpg     outlives the stage, as `planes` does.
     /// @throws Exception code 3 for a work colour space other than ICtCp.

@@ -1,7 +1,8 @@
 #include "segmentation/label_regions.h"
 
+#include "core/vector.h"
+
 #include <algorithm>
-#include <vector>
 
 namespace lumo {
 namespace {
@@ -18,16 +19,17 @@ struct Run {
 // and the same order as growing each from its first pixel.
 class RunForest {
 public:
-    explicit RunForest(const Matrix& labels) : rowStart_(static_cast<size_t>(labels.rows) + 1)
+    explicit RunForest(const Matrix& labels)
+        : runs_(CountRuns(labels)), rowStart_(static_cast<uint64_t>(labels.rows) + 1)
     {
         for (int32_t y = 0; y < labels.rows; ++y) {
-            rowStart_[y] = static_cast<int32_t>(runs_.size());
+            rowStart_[y] = count_;
             AddRow(RowOf<int32_t>(labels, y), labels.cols);
+            rowStart_[y + 1] = count_;
             if (y > 0) {
                 JoinRows(y);
             }
         }
-        rowStart_[labels.rows] = static_cast<int32_t>(runs_.size());
     }
 
     int32_t Root(int32_t run)
@@ -41,17 +43,30 @@ public:
     // The run of row y that holds column x.
     int32_t At(int32_t y, int32_t x) const
     {
-        const auto begin = runs_.begin() + rowStart_[y];
-        const auto end = runs_.begin() + rowStart_[y + 1];
-        const auto after = std::upper_bound(
+        const Run* begin = runs_.data + rowStart_[y];
+        const Run* end = runs_.data + rowStart_[y + 1];
+        const Run* after = std::upper_bound(
             begin, end, x, [](int32_t col, const Run& run) { return col < run.first; });
-        return static_cast<int32_t>(after - runs_.begin()) - 1;
+        return static_cast<int32_t>(after - runs_.data) - 1;
     }
     const Run& operator[](int32_t run) const { return runs_[run]; }
     int32_t RowStart(int32_t y) const { return rowStart_[y]; }
-    int32_t Count() const { return static_cast<int32_t>(runs_.size()); }
+    int32_t Count() const { return count_; }
 
 private:
+    static uint64_t CountRuns(const Matrix& labels)
+    {
+        uint64_t count = 0;
+        for (int32_t y = 0; y < labels.rows; ++y) {
+            const auto* label = RowOf<int32_t>(labels, y);
+            uint64_t changes = 0;
+            for (int32_t x = 1; x < labels.cols; ++x) {
+                changes += label[x] != label[x - 1] ? 1 : 0;
+            }
+            count += changes + 1;
+        }
+        return count;
+    }
     void AddRow(const int32_t* label, int32_t cols)
     {
         for (int32_t x = 0; x < cols;) {
@@ -59,7 +74,8 @@ private:
             while (x < cols && label[x] == label[first]) {
                 ++x;
             }
-            runs_.push_back({first, x, label[first], static_cast<int32_t>(runs_.size())});
+            runs_[count_] = {first, x, label[first], count_};
+            ++count_;
         }
     }
     void JoinRows(int32_t y)
@@ -67,7 +83,7 @@ private:
         int32_t upper = rowStart_[y - 1];
         int32_t lower = rowStart_[y];
         const int32_t upperEnd = lower;
-        const auto lowerEnd = static_cast<int32_t>(runs_.size());
+        const int32_t lowerEnd = count_;
         while (upper < upperEnd && lower < lowerEnd) {
             if (runs_[upper].label == runs_[lower].label) {
                 Join(upper, lower);
@@ -85,8 +101,9 @@ private:
         runs_[std::max(a, b)].parent = std::min(a, b);
     }
 
-    std::vector<Run> runs_;
-    std::vector<int32_t> rowStart_;
+    Vector<Run> runs_;
+    int32_t count_ = 0;
+    Vector<int32_t> rowStart_;
 };
 
 class RegionNumbers {
@@ -95,8 +112,8 @@ public:
         : forest_(forest),
           rows_(rows),
           cols_(cols),
-          number_(forest.Count(), -1),
-          size_(forest.Count(), 0)
+          number_(static_cast<uint64_t>(forest.Count()), -1),
+          size_(static_cast<uint64_t>(forest.Count()), int64_t{0})
     {
         for (int32_t run = 0; run < forest.Count(); ++run) {
             size_[forest.Root(run)] += forest[run].last - forest[run].first;
@@ -143,8 +160,8 @@ private:
     RunForest& forest_;
     int32_t rows_;
     int32_t cols_;
-    std::vector<int32_t> number_; // by root; -1 until the region's first pixel has been visited
-    std::vector<int64_t> size_;
+    Vector<int32_t> number_; // by root; -1 until the region's first pixel has been visited
+    Vector<int64_t> size_;
 };
 
 } // namespace

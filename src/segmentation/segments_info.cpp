@@ -38,7 +38,8 @@ void AddBounds(int32_t j, int32_t y, int32_t first, int32_t last, SegmentsInfo& 
 }
 
 // Value by value in double.
-template <typename T> void AddValues(const T* value, int64_t count, int32_t j, SegmentsInfo& info)
+template <typename T>
+void AddValues(const T* value, int64_t count, int32_t j, SegmentsInfo& info)
 {
     for (int64_t i = 0; i < count; ++i) {
         const auto v = static_cast<double>(value[i]);

@@ -48,7 +48,8 @@ SlicPlanes::SlicPlanes(const Matrix& src) : rows(src.rows), cols(src.cols)
     FillEdges();
 }
 
-template <typename T> void SlicPlanes::Split(const Matrix& src)
+template <typename T>
+void SlicPlanes::Split(const Matrix& src)
 {
     ParallelFor(0, rows, [&](int32_t y) {
         const T* in = RowOf<T>(src, y);

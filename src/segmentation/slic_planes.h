@@ -22,7 +22,8 @@ public:
     Vector<float> edge;
 
 private:
-    template <typename T> void Split(const Matrix& src);
+    template <typename T>
+    void Split(const Matrix& src);
     void FillEdges();
 };
 

@@ -6,7 +6,7 @@
 namespace lumo::kernels {
 
 /// Columns that the column pass solves at once, and rows that the row pass does.
-constexpr int32_t columnLanes = 32;
+constexpr int32_t columnLanes = 64;
 constexpr int32_t rowLanes = 16;
 
 /// Absolute differences of 16-bit guidance codes that lead to different weights: 442² is the first

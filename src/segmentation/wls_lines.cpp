@@ -6,7 +6,8 @@ namespace lumo {
 namespace {
 
 // One column or row: `length` pixels that lie `guideStep` and `valueStep` elements apart.
-template <typename T> struct Line {
+template <typename T>
+struct Line {
     const T* guide;
     int64_t guideStep;
     int32_t guideChannels;
@@ -61,7 +62,8 @@ void Build(const Line<T>& line, const Vector<float>& weights, float lambda, Coef
     k.diagonal[n - 1] = 1.0f - k.lower[n - 1];
 }
 
-template <typename T> void SolveChannel(const Line<T>& line, int32_t channel, Coefficients& k)
+template <typename T>
+void SolveChannel(const Line<T>& line, int32_t channel, Coefficients& k)
 {
     float* value = line.value + channel;
     const int32_t n = line.length;

@@ -19,7 +19,8 @@ constexpr int32_t tileCols = 64;
 template <typename T>
 using GuideValue = std::conditional_t<std::is_same_v<T, float>, float, uint16_t>;
 
-template <typename T> void LoadGuide(const T* in, int32_t count, double scale, GuideValue<T>* out)
+template <typename T>
+void LoadGuide(const T* in, int32_t count, double scale, GuideValue<T>* out)
 {
     if constexpr (std::is_same_v<T, uint16_t>) {
         kernels::ScaleCodes(in, count, scale, out);
@@ -30,14 +31,16 @@ template <typename T> void LoadGuide(const T* in, int32_t count, double scale, G
     }
 }
 
-template <typename T> void LoadFloats(const T* in, int32_t count, float* out)
+template <typename T>
+void LoadFloats(const T* in, int32_t count, float* out)
 {
     for (int32_t i = 0; i < count; ++i) {
         out[i] = static_cast<float>(in[i]);
     }
 }
 
-template <typename T> void StoreFloats(const float* in, int32_t count, T* out)
+template <typename T>
+void StoreFloats(const float* in, int32_t count, T* out)
 {
     for (int32_t i = 0; i < count; ++i) {
         out[i] = Saturate<T>(static_cast<double>(in[i]));
@@ -54,7 +57,8 @@ WlsRowScratch::WlsRowScratch(int32_t cols, int32_t planes)
     }
 }
 
-template <typename T> struct WlsSolver<T>::ColumnScratch {
+template <typename T>
+struct WlsSolver<T>::ColumnScratch {
     ColumnScratch(int32_t rows, int32_t planes) : upper(static_cast<uint64_t>(rows) * columnLanes)
     {
         for (int32_t plane = 0; plane < planes; ++plane) {

@@ -28,7 +28,8 @@ struct WlsRowScratch {
 
 /// Solves the one-dimensional systems of all columns, then of all rows.
 /// @tparam T  element type of planes and guide: uint8_t, uint16_t or float.
-template <typename T> class WlsSolver {
+template <typename T>
+class WlsSolver {
 public:
     WlsSolver(const Vector<float>& weights, float lambda);
 

@@ -2,17 +2,18 @@
 
 #include "core/exception.h"
 #include "core/image_scaling.h"
-#include "core/matrix_operator.h"
 #include "core/parallel.h"
 #include "core/pixel_block.h"
-#include "segmentation/segments_info.h"
 #include "tone/global_tone_mapping_operator_adaptive.h"
 #include "tone/image_histogram.h"
 #include "tone/segment_window.h"
+#include "tone/weight_maps.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <utility>
 
 namespace lumo {
 namespace {
@@ -36,7 +37,8 @@ const Vector<double>& UsualWeightTable()
     return table;
 }
 
-template <typename T> double LargestValue(const Matrix& image)
+template <typename T>
+double LargestValue(const Matrix& image)
 {
     Vector<T> rowMaxima(static_cast<uint64_t>(image.rows));
     ParallelFor(0, image.rows, [&](int32_t y) {
@@ -78,8 +80,9 @@ bool IsToneDepth(const Matrix& image)
 // The histograms of all segments in one pass: what counting under each segment's mask gives.
 template <typename T>
 VectorC<Vector<double>> SegmentHistograms(const Matrix& small, const Matrix_t<int>& labels,
-                                          int32_t n, const ImageHistogram& bins)
+                                          int32_t n, const ImageHistogram& histogram)
 {
+    const ImageHistogram bins = histogram; // a copy that no store can reach
     VectorC<Vector<double>> counts(static_cast<uint64_t>(n));
     for (int32_t s = 0; s < n; ++s) {
         counts[s] = Vector<double>(static_cast<uint64_t>(bins.numBins), 0.0);
@@ -95,47 +98,25 @@ VectorC<Vector<double>> SegmentHistograms(const Matrix& small, const Matrix_t<in
 }
 
 template <typename T>
-void FillMask(const Matrix& scaled, const Vector<double>& table, double mean,
-              WindowCounter& counter, Matrix& mask)
+void StoreMasks(const RegionWeightMaps<T>& maps, VectorC<Matrix>& masks)
 {
-    const LabelBox& region = counter.Region();
-    for (int32_t y = region.minY; y <= region.maxY; ++y) {
-        const float* count = counter.Row(y);
-        const T* value = RowOf<T>(scaled, y) + region.minX;
-        float* out = RowOf<float>(mask, y) + region.minX;
-        for (int32_t x = 0; x <= region.maxX - region.minX; ++x) {
-            const double difference = std::abs(static_cast<double>(value[x]) - mean);
-            const double index = difference < tableEnd ? difference : tableEnd;
-            out[x] = count[x] * static_cast<float>(table[static_cast<int64_t>(index)]);
-        }
-    }
-}
-
-template <typename T>
-void MakeMasks(const Matrix& small, double ceil, const Matrix_t<int>& labels, int32_t n,
-               const Vector<double>& table, double windowSize, VectorC<Matrix>& masks)
-{
-    Matrix scaled(small.rows, small.cols, small.type);
-    MultiplyByScalar(small, tableEnd / ceil, scaled, MatrixOperatorMultiply<T>());
-    masks = VectorC<Matrix>(static_cast<uint64_t>(n));
-    const auto r = static_cast<int32_t>(std::max(windowSize * 0.5, 0.0));
-    SegmentsInfo info;
-    ImagSegments::GetSegmentsInfo<T>(scaled, labels, n, info);
-    ParallelFor(0, n, [&](int32_t s) {
-        masks[s].Create(labels.rows, labels.cols, D32F);
-        for (int32_t y = 0; y < labels.rows; ++y) {
+    masks = VectorC<Matrix>(static_cast<uint64_t>(maps.Segments()));
+    ParallelFor(0, maps.Segments(), [&](int32_t s) {
+        Vector<float> scratch(3 * static_cast<uint64_t>(maps.Cols()));
+        const LabelBox region = maps.Region(s);
+        masks[s].Create(maps.Rows(), maps.Cols(), D32F);
+        for (int32_t y = 0; y < maps.Rows(); ++y) {
             float* row = RowOf<float>(masks[s], y);
-            std::fill(row, row + labels.cols, 0.0f);
-        }
-        if (info.pixelCount[s] > 0.0) {
-            const LabelBox box = {info.minX[s], info.maxX[s], info.minY[s], info.maxY[s]};
-            WindowCounter counter(labels, s, box, r);
-            FillMask<T>(scaled, table, info.mean[s], counter, masks[s]);
+            std::fill(row, row + maps.Cols(), 0.0f);
+            if (y >= region.minY && y <= region.maxY) {
+                maps.Row(s, y, scratch.data, row + region.minX);
+            }
         }
     });
 }
 
-template <typename T> void BlendRows(const ToneBlend& blend, const Matrix& src, Matrix& dst)
+template <typename T>
+void BlendRows(const ToneBlend& blend, const Matrix& src, Matrix& dst)
 {
     ParallelRangesWith(
         0, src.rows, [&] { return ToneBlend::Row(blend); },
@@ -194,15 +175,11 @@ ToneBlend FastObjectAdaptiveToneMapping::MakeBlend(const Matrix& src, const Tone
     const double largest = LargestValue<T>(src);
     const double ceil = std::max(largest, codes.outCodeMax);
     const Matrix small = ResizeTo(src, labels);
-    const auto codesUsed = static_cast<uint64_t>(std::max(largest, 0.0)) + 1;
-    VectorC<Vector<double>> curves(static_cast<uint64_t>(n));
-    for (int32_t s = 0; s < n; ++s) {
-        curves[s] = Vector<double>(codesUsed);
-    }
-    CalcToneMappingCurve(small, ceil, codes, labels, n, curves);
-    VectorC<Matrix> masks;
-    MakeCrossRegionConsistencyMask(small, ceil, labels, n, masks);
-    return ToneBlend(curves, masks, {src.rows, src.cols, 0, 0}, src.cols);
+    const auto operators = MakeOperators(small, ceil, codes, labels, n);
+    auto maps = std::make_shared<const RegionWeightMaps<T>>(small, ceil, labels, n, weightTable,
+                                                            windowSize);
+    return ToneBlend(SegmentCurves(operators, n), std::move(maps), {src.rows, src.cols, 0, 0},
+                     src.cols);
 }
 
 template <typename T>
@@ -249,7 +226,8 @@ ToneBlend FastObjectAdaptiveToneMapping::MakeBandBlend(const ImageSize& band,
         Require(curves[s].size >= 65536, "");
     }
     const BlendPlace place = {image.rows, image.cols, byRows ? offset : 0, byRows ? 0 : offset};
-    return ToneBlend(curves, masks, place, band.cols);
+    return ToneBlend(SegmentCurves(curves, static_cast<int32_t>(masks.size)),
+                     std::make_shared<const StoredWeightMaps>(masks), place, band.cols);
 }
 
 void FastObjectAdaptiveToneMapping::CalcToneMappingCurve(const Matrix& small, double ceil,
@@ -259,6 +237,18 @@ void FastObjectAdaptiveToneMapping::CalcToneMappingCurve(const Matrix& small, do
 {
     Require(IsToneDepth(small), "Error in FastObjectAdaptiveToneMapping::CalcToneMappingCurve, "
                                 "data depth must be D16U");
+    const auto operators = MakeOperators(small, ceil, codes, labels, n);
+    ParallelFor(0, n, [&](int32_t s) {
+        for (uint64_t code = 0; code < curves[s].size; ++code) {
+            curves[s][code] = operators[s].lut.Evaluate(static_cast<double>(code));
+        }
+    });
+}
+
+VectorC<GlobalToneMappingOperatorAdaptive> FastObjectAdaptiveToneMapping::MakeOperators(
+    const Matrix& small, double ceil, const ToneCodes& codes, const Matrix_t<int>& labels,
+    int32_t n)
+{
     EnsureLabelChannels(labels);
     const double outRange = codes.outCodeMax - codes.outCodeMin;
     const double minSlope = outRange * 0.01 / (codes.inCodeMax - codes.inCodeMin);
@@ -272,10 +262,8 @@ void FastObjectAdaptiveToneMapping::CalcToneMappingCurve(const Matrix& small, do
                                    codes.thresholdCode, codes.kneeCode, curveBins, steepest,
                                    minSlope);
         operators[s].MakeLUT(counts[s]);
-        for (uint64_t code = 0; code < curves[s].size; ++code) {
-            curves[s][code] = operators[s].lut.Evaluate(static_cast<double>(code));
-        }
     });
+    return operators;
 }
 
 void FastObjectAdaptiveToneMapping::MakeCrossRegionConsistencyMask(const Matrix& small, double ceil,
@@ -286,10 +274,12 @@ void FastObjectAdaptiveToneMapping::MakeCrossRegionConsistencyMask(const Matrix&
     Require(IsToneDepth(small),
             "Error in FastObjectAdaptiveToneMapping::MakeCrossRegionConsistencyMask, data depth "
             "must be D16U");
+    EnsureLabelChannels(labels);
     if (DepthOf(small.type) == D16U) {
-        MakeMasks<uint16_t>(small, ceil, labels, n, weightTable, windowSize, masks);
+        StoreMasks(RegionWeightMaps<uint16_t>(small, ceil, labels, n, weightTable, windowSize),
+                   masks);
     } else {
-        MakeMasks<float>(small, ceil, labels, n, weightTable, windowSize, masks);
+        StoreMasks(RegionWeightMaps<float>(small, ceil, labels, n, weightTable, windowSize), masks);
     }
 }
 

@@ -80,6 +80,14 @@ public:
                                         const Matrix_t<int>& labels, int32_t n,
                                         VectorC<Matrix>& masks) const;
 
+    /// The tone operators of all segments, built from the segments' histograms.
+    /// @throws Exception code 2 if labels has not one channel.
+    static VectorC<GlobalToneMappingOperatorAdaptive> MakeOperators(const Matrix& small,
+                                                                    double ceil,
+                                                                    const ToneCodes& codes,
+                                                                    const Matrix_t<int>& labels,
+                                                                    int32_t n);
+
     /// 65,536 entries: entry i = exp(-i * decay / 65535).
     Vector<double> weightTable;
     double windowSize;

@@ -84,7 +84,8 @@ private:
                   WorkPlanes& planes) const;
     template <typename T>
     Matrix_t<int> SegmentPlanes(const WorkPlanes& planes, int32_t longSide, int32_t& count) const;
-    template <typename T> void SplitBase(WorkPlanes& planes) const;
+    template <typename T>
+    void SplitBase(WorkPlanes& planes) const;
     template <typename T>
     void FromPlanes(const ToneBlend& blend, const WorkPlanes& planes, bool adjustChroma,
                     PixelSink& sink) const;

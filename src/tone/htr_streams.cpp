@@ -21,7 +21,8 @@ namespace {
 
 constexpr int32_t slicIterations = 4;
 
-template <typename T> constexpr int32_t PlaneType()
+template <typename T>
+constexpr int32_t PlaneType()
 {
     return MakeType(std::is_same_v<T, float> ? D32F : D16U, 1);
 }
@@ -42,7 +43,8 @@ ImageSize ReducedSize(int32_t rows, int32_t cols, int32_t longSide)
     return {static_cast<int32_t>(target), std::max(1, newCols)};
 }
 
-template <typename T> Matrix Merge(const Matrix& first, const Matrix& second, const Matrix& third)
+template <typename T>
+Matrix Merge(const Matrix& first, const Matrix& second, const Matrix& third)
 {
     Matrix merged(first.rows, first.cols, MakeType(DepthOf(first.type), 3));
     ParallelFor(0, first.rows, [&](int32_t row) {
@@ -128,7 +130,8 @@ Matrix_t<int> Htr::SegmentPlanes(const WorkPlanes& planes, int32_t longSide, int
     return labels;
 }
 
-template <typename T> void Htr::SplitBase(WorkPlanes& planes) const
+template <typename T>
+void Htr::SplitBase(WorkPlanes& planes) const
 {
     const FastWlsFilter filter(params.wlsSigma, params.wlsLambda);
     const WlsSolver<T> solver(filter.weights_, filter.lambda_);

@@ -10,14 +10,13 @@ namespace lumo {
 
 /// A rectangle of label positions, inclusive; empty where a minimum exceeds its maximum.
 struct LabelBox {
-    int32_t minX;
-    int32_t maxX;
-    int32_t minY;
-    int32_t maxY;
-};
+    int32_t minX = 0;
+    int32_t maxX = -1;
+    int32_t minY = 0;
+    int32_t maxY = -1;
 
-/// The box grown by r, inside the label image.
-LabelBox Widen(const LabelBox& box, int32_t r, const Matrix& labels);
+    int32_t Width() const { return maxX - minX + 1; }
+};
 
 /// @throws Exception code 2 if labels has not one channel.
 void EnsureLabelChannels(const Matrix& labels);
@@ -32,32 +31,35 @@ void GetSegmentMask(const Matrix_t<int>& labels, int32_t s, Matrix& mask);
 void MakeIntegralImage(const Matrix& mask, Matrix& integral);
 
 /// Counts the pixels of one segment in square windows: those in rows (y - r, y + r] and columns
-/// (x - r, x + r], both ends clamped into the image first.
+/// (x - r, x + r], both ends clamped into the image first. Read-only once built.
 class WindowCounter {
 public:
+    /// Counts nothing anywhere.
+    WindowCounter() = default;
     /// @param box  bounds of the segment; not empty.
     WindowCounter(const Matrix_t<int>& labels, int32_t s, const LabelBox& box, int32_t r);
 
-    /// The widened box, to which the counts are limited.
+    /// The box widened by r, to which the counts are limited.
     const LabelBox& Region() const { return region_; }
-    /// Counts of row y of the region, from its first column on; valid until the next call.
-    const float* Row(int32_t y);
+    /// Floats that Row needs as scratch.
+    int32_t ScratchSize() const { return region_.Width() + 2 * reach_; }
+    /// Counts of row y of the region, from its first column on.
+    void Row(int32_t y, float* scratch, float* counts) const;
 
 private:
     void Accumulate(const Matrix_t<int>& labels, int32_t s);
-    void RowOfIntegers(int32_t top, int32_t bottom);
-    void RowOfFloats(int32_t top, int32_t bottom);
+    void RowOfIntegers(int32_t top, int32_t bottom, float* scratch, float* counts) const;
+    void RowOfFloats(int32_t top, int32_t bottom, float* counts) const;
 
     LabelBox box_;
     LabelBox region_;
-    int32_t r_;
-    int32_t rows_;
-    int32_t cols_;
-    bool exact_;             // counts stay far below 2^24, where floats stop being exact
-    Vector<int32_t> sums_;   // integral image of the box below a row of zeros
-    Vector<int32_t> column_; // difference of two of its rows
-    Matrix integral_;        // of the whole image, where integers would differ
-    Vector<float> counts_;
+    int32_t r_ = 0;
+    int32_t reach_ = 0; // r, but not beyond the image
+    int32_t rows_ = 0;
+    int32_t cols_ = 0;
+    bool exact_ = true;    // counts stay far below 2^24, where floats stop being exact
+    Vector<int32_t> sums_; // integral image of the box below a row of zeros
+    Matrix integral_;      // of the whole image, where integers would differ
 };
 
 } // namespace lumo

@@ -3,8 +3,11 @@
 
 #include "core/matrix.h"
 #include "core/vector.h"
+#include "tone/global_tone_mapping_operator_adaptive.h"
+#include "tone/weight_maps.h"
 
 #include <cstdint>
+#include <memory>
 
 namespace lumo {
 
@@ -17,14 +20,29 @@ struct BlendPlace {
     int32_t colOffset;
 };
 
-/// Curves and weight maps, laid out so that one pixel's segments lie together and only segments
-/// that weigh are visited. Read-only once built.
+/// The curves of all segments over the same equally spaced positions, position after position, the
+/// segments of one position together. Read-only once built.
+struct SegmentCurves {
+    /// The knots of curves that were built with the same range. @param operators n or more.
+    SegmentCurves(const VectorC<GlobalToneMappingOperatorAdaptive>& operators, int32_t n);
+    /// Curves stored code by code. @param curves n or more of at least two entries.
+    SegmentCurves(const VectorC<Vector<double>>& curves, int32_t n);
+
+    int32_t segments;
+    double first; ///< position 0
+    double width; ///< from the first to the last position
+    double last;  ///< number of the last position
+    Vector<double> value;
+
+private:
+    void LayOut(int32_t s, const double* samples, int64_t count);
+};
+
+/// Curves and weights together; only segments that weigh are visited. Read-only once built.
 class ToneBlend {
 public:
-    /// @param curves      n or more curves over codes 0 ... codeCount - 1, in double.
-    /// @param masks       n weight maps of one size, D32F.
-    /// @param cols        columns of the image or band that will be blended.
-    ToneBlend(const VectorC<Vector<double>>& curves, const VectorC<Matrix>& masks,
+    /// @param cols  columns of the image or band that will be blended.
+    ToneBlend(const SegmentCurves& curves, std::shared_ptr<const WeightMaps> maps,
               const BlendPlace& place, int32_t cols);
 
     /// The segments that weigh along one row of the maps; scratch of one thread.
@@ -35,31 +53,27 @@ public:
     private:
         friend class ToneBlend;
         int32_t mapRow_ = -1;
-        Vector<int32_t> start_;   // by map column, into the entries
-        Vector<int32_t> segment_; // entries: segment and weight, in the order of the segments
+        Vector<int32_t> count_;   // by map column: segments that weigh
+        Vector<int32_t> segment_; // by map column and order: which they are
         Vector<double> weight_;
         Vector<double> divisor_; // by map column: sum of the weights, 1 where it is negligible
+        Vector<float> scratch_;
     };
 
     /// Blends pixels (y, x ... x + count - 1).
     /// @tparam T      uint16_t or float.
-    /// @param value   codes of the base plane; indices are kept inside the curves.
+    /// @param value   codes of the base plane.
     /// @param blended count results, not saturated; 0 where no segment weighs.
     template <typename T>
     void Blend(const T* value, int32_t y, int32_t x, int32_t count, Row& row,
                double* blended) const;
 
 private:
-    void LayOutCurves(const VectorC<Vector<double>>& curves);
     void PrepareRow(int32_t mapRow, Row& row) const;
 
-    VectorC<Matrix> masks_;
+    SegmentCurves curves_;
+    std::shared_ptr<const WeightMaps> maps_;
     BlendPlace place_;
-    int32_t segments_;
-    int32_t mapRows_;
-    int32_t mapCols_;
-    int32_t lastCode_ = 0;
-    Vector<double> curve_;   // value after value, the segments of one value together
     Vector<int32_t> mapCol_; // by image column
 };
 

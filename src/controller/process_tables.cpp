@@ -1,0 +1,38 @@
+#include "controller/process_tables.h"
+
+#include "print/dpg_stage.h"
+#include "segmentation/fast_wls_filter.h"
+#include "tone/fast_object_adaptive_tone_mapping.h"
+#include "tone/htr_parameters.h"
+
+namespace lumo {
+
+const PowerCurveTable& UsualOutputCurve()
+{
+    static const PowerCurveTable curve = [] {
+        PowerCurveTable built;
+        built.Build();
+        return built;
+    }();
+    return curve;
+}
+
+const HtrColorCompression& UsualColorCompression()
+{
+    static const HtrColorCompression compression;
+    return compression;
+}
+
+void PrepareProcessTables()
+{
+    UsualOutputCurve();
+    UsualColorCompression();
+    DecodingMap();
+    EncodingMap();
+    DpgTables::Usual();
+    const HtrParameters params;
+    const FastWlsFilter filter(params.wlsSigma, params.wlsLambda);
+    const FastObjectAdaptiveToneMapping mapping(params.regionWindowSize, params.regionWeightDecay);
+}
+
+} // namespace lumo
