@@ -26,7 +26,8 @@ public:
     void Close() override;
 
 private:
-    template <typename Body> void Guard(const Body& body);
+    template <typename Body>
+    void Guard(const Body& body);
     static void OnError(png_structp png, png_const_charp message);
     static void OnWarning(png_structp, png_const_charp) {}
     void ReadHeader();
@@ -54,7 +55,8 @@ void PngSource::OnError(png_structp png, png_const_charp message)
     png_longjmp(png, 1);
 }
 
-template <typename Body> void PngSource::Guard(const Body& body)
+template <typename Body>
+void PngSource::Guard(const Body& body)
 {
     if (setjmp(png_jmpbuf(png_)) != 0) {
         throw Failure(description_.path, fmt::format("cannot be read as PNG: {}", message_));

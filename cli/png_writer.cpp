@@ -24,7 +24,8 @@ public:
     PngFile(const PngFile&) = delete;
     PngFile& operator=(const PngFile&) = delete;
 
-    template <typename Body> void Guard(const Body& body)
+    template <typename Body>
+    void Guard(const Body& body)
     {
         errno = 0;
         if (setjmp(png_jmpbuf(png_)) != 0) {

@@ -30,7 +30,8 @@ public:
 private:
     static int OnError(TIFF*, void* source, const char*, const char* format, va_list arguments);
     static int OnWarning(TIFF*, void*, const char*, const char*, va_list) { return 1; }
-    template <typename T> T Field(std::uint32_t tag) const;
+    template <typename T>
+    T Field(std::uint32_t tag) const;
     [[noreturn]] void Fail(const std::string& what) const;
     void OpenFile(const std::string& path);
     void DescribeSamples();
@@ -71,7 +72,8 @@ void TiffSource::Fail(const std::string& what) const
     throw Failure(description_.path, message_.empty() ? what : what + ": " + message_);
 }
 
-template <typename T> T TiffSource::Field(std::uint32_t tag) const
+template <typename T>
+T TiffSource::Field(std::uint32_t tag) const
 {
     T value{};
     TIFFGetFieldDefaulted(file_.get(), tag, &value);

@@ -55,10 +55,11 @@ const CorrectionValues& FirstValues(const QVA_IMAGE& src, const QVA_SOURCE_ENCOD
 
 // Runs an operation; failures end in status 1, with their message on the library's stream.
 template <typename Operation>
-uint32_t Report(Operation&& operation)
+uint32_t Report(const QVA_IMAGE& src, Operation&& operation)
 {
     try {
         const CallMemory memory;
+        const SmallWork small(IsSmall(src));
         operation();
         return QVA_OK;
     } catch (const Exception& failure) {
@@ -130,7 +131,7 @@ uint32_t QvaController::Analysis(const QVA_IMAGE* src, const QVA_SOURCE_ENCODING
     }
     analysisState.analysisRows = static_cast<int32_t>(src->height);
     analysisState.analysisCols = static_cast<int32_t>(src->width);
-    return Report([&] { Analyse(*src, *encoding, *conditions); });
+    return Report(*src, [&] { Analyse(*src, *encoding, *conditions); });
 }
 
 void QvaController::Analyse(const QVA_IMAGE& src, const QVA_SOURCE_ENCODING& encoding,
@@ -164,7 +165,7 @@ uint32_t QvaController::CorrectionForPrint(const QVA_IMAGE* dst, const QVA_IMAGE
         return QVA_ERROR_INVALID_ARGUMENT;
     }
     uint32_t usable = QVA_OK;
-    if (Report([&] { usable = ValidateAnalysis(analysisState); }) != QVA_OK) {
+    if (Report(*src, [&] { usable = ValidateAnalysis(analysisState); }) != QVA_OK) {
         return QVA_ERROR_PROCESSING;
     }
     if (usable != QVA_OK) {
@@ -173,7 +174,8 @@ uint32_t QvaController::CorrectionForPrint(const QVA_IMAGE* dst, const QVA_IMAGE
     analysisState.imageRows = static_cast<int32_t>(page->pageHeight);
     analysisState.imageCols = static_cast<int32_t>(page->pageWidth);
     analysisState.bandRows = static_cast<int32_t>(band->bottom - band->top + 1);
-    return Report([&] { Correct(*dst, *src, *encoding, *conditions, MakeBandRect(*band, *page)); });
+    return Report(*src,
+                  [&] { Correct(*dst, *src, *encoding, *conditions, MakeBandRect(*band, *page)); });
 }
 
 // The strength of both smoothers is that of the whole page, so that bands agree.

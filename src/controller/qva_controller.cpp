@@ -53,6 +53,7 @@ uint32_t QvaController::Apply(const QVA_IMAGE* dst, const QVA_IMAGE* src,
     htrParameters.regionWindowSize = renderingWindow;
     try {
         const CallMemory memory;
+        const SmallWork small(IsSmall(*src));
         Print(*dst, *src, *encoding, *conditions, print);
         return QVA_OK;
     } catch (...) {
@@ -156,6 +157,12 @@ LuminanceRangePair DpgRanges(const LuminanceRangePair& ranges)
     range.lumiMax = 100.0;
     range.lumiMin = 0.0;
     return {range, range};
+}
+
+bool IsSmall(const QVA_IMAGE& image)
+{
+    constexpr uint64_t smallPixels = 128 * 128;
+    return uint64_t{image.width} * image.height <= smallPixels;
 }
 
 Matrix WrapImage(const QVA_IMAGE& image)

@@ -83,6 +83,9 @@ uint32_t ValidateAnalysis(const HtrAnalysis& analysis);
 /// The ranges of the device step: whatever the output's top, 0 ... 100 cd/m2.
 LuminanceRangePair DpgRanges(const LuminanceRangePair& ranges);
 
+/// Whether a call on this image is better served by one thread.
+bool IsSmall(const QVA_IMAGE& image);
+
 /// A header over the caller's pixels.
 /// @throws Exception code 1 for an image wider or higher than 2^31 - 1.
 Matrix WrapImage(const QVA_IMAGE& image);

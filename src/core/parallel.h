@@ -9,7 +9,29 @@
 
 namespace lumo {
 
+/// While one lives, the loops of its thread run on that thread alone: for work so small that waking
+/// other threads, and waiting for them on a busy machine, costs more than they give.
+class SmallWork {
+public:
+    explicit SmallWork(bool small) : small_(small) { depth_ += small_ ? 1 : 0; }
+    SmallWork(const SmallWork&) = delete;
+    SmallWork& operator=(const SmallWork&) = delete;
+    ~SmallWork() { depth_ -= small_ ? 1 : 0; }
+    static bool UnderWay() { return depth_ > 0; }
+
+private:
+    static inline thread_local int depth_ = 0;
+    bool small_;
+};
+
 namespace parallel {
+
+/// Whether a loop of `count` items should stay on its thread.
+inline bool StaysOnThread(int64_t count)
+{
+    return count == 1 || SmallWork::UnderWay() || omp_in_parallel() != 0 ||
+           omp_get_max_threads() == 1;
+}
 
 /// Keeps the first exception of a region.
 class FirstFailure {
@@ -56,7 +78,7 @@ void ParallelRangesWith(int64_t begin, int64_t end, Prepare&& prepare, Body&& bo
     if (count <= 0) {
         return;
     }
-    if (count == 1 || omp_in_parallel() != 0 || omp_get_max_threads() == 1) {
+    if (parallel::StaysOnThread(count)) {
         auto scratch = prepare();
         body(begin, end, scratch);
         return;
@@ -89,7 +111,7 @@ void ParallelRanges(int64_t begin, int64_t end, Body&& body)
     if (count <= 0) {
         return;
     }
-    if (count == 1 || omp_in_parallel() != 0 || omp_get_max_threads() == 1) {
+    if (parallel::StaysOnThread(count)) {
         body(begin, end);
         return;
     }
