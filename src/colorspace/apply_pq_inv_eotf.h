@@ -76,8 +76,8 @@ private:
     Vector<double> samples_;
 };
 
-/// One value through the bands, for block kernels.
-LUMO_INLINE double EncodePQ(const PQBands& bands, double value)
+/// Where a value lies in the bands' samples, for block kernels.
+LUMO_INLINE void LocatePQ(const PQBands& bands, double value, int32_t& index, double& fraction)
 {
     constexpr double last = pqBandSamples - 1;
     const bool dark = bands.knot1 >= value;
@@ -85,13 +85,7 @@ LUMO_INLINE double EncodePQ(const PQBands& bands, double value)
     const int32_t start = dark ? 0 : (middle ? pqBandSamples : 2 * pqBandSamples);
     const double xFirst = dark ? bands.xFirst[0] : (middle ? bands.xFirst[1] : bands.xFirst[2]);
     const double width = dark ? bands.width[0] : (middle ? bands.width[1] : bands.width[2]);
-    double p = (value - xFirst) * last / width;
-    p = p > 0.0 ? p : 0.0;
-    p = p < last ? p : last;
-    const auto i0 = static_cast<int32_t>(p);
-    const int32_t i1 = i0 < pqBandSamples - 1 ? i0 + 1 : pqBandSamples - 1;
-    const double f = p - i0;
-    return (1.0 - f) * bands.samples[start + i0] + f * bands.samples[start + i1];
+    ClampPosition((value - xFirst) * last / width, last, start, index, fraction);
 }
 
 } // namespace lumo

@@ -1,18 +1,27 @@
 #include "colorspace/convert_xrgb_to_ictcp.h"
 
 #include "colorspace/ictcp_matrices.h"
+#include "core/lookup.h"
 #include "core/simd.h"
 
 namespace lumo {
 namespace kernels {
 
-LUMO_CLONES void EncodeLms(const PQBands* table, double* values)
+using LmsPositions = TablePositions<3 * blockSize>;
+using LmPositions = TablePositions<2 * blockSize>;
+
+LUMO_CLONES void LocateLms(const PQBands* table, const double* values, LmsPositions* at)
 {
     const PQBands bands = *table;
     LUMO_SIMD
     for (int32_t i = 0; i < 3 * blockSize; ++i) {
-        values[i] = EncodePQ(bands, values[i]);
+        LocatePQ(bands, values[i], at->index[i], at->fraction[i]);
     }
+}
+
+LUMO_CLONES void MixLms(const LmsPositions* at, double* values)
+{
+    MixPairs(*at, values);
 }
 
 // ITU-R BT.2100-2, table 7, with the coefficients rounded to four decimals.
@@ -30,15 +39,26 @@ LUMO_CLONES void LmsToICtCp(double chromaOffset, double* x, double* y, double* z
 }
 
 // The intensity takes nothing from S.
-LUMO_CLONES void Intensity(const PQBands* table, const double* m, const double* x, const double* y,
-                           const double* z, double* intensity)
+LUMO_CLONES void LocateLm(const PQBands* table, const double* m, const double* x, const double* y,
+                          const double* z, LmPositions* at)
 {
     const PQBands bands = *table;
     LUMO_SIMD
     for (int32_t i = 0; i < blockSize; ++i) {
-        const double lPrime = EncodePQ(bands, m[0] * x[i] + m[1] * y[i] + m[2] * z[i]);
-        const double mPrime = EncodePQ(bands, m[3] * x[i] + m[4] * y[i] + m[5] * z[i]);
-        intensity[i] = 0.5 * lPrime + 0.5 * mPrime;
+        const double l = m[0] * x[i] + m[1] * y[i] + m[2] * z[i];
+        const double mm = m[3] * x[i] + m[4] * y[i] + m[5] * z[i];
+        LocatePQ(bands, l, at->index[i], at->fraction[i]);
+        LocatePQ(bands, mm, at->index[blockSize + i], at->fraction[blockSize + i]);
+    }
+}
+
+LUMO_CLONES void MixIntensity(const LmPositions* at, double* intensity)
+{
+    alignas(64) double lm[2 * blockSize];
+    MixPairs(*at, lm);
+    LUMO_SIMD
+    for (int32_t i = 0; i < blockSize; ++i) {
+        intensity[i] = 0.5 * lm[i] + 0.5 * lm[blockSize + i];
     }
 }
 
@@ -68,15 +88,20 @@ void ConvertxRGB2ICtCp::ConvertBlock(PixelBlock& block, int32_t, size_t) const
 {
     const PQBands bands = pq.Bands();
     MultiplyBlock(toLms, block);
-    kernels::EncodeLms(&bands, block.channel[0]);
+    kernels::LmsPositions at;
+    kernels::LocateLms(&bands, block.channel[0], &at);
+    LookUpPairs(bands.samples, at.index, 3 * blockSize, at.pair);
+    kernels::MixLms(&at, block.channel[0]);
     kernels::LmsToICtCp(chromaOffset, block.channel[0], block.channel[1], block.channel[2]);
 }
 
 void ConvertxRGB2ICtCp::IntensityBlock(const PixelBlock& block, double* intensity) const
 {
     const PQBands bands = pq.Bands();
-    kernels::Intensity(&bands, toLms, block.channel[0], block.channel[1], block.channel[2],
-                       intensity);
+    kernels::LmPositions at;
+    kernels::LocateLm(&bands, toLms, block.channel[0], block.channel[1], block.channel[2], &at);
+    LookUpPairs(bands.samples, at.index, 2 * blockSize, at.pair);
+    kernels::MixIntensity(&at, intensity);
 }
 
 } // namespace lumo

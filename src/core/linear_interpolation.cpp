@@ -1,6 +1,7 @@
 #include "core/linear_interpolation.h"
 
 #include "core/interpolate.h"
+#include "core/lookup.h"
 #include "core/pixel_block.h"
 
 #include <algorithm>
@@ -8,13 +9,20 @@
 namespace lumo {
 namespace kernels {
 
-LUMO_CLONES void EvaluateUniform(const UniformTable* table, const double* x, double* out)
+using BlockPositions = TablePositions<blockSize>;
+
+LUMO_CLONES void LocateUniform(const double* x, double first, double width, double last,
+                               BlockPositions* at)
 {
-    const UniformTable t = *table;
     LUMO_SIMD
     for (int32_t i = 0; i < blockSize; ++i) {
-        out[i] = Interpolate(t, x[i]);
+        ClampPosition((x[i] - first) * last / width, last, 0, at->index[i], at->fraction[i]);
     }
+}
+
+LUMO_CLONES void MixBlock(const BlockPositions* at, double* values)
+{
+    MixPairs(*at, values);
 }
 
 } // namespace kernels
@@ -64,14 +72,19 @@ double LinearInterpolation::Evaluate(double x) const
 
 double LinearInterpolationFast::Evaluate(double x) const
 {
-    const UniformTable table = {luty.data, xFirst, xLast - xFirst, static_cast<double>(count - 1)};
-    return Interpolate(table, x);
+    const auto last = static_cast<double>(count - 1);
+    int32_t index = 0;
+    double f = 0.0;
+    ClampPosition((x - xFirst) * last / (xLast - xFirst), last, 0, index, f);
+    return (1.0 - f) * luty[index] + f * luty[index + 1];
 }
 
 void LinearInterpolationFast::EvaluateBlock(const double* x, double* out) const
 {
-    const UniformTable table = {luty.data, xFirst, xLast - xFirst, static_cast<double>(count - 1)};
-    kernels::EvaluateUniform(&table, x, out);
+    kernels::BlockPositions at;
+    kernels::LocateUniform(x, xFirst, xLast - xFirst, static_cast<double>(count - 1), &at);
+    LookUpPairs(luty.data, at.index, blockSize, at.pair);
+    kernels::MixBlock(&at, out);
 }
 
 uint64_t SearchIndexWithBinaryTree(const Vector<double>& lutx, double x)

@@ -1,5 +1,6 @@
 #include "core/pixel_block.h"
 
+#include "core/lookup.h"
 #include "core/saturate.h"
 #include "core/simd.h"
 
@@ -52,11 +53,19 @@ LUMO_CLONES void Truncate16(double* values)
     }
 }
 
-LUMO_CLONES void Map16(const uint16_t* table, double* values)
+LUMO_CLONES void ToIndices(const double* values, int32_t* index)
 {
     LUMO_SIMD
     for (int32_t i = 0; i < 3 * blockSize; ++i) {
-        values[i] = table[SaturateCode(values[i], 65535.0)];
+        index[i] = SaturateCode(values[i], 65535.0);
+    }
+}
+
+LUMO_CLONES void FromCodes(const int32_t* code, double* values)
+{
+    LUMO_SIMD
+    for (int32_t i = 0; i < 3 * blockSize; ++i) {
+        values[i] = code[i];
     }
 }
 
@@ -163,7 +172,11 @@ void SaturateBlock(PixelBlock& block)
 
 void MapBlock(const uint16_t* table, PixelBlock& block)
 {
-    kernels::Map16(table, block.channel[0]);
+    alignas(64) int32_t index[3 * blockSize];
+    alignas(64) int32_t mapped[3 * blockSize];
+    kernels::ToIndices(block.channel[0], index);
+    LookUpCodes(table, index, 3 * blockSize, mapped);
+    kernels::FromCodes(mapped, block.channel[0]);
 }
 
 void MultiplyBlock(const double* m, PixelBlock& block)

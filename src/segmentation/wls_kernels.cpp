@@ -50,19 +50,48 @@ LUMO_INLINE void Transpose(Quad& a, Quad& b, Quad& c, Quad& d)
 
 LUMO_CLONES void ScaleCodes(const uint16_t* code, int32_t count, double scale, uint16_t* guide)
 {
+    if (scale == 255.0 / 65535.0) {
+        // v / 257 in integers, which is the same for every code: 65281 * 257 = 2^24 + 1.
+        LUMO_SIMD
+        for (int32_t i = 0; i < count; ++i) {
+            guide[i] = static_cast<uint16_t>((code[i] * 65281u) >> 24);
+        }
+        return;
+    }
     LUMO_SIMD
     for (int32_t i = 0; i < count; ++i) {
         guide[i] = Saturate<uint16_t>(code[i] * scale);
     }
 }
 
-LUMO_CLONES void EdgesOfCodes(const uint16_t* a, const uint16_t* b, int32_t count,
-                              const float* table, float* edge)
+LUMO_CLONES void CodesToFloats(const uint16_t* code, int32_t count, float* value)
 {
     LUMO_SIMD
     for (int32_t i = 0; i < count; ++i) {
-        const int32_t difference = a[i] > b[i] ? a[i] - b[i] : b[i] - a[i];
-        edge[i] = table[difference < codeDifferences ? difference : codeDifferences - 1];
+        value[i] = static_cast<float>(code[i]);
+    }
+}
+
+LUMO_CLONES void FloatsToCodes(const float* value, int32_t count, uint16_t* code)
+{
+    LUMO_SIMD
+    for (int32_t i = 0; i < count; ++i) {
+        float clamped = value[i] > 0.0f ? value[i] : 0.0f;
+        clamped = clamped < 65535.0f ? clamped : 65535.0f;
+        code[i] = static_cast<uint16_t>(static_cast<int32_t>(clamped));
+    }
+}
+
+LUMO_CLONES void Differences(const uint16_t* a, const uint16_t* b, int32_t count,
+                             uint16_t* difference)
+{
+    constexpr uint16_t last = codeDifferences - 1;
+    LUMO_SIMD
+    for (int32_t i = 0; i < count; ++i) {
+        const auto high = a[i] > b[i] ? a[i] : b[i];
+        const auto low = a[i] > b[i] ? b[i] : a[i];
+        const auto step = static_cast<uint16_t>(high - low);
+        difference[i] = step < last ? step : last;
     }
 }
 

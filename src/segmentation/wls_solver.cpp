@@ -1,5 +1,6 @@
 #include "segmentation/wls_solver.h"
 
+#include "core/lookup.h"
 #include "core/parallel.h"
 #include "core/saturate.h"
 
@@ -15,12 +16,8 @@ using kernels::rowLanes;
 
 constexpr int32_t tileCols = 64;
 
-// Guide values of a run of pixels: codes as 16-bit integers, floats as they are.
 template <typename T>
-using GuideValue = std::conditional_t<std::is_same_v<T, float>, float, uint16_t>;
-
-template <typename T>
-void LoadGuide(const T* in, int32_t count, double scale, GuideValue<T>* out)
+void LoadGuide(const T* in, int32_t count, double scale, WlsGuideValue<T>* out)
 {
     if constexpr (std::is_same_v<T, uint16_t>) {
         kernels::ScaleCodes(in, count, scale, out);
@@ -34,16 +31,21 @@ void LoadGuide(const T* in, int32_t count, double scale, GuideValue<T>* out)
 template <typename T>
 void LoadFloats(const T* in, int32_t count, float* out)
 {
-    for (int32_t i = 0; i < count; ++i) {
-        out[i] = static_cast<float>(in[i]);
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        kernels::CodesToFloats(in, count, out);
+    } else {
+        std::transform(in, in + count, out, [](T value) { return static_cast<float>(value); });
     }
 }
 
 template <typename T>
 void StoreFloats(const float* in, int32_t count, T* out)
 {
-    for (int32_t i = 0; i < count; ++i) {
-        out[i] = Saturate<T>(static_cast<double>(in[i]));
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        kernels::FloatsToCodes(in, count, out);
+    } else {
+        std::transform(in, in + count, out,
+                       [](float value) { return Saturate<T>(static_cast<double>(value)); });
     }
 }
 
@@ -67,7 +69,7 @@ struct WlsSolver<T>::ColumnScratch {
     }
     Vector<float> upper;
     Vector<float> value[2];
-    GuideValue<T> guide[2][columnLanes] = {};
+    WlsGuideValue<T> guide[2][columnLanes] = {};
     alignas(64) float edge[columnLanes] = {};
 };
 
@@ -114,17 +116,10 @@ void WlsSolver<T>::SolveStrip(const WlsPlanes& planes, const WlsGuide& guide, Ma
             LoadFloats(RowOf<T>(*planes.plane[plane], row) + col, lanes, x[plane]);
         }
         if (row + 1 < rows) {
-            GuideValue<T>* here = scratch.guide[row & 1];
-            GuideValue<T>* next = scratch.guide[(row + 1) & 1];
+            WlsGuideValue<T>* here = scratch.guide[row & 1];
+            WlsGuideValue<T>* next = scratch.guide[(row + 1) & 1];
             LoadGuide(RowOf<T>(guide.image, row + 1) + col, lanes, guide.scale, next);
-            if constexpr (std::is_same_v<T, float>) {
-                kernels::EdgesOfFloats(next, here, columnLanes, weights_.data,
-                                       static_cast<int32_t>(weights_.size - 1), lambda_,
-                                       scratch.edge);
-            } else {
-                kernels::EdgesOfCodes(next, here, columnLanes, edgeOfDifference_.data,
-                                      scratch.edge);
-            }
+            EdgesBetween(next, here, columnLanes, scratch.edge);
         } else {
             std::fill(scratch.edge, scratch.edge + columnLanes, 0.0f);
         }
@@ -144,18 +139,16 @@ void WlsSolver<T>::SolveStrip(const WlsPlanes& planes, const WlsGuide& guide, Ma
 }
 
 template <typename T>
-void WlsSolver<T>::EdgesBetween(const T* a, const T* b, int32_t count, double scale,
+void WlsSolver<T>::EdgesBetween(const WlsGuideValue<T>* a, const WlsGuideValue<T>* b, int32_t count,
                                 float* edge) const
 {
-    GuideValue<T> guideA[tileCols];
-    GuideValue<T> guideB[tileCols];
-    LoadGuide(a, count, scale, guideA);
-    LoadGuide(b, count, scale, guideB);
     if constexpr (std::is_same_v<T, float>) {
-        kernels::EdgesOfFloats(guideA, guideB, count, weights_.data,
-                               static_cast<int32_t>(weights_.size - 1), lambda_, edge);
+        kernels::EdgesOfFloats(a, b, count, weights_.data, static_cast<int32_t>(weights_.size - 1),
+                               lambda_, edge);
     } else {
-        kernels::EdgesOfCodes(guideA, guideB, count, edgeOfDifference_.data, edge);
+        uint16_t difference[kernels::columnLanes];
+        kernels::Differences(a, b, count, difference);
+        LookUpFloats(edgeOfDifference_.data, difference, count, edge);
     }
 }
 
@@ -174,8 +167,10 @@ void WlsSolver<T>::GatherEdges(const WlsGuide& guide, int32_t first, int32_t cou
     for (int32_t col = 1; col < cols; col += tileCols) {
         const int32_t length = std::min(tileCols, cols - col);
         for (int32_t lane = 0; lane < count; ++lane) {
-            const T* in = RowOf<T>(guide.image, first + lane) + col;
-            EdgesBetween(in, in - 1, length, guide.scale, tile[lane]);
+            WlsGuideValue<T> values[tileCols + 1];
+            LoadGuide(RowOf<T>(guide.image, first + lane) + col - 1, length + 1, guide.scale,
+                      values);
+            EdgesBetween(values + 1, values, length, tile[lane]);
         }
         kernels::GatherRows(rows, length, edge + static_cast<int64_t>(col) * rowLanes);
     }

@@ -5,6 +5,8 @@
 #include "core/vector.h"
 #include "segmentation/wls_kernels.h"
 
+#include <type_traits>
+
 namespace lumo {
 
 /// The image that guides the smoothing: one channel, in the depth of the planes.
@@ -18,6 +20,10 @@ struct WlsPlanes {
     const Matrix* plane[2] = {nullptr, nullptr};
     int32_t count = 0;
 };
+
+/// How guide values are held: codes as 16-bit integers, floats as they are.
+template <typename T>
+using WlsGuideValue = std::conditional_t<std::is_same_v<T, float>, float, uint16_t>;
 
 /// Scratch of one thread's row pass.
 struct WlsRowScratch {
@@ -53,7 +59,8 @@ private:
     void SolveStrip(const WlsPlanes& planes, const WlsGuide& guide, Matrix* const* solved,
                     int32_t col, ColumnScratch& scratch) const;
     void GatherEdges(const WlsGuide& guide, int32_t first, int32_t count, float* edge) const;
-    void EdgesBetween(const T* a, const T* b, int32_t count, double scale, float* edge) const;
+    void EdgesBetween(const WlsGuideValue<T>* a, const WlsGuideValue<T>* b, int32_t count,
+                      float* edge) const;
 
     const Vector<float>& weights_;
     float lambda_;

@@ -1,0 +1,18 @@
+// Table lookups of a block, one element after the other.
+//
+// Compilers make gathers of such loops, which cost more than the loads they stand for. Kernels
+// therefore compute the indices of a block, look them up here, and go on with the results.
+#pragma once
+
+#include <cstdint>
+
+namespace lumo {
+
+/// out[i] = table[index[i]].
+void LookUpCodes(const uint16_t* table, const int32_t* index, int32_t count, int32_t* out);
+void LookUpFloats(const float* table, const uint16_t* index, int32_t count, float* out);
+
+/// pairs[2i], pairs[2i + 1] = table[index[i]], table[index[i] + 1].
+void LookUpPairs(const double* table, const int32_t* index, int32_t count, double* pairs);
+
+} // namespace lumo
