@@ -19,8 +19,10 @@ constexpr double lmsToSrgb[9] = {6.1761, -5.3229, 0.1468,  -1.3246, 2.5606,
 constexpr double lmsToBt2020[9] = {3.4375,  -2.5072, 0.0697,  -0.7914, 1.9838,
                                    -0.1924, -0.0257, -0.0992, 1.1249};
 
-const double* Choose(int32_t colorSpace, const double* xyz, const double* srgb,
-                     const double* bt2020)
+} // namespace
+
+const double* MatrixOfColorSpace(int32_t colorSpace, const double* xyz, const double* srgb,
+                                 const double* bt2020)
 {
     switch (colorSpace) {
     case XYZ:
@@ -35,16 +37,14 @@ const double* Choose(int32_t colorSpace, const double* xyz, const double* srgb,
     }
 }
 
-} // namespace
-
 const double* ToLmsMatrix(int32_t colorSpace)
 {
-    return Choose(colorSpace, xyzToLms, srgbToLms, bt2020ToLms);
+    return MatrixOfColorSpace(colorSpace, xyzToLms, srgbToLms, bt2020ToLms);
 }
 
 const double* FromLmsMatrix(int32_t colorSpace)
 {
-    return Choose(colorSpace, lmsToXyz, lmsToSrgb, lmsToBt2020);
+    return MatrixOfColorSpace(colorSpace, lmsToXyz, lmsToSrgb, lmsToBt2020);
 }
 
 } // namespace lumo

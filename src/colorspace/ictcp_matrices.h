@@ -5,6 +5,10 @@
 
 namespace lumo {
 
+/// The matrix of a colour space. @throws Exception code 3 for one other than 1, 3, 6.
+const double* MatrixOfColorSpace(int32_t colorSpace, const double* xyz, const double* srgb,
+                                 const double* bt2020);
+
 /// RGB or XYZ to LMS. @throws Exception code 3 for a colour space other than 1, 3, 6.
 const double* ToLmsMatrix(int32_t colorSpace);
 

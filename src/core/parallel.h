@@ -102,31 +102,14 @@ void ParallelRangesWith(int64_t begin, int64_t end, Prepare&& prepare, Body&& bo
     failure.Rethrow();
 }
 
-/// Calls body(first, last) for contiguous parts of [begin, end), one part a thread; otherwise as
-/// ParallelRangesWith.
+/// The same for a body(first, last) that needs no scratch.
 template <typename Body>
 void ParallelRanges(int64_t begin, int64_t end, Body&& body)
 {
-    const int64_t count = end - begin;
-    if (count <= 0) {
-        return;
-    }
-    if (parallel::StaysOnThread(count)) {
-        body(begin, end);
-        return;
-    }
-    parallel::FirstFailure failure;
-#pragma omp parallel
-    {
-        const int64_t parts = omp_get_num_threads();
-        const int64_t part = omp_get_thread_num();
-        const int64_t first = begin + count * part / parts;
-        const int64_t last = begin + count * (part + 1) / parts;
-        if (first < last) {
-            failure.Guard([&] { body(first, last); });
-        }
-    }
-    failure.Rethrow();
+    struct None {};
+    ParallelRangesWith(
+        begin, end, [] { return None(); },
+        [&](int64_t first, int64_t last, None&) { body(first, last); });
 }
 
 /// Calls body(i) for every i of [begin, end) in parallel.

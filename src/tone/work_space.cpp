@@ -1,6 +1,7 @@
 #include "tone/work_space.h"
 
 #include "colorspace/convert_xrgb_to_ictcp.h"
+#include "colorspace/ictcp_matrices.h"
 #include "colorspace/pq.h"
 #include "colorspace/pq_decoding_curve.h"
 #include "core/exception.h"
@@ -26,21 +27,6 @@ constexpr double bt2020ToXyz[9] = {0.636958, 0.144617, 0.168881, 0.2627,  0.6779
 constexpr double xyzToBt2020[9] = {1.7167, -0.3557, -0.2534, -0.6667, 1.6165,
                                    0.0158, 0.0176,  -0.0428, 0.9421};
 
-const double* Choose(int32_t colorSpace, const double* srgb, const double* bt2020)
-{
-    switch (colorSpace) {
-    case XYZ:
-        return identity;
-    case sRGB:
-        return srgb;
-    case BT2020RGB:
-        return bt2020;
-    default:
-        throw Exception(exceptionArgument,
-                        "Error in ConvertsRGBICtCp, color space must be sRGB/BT2020RGB/XYZ");
-    }
-}
-
 // ConvertICtCp2xRGB is no ImageConverterInterface.
 class FromICtCp : public ImageConverterInterface {
 public:
@@ -62,7 +48,7 @@ private:
 } // namespace
 
 ConvertRGB2xyY::ConvertRGB2xyY(const LuminanceRange& input, const CodeRange& code)
-    : matrix_(Choose(input.colorSpace, srgbToXyz, bt2020ToXyz)),
+    : matrix_(MatrixOfColorSpace(input.colorSpace, identity, srgbToXyz, bt2020ToXyz)),
       codeMin_(code.codeMin),
       codeSpan_(code.codeMax - code.codeMin)
 {
@@ -93,7 +79,8 @@ void ConvertRGB2xyY::operator()(const double* in, double* out, size_t) const
 }
 
 ConvertxyY2RGB::ConvertxyY2RGB(const LuminanceRange& output, const CodeRange& code)
-    : matrix_(Choose(output.colorSpace, xyzToSrgb, xyzToBt2020)), valueMax_(output.valueMax)
+    : matrix_(MatrixOfColorSpace(output.colorSpace, identity, xyzToSrgb, xyzToBt2020)),
+      valueMax_(output.valueMax)
 {
     const PQDecoding decoding(code.codeMax, code.codeMin, code.pqMax, code.pqMin, output.valueMax,
                               output.valueMin);
