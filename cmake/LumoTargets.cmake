@@ -21,4 +21,8 @@ if(LUMO_SANITIZE)
     target_link_options(lumo_sanitizers INTERFACE -fsanitize=${LUMO_SANITIZE})
 endif()
 
+if(LUMO_BUILD_FUZZ)
+    target_compile_options(lumo_sanitizers INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 find_package(OpenMP REQUIRED COMPONENTS CXX)
