@@ -15,14 +15,15 @@ using Profile = std::unique_ptr<void, CloseProfile>;
 
 bool HasConnectionSpace(cmsHPROFILE profile)
 {
-    const cmsColorSpaceSignature space = cmsGetPCS(profile);
+    // A damaged profile's signature may be no value of the engine's enumeration.
+    const auto space = static_cast<uint32_t>(cmsGetPCS(profile));
     return space == cmsSigXYZData || space == cmsSigLabData;
 }
 
 /// The kinds that map the connection space to device values.
 bool CanBeWritten(cmsHPROFILE profile)
 {
-    switch (cmsGetDeviceClass(profile)) {
+    switch (static_cast<uint32_t>(cmsGetDeviceClass(profile))) {
     case cmsSigOutputClass:
     case cmsSigDisplayClass:
     case cmsSigColorSpaceClass:

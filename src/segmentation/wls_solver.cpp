@@ -111,8 +111,9 @@ void WlsSolver<T>::SolveStrip(const WlsPlanes& planes, const WlsGuide& guide, Ma
     LoadGuide(RowOf<T>(guide.image, 0) + col, lanes, guide.scale, scratch.guide[0]);
     for (int32_t row = 0; row < rows; ++row) {
         const int64_t at = static_cast<int64_t>(row) * columnLanes;
-        float* x[2] = {scratch.value[0].data + at, scratch.value[1].data + at};
+        float* x[2] = {};
         for (int32_t plane = 0; plane < planes.count; ++plane) {
+            x[plane] = scratch.value[plane].data + at;
             LoadFloats(RowOf<T>(*planes.plane[plane], row) + col, lanes, x[plane]);
         }
         if (row + 1 < rows) {
