@@ -63,7 +63,7 @@ uint32_t Report(const QVA_IMAGE& src, Operation&& operation)
         operation();
         return QVA_OK;
     } catch (const Exception& failure) {
-        LibraryOutput() << failure.message << std::endl;
+        WriteLibraryLine(failure.message);
         return QVA_ERROR_PROCESSING;
     } catch (...) {
         return QVA_ERROR_PROCESSING;

@@ -167,7 +167,8 @@ bool IsSmall(const QVA_IMAGE& image)
 
 Matrix WrapImage(const QVA_IMAGE& image)
 {
-    constexpr uint32_t sideLimit = std::numeric_limits<int32_t>::max();
+    // The first position behind the last block of a row must be an integer too.
+    constexpr uint32_t sideLimit = std::numeric_limits<int32_t>::max() - blockSize;
     if (image.width > sideLimit || image.height > sideLimit) {
         throw Exception(exceptionSize, "Error in EnsureDataSize, data size is too large.");
     }

@@ -87,7 +87,7 @@ LuminanceRangePair DpgRanges(const LuminanceRangePair& ranges);
 bool IsSmall(const QVA_IMAGE& image);
 
 /// A header over the caller's pixels.
-/// @throws Exception code 1 for an image wider or higher than 2^31 - 1.
+/// @throws Exception code 1 for an image wider or higher than 2^31 - 65.
 Matrix WrapImage(const QVA_IMAGE& image);
 
 /// Copies a finished image into the caller's buffer.

@@ -1,5 +1,7 @@
 #include "core/debug_stream.h"
 
+#include <mutex>
+
 namespace lumo {
 namespace {
 
@@ -24,6 +26,13 @@ std::ostream& LibraryOutput()
 {
     static std::ostream stream(nullptr);
     return stream;
+}
+
+void WriteLibraryLine(const char* text)
+{
+    static std::mutex streamLock;
+    const std::lock_guard<std::mutex> hold(streamLock);
+    LibraryOutput() << text << std::endl;
 }
 
 void SilenceLibraryOutput()

@@ -25,6 +25,9 @@ protected:
 /// host's.
 std::ostream& LibraryOutput();
 
+/// Writes a line to LibraryOutput, from any thread.
+void WriteLibraryLine(const char* text);
+
 /// Binds the library's stream to a DebugStreamBuffer for the rest of the process; at exit the
 /// stream gets its buffer back. Only the first call does something; calls may race.
 void SilenceLibraryOutput();

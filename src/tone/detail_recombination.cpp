@@ -10,14 +10,20 @@
 namespace lumo {
 namespace {
 
-// The detail layer is stored in T around chromaOffset before it is added back.
+// The detail layer, as T stores it around chromaOffset.
 template <typename T>
-LUMO_INLINE double Recombine(const DetailRecombination& k, double toned, T intensity, T base)
+LUMO_INLINE double ExtractDetail(double chromaOffset, T intensity, T base)
+{
+    const double centred =
+        static_cast<double>(intensity) + chromaOffset - static_cast<double>(base);
+    return static_cast<double>(Saturate<T>(centred)) - chromaOffset;
+}
+
+template <typename T>
+LUMO_INLINE double RecombineDetail(const DetailRecombination& k, double toned, T intensity, T base)
 {
     const auto b = static_cast<double>(Saturate<T>(toned));
-    const double centred =
-        static_cast<double>(intensity) + k.chromaOffset - static_cast<double>(base);
-    const double d = static_cast<double>(Saturate<T>(centred)) - k.chromaOffset;
+    const double d = ExtractDetail<T>(k.chromaOffset, intensity, base);
     const double s = b + d;
     const bool compressed = (s > k.knee) & (d > 0.0) & k.compress;
     const double gain = compressed ? s * k.slope + k.intercept : 1.0;
@@ -34,7 +40,7 @@ LUMO_CLONES void RecombineCodes(const DetailRecombination* parameters, const dou
     const DetailRecombination k = *parameters;
     LUMO_SIMD
     for (int32_t i = 0; i < blockSize; ++i) {
-        out[i] = Recombine<uint16_t>(k, toned[i], intensity[i], base[i]);
+        out[i] = RecombineDetail<uint16_t>(k, toned[i], intensity[i], base[i]);
     }
 }
 
@@ -64,7 +70,7 @@ void DetailRecombination::Apply(const double* toned, const T* intensity, const T
         }
     }
     for (int32_t i = 0; i < count; ++i) {
-        out[i] = Recombine<T>(*this, toned[i], intensity[i], base[i]);
+        out[i] = RecombineDetail<T>(*this, toned[i], intensity[i], base[i]);
     }
 }
 

@@ -13,6 +13,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace lumo {
@@ -22,6 +23,8 @@ constexpr int32_t curveBins = 1024;
 constexpr double steepest = 1.0;
 constexpr double tableEnd = 65535.0;
 constexpr double usualDecay = 1.0;
+constexpr const char* applyMessage =
+    "Error in FastObjectAdaptiveToneMapping::ApplyToneMapping, data depth must be D16U";
 
 Vector<double> MakeWeightTable(double decay)
 {
@@ -188,8 +191,9 @@ void FastObjectAdaptiveToneMapping::ApplyToneMapping(const Matrix& src, Matrix& 
                                                      const Matrix_t<int>& labels, int32_t n) const
 {
     const Matrix source(src);
+    Require(DepthOf(source.type) == (std::is_same_v<T, float> ? D32F : D16U), applyMessage);
     const ToneBlend blend = MakeBlend<T>(source, codes, labels, n);
-    dst.Ensure(source.rows, source.cols, source.type);
+    dst.Create(source.rows, source.cols, source.type);
     BlendRows<T>(blend, source, dst);
 }
 
@@ -199,10 +203,11 @@ void FastObjectAdaptiveToneMapping::ApplyToneMapping(const Matrix& src, Matrix& 
                                                      const VectorC<Matrix>& masks, int32_t offset,
                                                      BandDirection direction)
 {
+    Require(DepthOf(src.type) == D16U, applyMessage);
     const Matrix source(src);
     const ToneBlend blend =
         MakeBandBlend({source.rows, source.cols}, image, label, curves, masks, offset, direction);
-    dst.Ensure(source.rows, source.cols, source.type);
+    dst.Create(source.rows, source.cols, source.type);
     BlendRows<uint16_t>(blend, source, dst);
 }
 
@@ -250,6 +255,7 @@ VectorC<GlobalToneMappingOperatorAdaptive> FastObjectAdaptiveToneMapping::MakeOp
     int32_t n)
 {
     EnsureLabelChannels(labels);
+    Require(n >= 1, "");
     const double outRange = codes.outCodeMax - codes.outCodeMin;
     const double minSlope = outRange * 0.01 / (codes.inCodeMax - codes.inCodeMin);
     const ImageHistogram bins(ceil, codes.inCodeMin, curveBins);

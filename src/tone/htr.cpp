@@ -132,15 +132,14 @@ void Htr::operator()(const Matrix& src, Matrix& dst) const
         throw Exception(exceptionFormat, "Error in Htr::operator(), src depth must be D16U/D32F");
     }
     WorkPlanes planes;
-    Matrix result(source.rows, source.cols, source.type);
+    dst.Ensure(source.rows, source.cols, source.type);
     if (depth == D16U) {
-        MatrixSink<uint16_t> sink(result);
+        MatrixSink<uint16_t> sink(dst);
         Render<uint16_t>(MatrixSource<uint16_t>(source), sink, planes);
     } else {
-        MatrixSink<float> sink(result);
+        MatrixSink<float> sink(dst);
         Render<float>(MatrixSource<float>(source), sink, planes);
     }
-    dst = result;
 }
 
 void Htr::Analyze(const Matrix& src, HtrAnalysis& analysis) const
@@ -179,10 +178,9 @@ void Htr::Correct(const Matrix& src, Matrix& dst, const HtrAnalysis& analysis,
     }
     const Matrix source(src);
     WorkPlanes planes;
-    Matrix result(source.rows, source.cols, source.type);
-    MatrixSink<uint16_t> sink(result);
+    dst.Ensure(source.rows, source.cols, source.type);
+    MatrixSink<uint16_t> sink(dst);
     CorrectStream(MatrixSource<uint16_t>(source), sink, analysis, band, planes);
-    dst = result;
 }
 
 } // namespace lumo

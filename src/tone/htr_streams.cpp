@@ -27,8 +27,8 @@ constexpr int32_t PlaneType()
     return MakeType(std::is_same_v<T, float> ? D32F : D16U, 1);
 }
 
-// Rows and columns of the image that is segmented: the long side at most `longSide`.
-ImageSize ReducedSize(int32_t rows, int32_t cols, int32_t longSide)
+// The size of the image that is segmented: the long side at most `longSide`.
+ImageSize ResizeToLongSide(int32_t rows, int32_t cols, int32_t longSide)
 {
     const int32_t longest = std::max(rows, cols);
     const int64_t target = std::min(longest, longSide);
@@ -113,7 +113,7 @@ template <typename T>
 Matrix_t<int> Htr::SegmentPlanes(const WorkPlanes& planes, int32_t longSide, int32_t& count) const
 {
     const Matrix* const full[3] = {&planes.intensity, &planes.chroma1, &planes.chroma2};
-    const ImageSize size = ReducedSize(full[0]->rows, full[0]->cols, longSide);
+    const ImageSize size = ResizeToLongSide(full[0]->rows, full[0]->cols, longSide);
     const bool reduce = size.rows != full[0]->rows || size.cols != full[0]->cols;
     Matrix small[3];
     for (int c = 0; c < 3; ++c) {
