@@ -3,6 +3,8 @@
 #include "errors.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <fmt/format.h>
 
@@ -19,7 +21,7 @@ constexpr const char* examples =
     "Examples:\n"
     "  qva info photo.exr                     what the file holds and how it would be rendered\n"
     "  qva print photo.exr -o print.tif --profile printer.icc\n"
-    "  qva print photo.hdr -o print.tif --white 100 --side-by-side compare.png\n"
+    "  qva print photo.hdr -o print.tif --side-by-side compare.png   a picture to compare\n"
     "  qva print scan.tif -o print.tif --encoding linear --primaries bt2020 --luminance-max 1500\n"
     "  qva preview photo.png -o screen.png    the same without the device step\n"
     "\n"
@@ -143,11 +145,29 @@ void AddSourceOptions(CLI::App& app, std::string& photo, SourceOptions& source,
               [&maxPixels](const double& value) { maxPixels = static_cast<std::uint64_t>(value); });
 }
 
+CLI::Validator NotEmpty()
+{
+    return CLI::Validator(
+        [](const std::string& text) {
+            return text.empty() ? std::string("a file is missing") : std::string();
+        },
+        "");
+}
+
+bool EndsInPng(const std::string& name)
+{
+    std::string ending = name.size() < 4 ? name : name.substr(name.size() - 4);
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return ending == ".png";
+}
+
 void AddRenderOptions(CLI::App& app, PrintOptions& options)
 {
     const char* group = "Rendering";
     app.add_option("--profile", options.profile,
                    "ICC profile of printer and paper (a generic photo paper)")
+        ->check(NotEmpty())
         ->type_name("FILE")
         ->group(group);
     app.add_option_function<std::string>(
@@ -155,7 +175,7 @@ void AddRenderOptions(CLI::App& app, PrintOptions& options)
            [&options](const std::string& text) { options.render.paperWhite = std::stoi(text); },
            "cd/m2 of paper white where the print will hang: 100, 200 or 400 (100)")
         ->check(OneOf({"100", "200", "400"}))
-        ->type_name("NAME")
+        ->type_name("NUMBER")
         ->group(group);
     AddNumber(app, "--threshold", "cd/m2, tones below it keep their contrast (1.3)", 0.0, 100.0,
               [&options](const double& value) { options.render.threshold = value; })
@@ -216,13 +236,29 @@ void AddOutputOptions(CLI::App& app, PrintOptions& options)
 /// What only both together can tell.
 void FinishPrint(PrintOptions& options)
 {
+    // The sheet first: its name may end in less than the result's.
+    if (!options.sideBySide.empty() && !EndsInPng(options.sideBySide)) {
+        throw Misuse(options.sideBySide, "the name must end in .png");
+    }
     options.write.format = FormatOfName(options.output);
     if (options.write.format == OutputFormat::Png && options.write.compression == Compression::Lzw)
     {
         throw Misuse("--compression", "PNG knows none and deflate");
     }
-    if (!options.sideBySide.empty() && FormatOfName(options.sideBySide) != OutputFormat::Png) {
-        throw Misuse(options.sideBySide, "the name must end in .png");
+}
+
+/// Names a first word that is no command; the parser would only say that a command is missing.
+void EnsureCommand(int count, const char* const* arguments)
+{
+    if (count < 2) {
+        return;
+    }
+    const std::string first = arguments[1];
+    const bool isCommand = first == "print" || first == "preview" || first == "info";
+    const bool isOption = first == "-h" || first == "--help" || first == "--version";
+    if (!isCommand && !isOption) {
+        const char* kind = first.rfind('-', 0) == 0 ? "option" : "subcommand";
+        throw Misuse(OneLine(first), fmt::format("unknown {} (see qva --help)", kind));
     }
 }
 
@@ -247,6 +283,7 @@ CommandLine ParseCommandLine(int count, const char* const* arguments)
     app.footer(examples);
     app.set_version_flag("--version", "qva " QVA_VERSION);
     app.require_subcommand(1);
+    EnsureCommand(count, arguments);
     const CLI::App* print =
         AddPrintCommand(app, "print", "Render a photograph for a printer", line.print);
     const CLI::App* preview = AddPrintCommand(

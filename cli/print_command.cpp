@@ -53,6 +53,10 @@ std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterPr
     std::vector<std::string> remarks = Remarks(found, options.render.threshold);
     if (profile.isBuiltIn) {
         remarks.push_back("no --profile: rendered for a generic photo paper");
+    } else if (!profile.isPrinter) {
+        remarks.push_back(fmt::format("{}: is the profile of a display or a colour space, not of "
+                                      "a printer",
+                                      options.profile));
     }
     return remarks;
 }

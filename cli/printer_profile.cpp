@@ -96,7 +96,7 @@ PrinterProfile BuiltInProfile()
 {
     return {
         std::vector<unsigned char>(photoPaperProfile, photoPaperProfile + photoPaperProfileSize),
-        "generic photo paper", true};
+        "generic photo paper", true, true};
 }
 
 PrinterProfile ReadPrinterProfile(const std::string& path)
@@ -104,6 +104,7 @@ PrinterProfile ReadPrinterProfile(const std::string& path)
     PrinterProfile profile;
     profile.bytes = ReadFile(path);
     CheckPrinterProfile(profile.bytes, path);
+    profile.isPrinter = Field(profile.bytes, 12) == "prtr";
     const ContextHandle context = MakeContext();
     profile.description = DescriptionOf(OpenProfile(context.get(), profile.bytes).get());
     if (profile.description.empty()) {

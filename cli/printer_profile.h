@@ -11,6 +11,7 @@ struct PrinterProfile {
     std::vector<unsigned char> bytes;
     std::string description; ///< for people; the file's name where the profile has none
     bool isBuiltIn = false;
+    bool isPrinter = true; ///< its class is that of output devices
 };
 
 /// The generic photo-paper profile that is compiled in.

@@ -112,9 +112,24 @@ double FitThreshold(double threshold, const RenderRange& range)
     return std::clamp(threshold, range.luminanceMin, range.luminanceMax);
 }
 
+// A rendering divides a copy of 1024 pixels on its longer side into regions, which takes two rows
+// and two columns of it.
+void EnsureWidth(ImageSize size, const std::string& name)
+{
+    constexpr std::int64_t reducedSide = 1024;
+    const std::int64_t longer = std::max<std::int64_t>(size.width, size.height);
+    const std::int64_t shorter = std::min<std::int64_t>(size.width, size.height);
+    if (shorter < 2 || (longer > reducedSide && shorter * reducedSide / longer < 2)) {
+        throw Failure(name, fmt::format("{} x {} pixels are too narrow to be rendered: the shorter "
+                                        "side needs 2 pixels, and a 500th of the longer",
+                                        size.width, size.height));
+    }
+}
+
 void Render(Page& page, const RenderRange& range, const PrinterProfile& profile,
             const RenderSettings& settings, const std::string& name)
 {
+    EnsureWidth(page.size, name);
     const Handle handle;
     const QVA_OUTPUT_CONDITIONS conditions = Conditions(profile, settings);
     if (settings.threshold != defaultThreshold) {
