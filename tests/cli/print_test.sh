@@ -29,7 +29,11 @@ for option in "--paper-white 200" "--threshold 20" "--top 500" "--white 100"; do
     cmp -s result.tif again.tif && fail "$option changes nothing"
 done
 expect 0 "" print photo.exr -o again.tif -q --intent saturation --no-black-point-compensation
-expect 0 "" print photo.exr -o again.tif --profile device.icc
+expect 0 "device.icc: is the profile of a display" print photo.exr -o again.tif --profile device.icc
+expect 0 "" print photo.exr -o again.tif --profile device.icc -q
+expect 2 "a file is missing" print photo.exr -o again.tif --profile ""
+expect 2 "unknown subcommand" develop photo.exr
+expect 2 "unknown option" --develop
 "$qva" print photo.exr -o again.tif --verbose 2>stderr.txt
 grep -q "handed over" stderr.txt || fail "--verbose tells nothing"
 expect 0 "" print flawed.exr -o again.tif -q
