@@ -1,5 +1,6 @@
 #include "support/file_matcher.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -55,19 +56,29 @@ FileMatcherState& FileMatcher()
 using lumo::test::Answers;
 using lumo::test::FileMatcher;
 
-int32_t RVX_Initialize(const uint32_t*, void*, RvxInstance* instance)
+int32_t RVX_Initialize(const uint32_t* version, void*, RvxInstance* instance)
 {
+    if (FileMatcher().failInitialize) {
+        return -1;
+    }
+    FileMatcher().version = *version;
     *instance = 1;
     return 0;
 }
 
-int32_t RVX_CreateColorMatchingXform(RvxInstance, const RvxProfileDescriptor*,
-                                     const RvxProfileDescriptor*, const RvxProfileDescriptor*,
-                                     RvxXform* xform, void*, uint32_t, uint32_t, uint16_t)
+int32_t RVX_CreateColorMatchingXform(RvxInstance, const RvxProfileDescriptor* source,
+                                     const RvxProfileDescriptor* xyz,
+                                     const RvxProfileDescriptor* device, RvxXform* xform, void*,
+                                     uint32_t, uint32_t flags, uint16_t intent)
 {
-    if (Answers().empty()) {
+    if (Answers().empty() && !FileMatcher().answer) {
         return -1;
     }
+    FileMatcher().descriptors[0] = *source;
+    FileMatcher().descriptors[1] = *xyz;
+    FileMatcher().descriptors[2] = *device;
+    FileMatcher().flags = flags;
+    FileMatcher().intent = intent;
     ++FileMatcher().created;
     *xform = 2;
     return 0;
@@ -77,6 +88,12 @@ int32_t RVX_MatchColors(RvxInstance, RvxXform, const uint16_t* in, uint16_t* out
 {
     using namespace lumo::test;
     for (uint32_t pixel = 0; pixel < count; ++pixel, in += 3, out += 3) {
+        FileMatcher().asked.push_back({in[0], in[1], in[2]});
+        if (FileMatcher().answer) {
+            const Triple xyz = FileMatcher().answer(FileMatcher().asked.back());
+            std::copy(xyz.begin(), xyz.end(), out);
+            continue;
+        }
         const int nodes[3] = {NodeOf(in[0]), NodeOf(in[1]), NodeOf(in[2])};
         if (nodes[0] < 0 || nodes[1] < 0 || nodes[2] < 0) {
             std::fprintf(stderr, "asked for a colour that is no node\n");

@@ -1,7 +1,12 @@
 // A colour matcher that answers from a file: its five functions, as the library imports them.
 #pragma once
 
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <rvx32p.h>
 #include <string>
+#include <vector>
 
 namespace lumo::test {
 
@@ -10,12 +15,21 @@ namespace lumo::test {
 /// path every profile is rejected.
 void LoadFileMatcher(const std::string& path);
 
-/// Counts of calls, and failures to order.
+using Triple = std::array<uint16_t, 3>;
+
+/// Counts of calls and what they were given; failures and answers to order.
 struct FileMatcherState {
     int created = 0;
     int disposed = 0;
     int terminated = 0;
+    bool failInitialize = false;
     bool failRelease = false;
+    std::function<Triple(const Triple&)> answer; ///< instead of the file, for any colour
+    RvxProfileDescriptor descriptors[3] = {};    ///< of the last transform, as are the next three
+    uint32_t version = 0;
+    uint32_t flags = 0;
+    uint16_t intent = 0;
+    std::vector<Triple> asked; ///< every colour, in order
 };
 FileMatcherState& FileMatcher();
 
