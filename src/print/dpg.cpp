@@ -1,5 +1,6 @@
 #include "print/dpg.h"
 
+#include "colorspace/pq.h"
 #include "core/exception.h"
 #include "core/parallel.h"
 #include "core/power_curve.h"
@@ -12,12 +13,14 @@ namespace lumo {
 namespace {
 
 // A 16-bit image goes through the map of the curve, a float one through the sampled curve itself.
-void ApplyCurve(const Matrix& src, Matrix& dst, const PowerCurveTable& curve,
-                const Vector<uint16_t>& map)
+void ApplyCurve(const Matrix& src, Matrix& dst, const PowerCurveTable& curve)
 {
-    if (DepthOf(src.type) != D32F) {
-        ApplyCodeMap(src, dst, map.data);
+    if (DepthOf(src.type) == D16U) {
+        ApplyCodeMap(src, dst, MakePowerCurveMap(curve).data);
         return;
+    }
+    if (DepthOf(src.type) != D32F) {
+        throw Exception(exceptionFormat, "Error in Dpg::operator(), input depth must be 16U/32F");
     }
     const Matrix source(src);
     dst.Ensure(source.rows, source.cols, source.type);
@@ -81,14 +84,16 @@ void Dpg::Run(const Matrix& src, Matrix& dst) const
 
 void Dpg::Convert2WorkColorSpace(const Matrix& src, Matrix& dst, double chromaOffset) const
 {
-    const DpgTables tables(input, output, work, chromaOffset);
     Matrix linear;
-    ApplyCurve(src, linear, tables.decoding, tables.decodingMap);
+    ApplyCurve(src, linear, DpgCurve(input, work, decodingExponent));
     if (params.workColorSpace != ICtCp) {
         throw Exception(exceptionArgument, "Error in Dpg::Convert2WorkColorSpace, work color space "
                                            "must be ICtCp");
     }
-    ImageConverter::Convert(linear, dst, tables.toWork);
+    ImageConverter::Convert(linear, dst,
+                            ConvertxRGB2ICtCp(input.valueMax, input.valueMin, input.lumiMax,
+                                              input.lumiMin, work.valueMax, work.valueMin,
+                                              chromaOffset, input.colorSpace));
 }
 
 void Dpg::Convert2DstColorSpace(const Matrix& src, Matrix& dst, double chromaOffset) const
@@ -97,9 +102,11 @@ void Dpg::Convert2DstColorSpace(const Matrix& src, Matrix& dst, double chromaOff
         throw Exception(exceptionArgument, "Error in Dpg::Convert2DstColorSpace, work color space "
                                            "must be ICtCp");
     }
-    const DpgTables tables(input, output, work, chromaOffset);
-    ImageConverter::Convert(src, dst, tables.fromWork);
-    ApplyCurve(dst, dst, tables.encoding, tables.encodingMap);
+    ImageConverter::Convert(src, dst,
+                            ConvertICtCp2xRGB(work.valueMax, work.valueMin, PQ(work.lumiMax),
+                                              PQ(work.lumiMin), output.valueMax, output.valueMin,
+                                              -chromaOffset, output.colorSpace));
+    ApplyCurve(dst, dst, DpgCurve(input, work, encodingExponent));
 }
 
 } // namespace lumo

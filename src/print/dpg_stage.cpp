@@ -16,18 +16,6 @@ namespace {
 
 using kernels::rowLanes;
 
-PowerCurveTable CurveOf(const LuminanceRange& input, const LuminanceRange& work, double exponent)
-{
-    PowerCurveTable curve;
-    curve.inputMax = input.valueMax;
-    curve.inputMin = input.valueMin;
-    curve.outputScale = work.valueMax;
-    curve.outputOffset = work.valueMin;
-    curve.exponent = exponent;
-    curve.Build();
-    return curve;
-}
-
 bool IsUsual(const LuminanceRange& range)
 {
     return range.valueMax == 65535.0 && range.valueMin == 0.0 && range.lumiMax == 100.0 &&
@@ -79,10 +67,22 @@ LUMO_CLONES void CombineCodes(const uint16_t* i, const uint16_t* b1, const uint1
 
 } // namespace kernels
 
+PowerCurveTable DpgCurve(const LuminanceRange& input, const LuminanceRange& work, double exponent)
+{
+    PowerCurveTable curve;
+    curve.inputMax = input.valueMax;
+    curve.inputMin = input.valueMin;
+    curve.outputScale = work.valueMax;
+    curve.outputOffset = work.valueMin;
+    curve.exponent = exponent;
+    curve.Build();
+    return curve;
+}
+
 DpgTables::DpgTables(const LuminanceRange& input, const LuminanceRange& output,
                      const LuminanceRange& work, double chromaOffset)
-    : decoding(CurveOf(input, work, decodingExponent)),
-      encoding(CurveOf(input, work, encodingExponent)),
+    : decoding(DpgCurve(input, work, decodingExponent)),
+      encoding(DpgCurve(input, work, encodingExponent)),
       toWork(input.valueMax, input.valueMin, input.lumiMax, input.lumiMin, work.valueMax,
              work.valueMin, chromaOffset, input.colorSpace),
       predicted(1.0, 0.0, work.lumiMax, work.lumiMin, work.valueMax, work.valueMin, chromaOffset,

@@ -37,7 +37,9 @@ void Lut3D::Initialize(const Vector<double>& lut, size_t numGrid, double maxValu
 
 void Lut3D::Convert(const Matrix& src, Matrix& dst) const
 {
-    if (src.channels == 1 && DepthOf(src.type) <= D64F) {
+    const int32_t depth = DepthOf(src.type);
+    const bool known = depth == D8U || depth == D16U || depth == D32F || depth == D64F;
+    if (src.channels == 1 && known) {
         throw Exception(exceptionFormat,
                         "Error in Image Converter::Convert(), data channels must be 1/3");
     }
