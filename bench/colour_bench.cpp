@@ -70,7 +70,7 @@ void ICtCpToRgb(benchmark::State& state)
 
 void Curve(benchmark::State& state)
 {
-    Run(state, CodeMap(EncodingMap().data));
+    Run(state, CodeMap(DecodingMap().data));
 }
 
 void Reduce(benchmark::State& state)

@@ -198,7 +198,8 @@ void QvaController::Correct(const QVA_IMAGE& dst, const QVA_IMAGE& src,
     const Dpg dpg(DpgRanges(ranges), PrepareDpgParameters(pagePixels, transform));
     WorkPlanes planes;
     DpgStage<uint16_t> stage(dpg, source.rows, source.cols, planes);
-    EncodingSink encoded(EncodingMap().data, nullptr, stage);
+    const Vector<uint16_t> curve = MakePowerCurveMap(outputCurve);
+    EncodingSink encoded(curve.data, nullptr, stage);
     htr.CorrectStream(linear, encoded, analysisState, band, planes);
     Matrix destination = WrapImage(dst);
     MatrixSink<uint16_t> sink(destination);

@@ -28,7 +28,6 @@ void PrepareProcessTables()
     UsualOutputCurve();
     UsualColorCompression();
     DecodingMap();
-    EncodingMap();
     DpgTables::Usual();
     const HtrParameters params;
     const FastWlsFilter filter(params.wlsSigma, params.wlsLambda);

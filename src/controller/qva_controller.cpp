@@ -110,7 +110,8 @@ void QvaController::Render(const Matrix& source, PixelSink& sink,
 {
     const LinearSource linear(source, encoding, nullptr);
     const Htr htr(ranges, ParametersFor(PixelCount(source), ranges));
-    EncodingSink encoded(EncodingMap().data, compression, sink);
+    const Vector<uint16_t> curve = MakePowerCurveMap(outputCurve);
+    EncodingSink encoded(curve.data, compression, sink);
     htr.Render<uint16_t>(linear, encoded, planes);
 }
 

@@ -8,10 +8,10 @@
 namespace lumo {
 namespace {
 
-Vector<uint16_t> MapOfExponent(double exponent)
+Vector<uint16_t> MakeDecodingMap()
 {
     PowerCurveTable curve;
-    curve.exponent = exponent;
+    curve.exponent = decodingExponent;
     curve.Build();
     return MakePowerCurveMap(curve);
 }
@@ -78,13 +78,7 @@ void ApplyCodeMap(const Matrix& src, Matrix& dst, const uint16_t* map)
 
 const Vector<uint16_t>& DecodingMap()
 {
-    static const Vector<uint16_t> map = MapOfExponent(decodingExponent);
-    return map;
-}
-
-const Vector<uint16_t>& EncodingMap()
-{
-    static const Vector<uint16_t> map = MapOfExponent(encodingExponent);
+    static const Vector<uint16_t> map = MakeDecodingMap();
     return map;
 }
 

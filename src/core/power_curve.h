@@ -48,8 +48,7 @@ void ApplyPowerCurve16(const Matrix& src, Matrix& dst, double inputMax, double i
 /// @param dst  re-created if its shape or type differs; may be src.
 void ApplyCodeMap(const Matrix& src, Matrix& dst, const uint16_t* map);
 
-/// The maps of the two curves over codes 0 ... 65535, built once per process.
+/// The map of the decoding curve over codes 0 ... 65535, built once per process.
 const Vector<uint16_t>& DecodingMap();
-const Vector<uint16_t>& EncodingMap();
 
 } // namespace lumo
