@@ -23,9 +23,9 @@ TEST(ImageConverter, RefusesDepthsThenChannels)
 
 TEST(ImageConverter, StoresBetweenFunctorsInTheDepthOfTheSource)
 {
-    Matrix bytes = MakeMatrix<uint8_t>(1, 1, {50, 101, 100}, 3);
-    ImageConverter::Convert(bytes, bytes, shift, stretch);
-    EXPECT_EQ((std::vector<uint8_t>{0, 255, 0}), Elements<uint8_t>(bytes));
+    Matrix bytes = MakeMatrix<uint8_t>(1, 1, {0, 1, 200}, 3);
+    ImageConverter::Convert(bytes, bytes, stretch, shift);
+    EXPECT_EQ((std::vector<uint8_t>{0, 155, 155}), Elements<uint8_t>(bytes));
     Matrix floats = MakeMatrix<float>(1, 3, {99.0f, 100.5f, 3e38f});
     ImageConverter::Convert(floats, floats, shift, stretch);
     EXPECT_EQ((std::vector<float>{-407.5f, 192.5f, 0x1.fffffep+127f}), Elements<float>(floats));
@@ -59,9 +59,9 @@ TEST(PowerCurve, MapsCodesOfItsInputToLowBits)
     // 131070 (999 / 65535)^(1 / 2.2) + 1 = 19573.04; for 32768 it is 95648.7, less 65536.
     ApplyPowerCurve16<PowerCurve::encoding>(codes, dst, 65535.0, 0.0, 131070.0, 1.0);
     EXPECT_EQ((std::vector<uint16_t>{19573, 30112, 65535}), Elements<uint16_t>(dst));
-    // (31768 / 59000)^(1 / 2.2) = 0.7547; codes outside the input become 0.
-    ApplyPowerCurve16<PowerCurve::encoding>(codes, dst, 60000.0, 1000.0, 1000.0, 0.0);
-    EXPECT_EQ((std::vector<uint16_t>{0, 754, 0}), Elements<uint16_t>(dst));
+    // (31768 / 59000)^(1 / 2.2) = 0.7547, and 5; codes outside the input become 0.
+    ApplyPowerCurve16<PowerCurve::encoding>(codes, dst, 60000.0, 1000.0, 1000.0, 5.0);
+    EXPECT_EQ((std::vector<uint16_t>{0, 759, 0}), Elements<uint16_t>(dst));
 }
 
 } // namespace lumo::test

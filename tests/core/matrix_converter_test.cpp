@@ -48,6 +48,8 @@ TEST(MatrixOperatorMultiply, SaturatesProductsInEveryRow)
     codes.roi = {};
     MultiplyByScalar(codes, 2.5, codes, MatrixOperatorMultiply<uint16_t>());
     EXPECT_EQ((std::vector<uint16_t>{65535, 7, 65535, 7}), Elements<uint16_t>(codes));
+    // As floats the factor would be 1.
+    EXPECT_EQ(65534, MatrixOperatorMultiply<uint16_t>::Product(65535, 1.0 - 1e-9));
     Matrix floats = MakeMatrix<float>(1, 2, {1e38f, -2.5f});
     MatrixOperatorMultiply<float>()(0, floats, floats, floats);
     EXPECT_EQ((std::vector<float>{0x1.fffffep+127f, 6.25f}), Elements<float>(floats));
