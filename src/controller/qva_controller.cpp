@@ -5,6 +5,7 @@
 #include "controller/encoding_sink.h"
 #include "controller/process_tables.h"
 #include "controller/source_decoding.h"
+#include "core/allocation.h"
 #include "core/block_pool.h"
 #include "core/debug_stream.h"
 #include "core/exception.h"
@@ -141,7 +142,9 @@ DpgParameters QvaController::PrepareDpgParameters(int64_t pixelCount,
 {
     DpgParameters params = dpgParameters;
     params.wlsLambda = SizeFactor(pixelCount) * params.wlsLambda;
-    params.printLut = SharedObject<Lut3D>(new Lut3D(transform, 65535.0));
+    const Lut3D sampled(transform, 65535.0);
+    const std::lock_guard<std::recursive_mutex> hold(allocLock);
+    params.printLut = SharedObject<Lut3D>(new Lut3D(sampled));
     return params;
 }
 

@@ -87,7 +87,9 @@ void FreeAligned(void* block) noexcept
 
 void* AllocArray(uint64_t bytes)
 {
-    EnsureDataSize(bytes);
+    if (bytes > maxDataSize) {
+        throw std::bad_alloc();
+    }
     const std::lock_guard<std::recursive_mutex> hold(allocLock);
     if (void* pooled = pool::Take(bytes)) {
         return pooled;

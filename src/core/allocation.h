@@ -36,7 +36,7 @@ void Free(void* block) noexcept;
 void FreeAligned(void* block) noexcept;
 
 /// A block for an array of numbers or plain records. Released by FreeArray.
-/// @throws Exception code 1 above the limit, then std::bad_alloc when memory runs out.
+/// @throws std::bad_alloc above the limit or when memory runs out.
 void* AllocArray(uint64_t bytes);
 void FreeArray(void* block) noexcept;
 

@@ -17,7 +17,7 @@ protected:
     typename std::basic_streambuf<Char>::int_type overflow(
         typename std::basic_streambuf<Char>::int_type character) override
     {
-        return std::char_traits<Char>::not_eof(character);
+        return character;
     }
 };
 

@@ -81,8 +81,8 @@ template <typename T>
 void ResizeRows(const Matrix& src, const Vector<Params>& columns, const Vector<Params>& rows,
                 Matrix& dst)
 {
-    ParallelRanges(0, dst.rows, [&](int64_t first, int64_t last) {
-        RowPair<T> pair(src, columns);
+    const auto prepare = [&] { return RowPair<T>(src, columns); };
+    ParallelRangesWith(0, dst.rows, prepare, [&](int64_t first, int64_t last, RowPair<T>& pair) {
         for (int64_t row = first; row < last; ++row) {
             const Params& entry = rows[static_cast<uint64_t>(row)];
             pair.Load(entry);

@@ -13,7 +13,7 @@ class LinearInterpolation {
 public:
     virtual ~LinearInterpolation() = default;
 
-    /// Copies the samples. lutx must ascend (not checked).
+    /// Copies the samples. lutx must ascend and luty be finite (not checked).
     /// @throws Exception code 3 if the sizes differ, then for fewer than two samples; the curve is
     ///         then unchanged.
     void Initialize(const Vector<double>& x, const Vector<double>& y);

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <new>
 #include <type_traits>
 
 namespace lumo {
@@ -40,7 +41,9 @@ public:
         if constexpr (isPlain) {
             return static_cast<T*>(AllocArray(bytes));
         } else {
-            EnsureDataSize(bytes);
+            if (bytes > maxDataSize) {
+                throw std::bad_alloc();
+            }
             const std::lock_guard<std::recursive_mutex> hold(allocLock);
             return new T[n];
         }
@@ -152,6 +155,7 @@ public:
         try {
             refCount = NewCount();
         } catch (...) {
+            const std::lock_guard<std::recursive_mutex> hold(allocLock);
             delete object;
             throw;
         }
