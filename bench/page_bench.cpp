@@ -12,18 +12,6 @@ namespace {
 using Apply = uint32_t (*)(QVA_HANDLE, const QVA_IMAGE*, const QVA_IMAGE*, const QVA_SOURCE_RANGE*,
                            int32_t, const QVA_OUTPUT_CONDITIONS*);
 
-class Handle {
-public:
-    Handle() { QVA_Initialize(&handle_); }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    ~Handle() { QVA_Terminate(&handle_); }
-    QVA_HANDLE Get() const { return handle_; }
-
-private:
-    QVA_HANDLE handle_ = nullptr;
-};
-
 void WholePage(benchmark::State& state, Apply apply)
 {
     const auto width = static_cast<uint32_t>(state.range(0));
