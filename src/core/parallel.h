@@ -1,6 +1,8 @@
 // The only parallel regions of the library: loops split statically over the threads.
 #pragma once
 
+#include "core/team_size.h"
+
 #include <atomic>
 #include <cstdint>
 #include <exception>
@@ -10,10 +12,15 @@
 namespace lumo {
 
 /// While one lives, the loops of its thread run on that thread alone: for work so small that waking
-/// other threads, and waiting for them on a busy machine, costs more than they give.
+/// other threads, and waiting for them on a busy machine, costs more than they give. Every call has
+/// one, small or not.
 class SmallWork {
 public:
-    explicit SmallWork(bool small) : small_(small) { depth_ += small_ ? 1 : 0; }
+    explicit SmallWork(bool small) : small_(small)
+    {
+        depth_ += small_ ? 1 : 0;
+        parallel::ForgetShortage();
+    }
     SmallWork(const SmallWork&) = delete;
     SmallWork& operator=(const SmallWork&) = delete;
     ~SmallWork() { depth_ -= small_ ? 1 : 0; }
@@ -29,8 +36,7 @@ namespace parallel {
 /// Whether a loop of `count` items should stay on its thread.
 inline bool StaysOnThread(int64_t count)
 {
-    return count == 1 || SmallWork::UnderWay() || omp_in_parallel() != 0 ||
-           omp_get_max_threads() == 1;
+    return count == 1 || SmallWork::UnderWay() || omp_in_parallel() != 0 || TeamSize() == 1;
 }
 
 /// Keeps the first exception of a region.
@@ -84,10 +90,13 @@ void ParallelRangesWith(int64_t begin, int64_t end, Prepare&& prepare, Body&& bo
         return;
     }
     parallel::FirstFailure failure;
-#pragma omp parallel
+#pragma omp parallel num_threads(parallel::TeamSize())
     {
         const int64_t parts = omp_get_num_threads();
         const int64_t part = omp_get_thread_num();
+        if (part == 0) {
+            parallel::NoteTeam(static_cast<int>(parts));
+        }
         const int64_t first = begin + count * part / parts;
         const int64_t last = begin + count * (part + 1) / parts;
         std::optional<decltype(prepare())> scratch;
