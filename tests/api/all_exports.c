@@ -1,9 +1,10 @@
-/* Every export once, as a C host calls them. The profile is none, so prints have no device step. */
+/* Every export once, as a C host calls them: a program, and a plug-in for reload.c. The profile is
+ * none, so prints have no device step. */
 #include <lumo/qva.h>
 #include <stdio.h>
 #include <string.h>
 
-enum { width = 64, height = 48, samples = width * height * 3 };
+enum { width = 130, height = 127, samples = width * height * 3 };
 
 static int failures = 0;
 
@@ -16,7 +17,7 @@ static void Expect(uint32_t want, uint32_t have, int line)
 }
 #define EXPECT(want, have) Expect(want, have, __LINE__)
 
-int main(void)
+__attribute__((visibility("default"))) int main(void)
 {
     static uint16_t in[samples], out[samples], other[samples];
     for (int i = 0; i < samples; ++i) {
