@@ -1,17 +1,55 @@
 #include "core/image_scaling.h"
 
 #include "core/exception.h"
+#include "core/lookup.h"
 #include "core/parallel.h"
 #include "core/saturate.h"
+#include "core/simd.h"
 
 #include <algorithm>
 #include <utility>
 #include <vector>
 
 namespace lumo {
+namespace kernels {
+
+// One block of an output row of codes. A pair holds two neighbours of a source row, the left one in
+// its low half; a row's pairs are stretched to floats before the two rows are mixed.
+struct BilinearBlock {
+    static constexpr int32_t size = 128;
+    alignas(64) uint32_t upper[size];
+    alignas(64) uint32_t lower[size];
+    double weight0;
+    double weight1;
+};
+
+LUMO_INLINE float StretchPair(uint32_t pair, double weight0, double weight1)
+{
+    const auto left = static_cast<int32_t>(pair & 0xFFFFu);
+    const auto right = static_cast<int32_t>(pair >> 16);
+    return static_cast<float>(left * weight0 + right * weight1);
+}
+
+LUMO_CLONES void MixPairs16(const BilinearBlock* block, const double* weight0,
+                            const double* weight1, int32_t count, uint16_t* out)
+{
+    const double row0 = block->weight0;
+    const double row1 = block->weight1;
+    LUMO_SIMD
+    for (int32_t i = 0; i < count; ++i) {
+        const float upper = StretchPair(block->upper[i], weight0[i], weight1[i]);
+        const float lower = StretchPair(block->lower[i], weight0[i], weight1[i]);
+        out[i] = Saturate<uint16_t>(static_cast<double>(upper) * row0 +
+                                    static_cast<double>(lower) * row1);
+    }
+}
+
+} // namespace kernels
+
 namespace {
 
 using Params = ImageScalingBilinear::INTERPOLATION_PARAMS;
+using kernels::BilinearBlock;
 
 template <typename T>
 void StretchRow(const T* in, int32_t channels, const Vector<Params>& columns, float* out)
@@ -92,6 +130,79 @@ void ResizeRows(const Matrix& src, const Vector<Params>& columns, const Vector<P
     });
 }
 
+// The columns' table, field by field. The leading `paired` columns mix neighbours: all of them but
+// perhaps the last.
+struct PairedColumns {
+    explicit PairedColumns(const Vector<Params>& table)
+        : left(table.size), weight0(table.size), weight1(table.size)
+    {
+        for (uint64_t j = 0; j < table.size; ++j) {
+            left[j] = table[j].index0;
+            weight0[j] = table[j].weight0;
+            weight1[j] = table[j].weight1;
+        }
+        const auto isPair = [](const Params& entry) { return entry.index1 == entry.index0 + 1; };
+        const Params* first = table.data;
+        const Params* end = first + table.size;
+        paired = static_cast<int32_t>(std::find_if_not(first, end, isPair) - first);
+    }
+    Vector<int32_t> left;
+    Vector<double> weight0;
+    Vector<double> weight1;
+    int32_t paired;
+};
+
+// Asks for the part of a row that columns first ... last take from it.
+void Prefetch(const uint16_t* row, const PairedColumns& columns, int32_t first, int32_t last)
+{
+    constexpr int32_t line = 64 / sizeof(uint16_t);
+    for (int32_t at = columns.left[first]; at <= columns.left[last] + 1; at += line) {
+        __builtin_prefetch(row + at);
+    }
+}
+
+// The codes of one output row; `next` is the entry of the row that will follow it.
+void ResizeRow16(const Matrix& src, const Vector<Params>& table, const PairedColumns& columns,
+                 const Params& entry, const Params& next, uint16_t* out)
+{
+    const auto* upper = RowOf<uint16_t>(src, entry.index0);
+    const auto* lower = RowOf<uint16_t>(src, entry.index1);
+    BilinearBlock block;
+    block.weight0 = entry.weight0;
+    block.weight1 = entry.weight1;
+    for (int32_t j = 0; j < columns.paired; j += BilinearBlock::size) {
+        const int32_t count = std::min(BilinearBlock::size, columns.paired - j);
+        Prefetch(RowOf<uint16_t>(src, next.index0), columns, j, j + count - 1);
+        Prefetch(RowOf<uint16_t>(src, next.index1), columns, j, j + count - 1);
+        LookUpCodePairs(upper, columns.left.data + j, count, block.upper);
+        LookUpCodePairs(lower, columns.left.data + j, count, block.lower);
+        kernels::MixPairs16(&block, columns.weight0.data + j, columns.weight1.data + j, count,
+                            out + j);
+    }
+    for (uint64_t j = columns.paired; j < table.size; ++j) {
+        const auto stretch = [&](const uint16_t* row) {
+            const Params& column = table[j];
+            return static_cast<double>(static_cast<float>(row[column.index0] * column.weight0 +
+                                                          row[column.index1] * column.weight1));
+        };
+        out[j] =
+            Saturate<uint16_t>(stretch(upper) * entry.weight0 + stretch(lower) * entry.weight1);
+    }
+}
+
+void ResizeCodes(const Matrix& src, const Vector<Params>& table, const Vector<Params>& rows,
+                 Matrix& dst)
+{
+    const PairedColumns columns(table);
+    ParallelRanges(0, dst.rows, [&](int64_t first, int64_t last) {
+        for (int64_t row = first; row < last; ++row) {
+            const Params& next = rows[static_cast<uint64_t>(std::min(row + 1, last - 1))];
+            ResizeRow16(src, table, columns, rows[static_cast<uint64_t>(row)], next,
+                        RowOf<uint16_t>(dst, static_cast<int32_t>(row)));
+        }
+    });
+}
+
 Params MakeEntry(int32_t i, int32_t srcSize, int32_t dstSize)
 {
     if (srcSize == 1) {
@@ -153,6 +264,8 @@ void ImageScalingBilinear::operator()(const Matrix& src, Matrix& dst)
     dst.Create(newRows, newCols, source.type);
     if (depth == D8U) {
         ResizeRows<uint8_t>(source, columns, rows, dst);
+    } else if (depth == D16U && source.channels == 1) {
+        ResizeCodes(source, columns, rows, dst);
     } else if (depth == D16U) {
         ResizeRows<uint16_t>(source, columns, rows, dst);
     } else {

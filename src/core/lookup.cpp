@@ -18,6 +18,14 @@ LUMO_SCALAR void LookUpCodes(const uint16_t* table, const int32_t* index, int32_
     }
 }
 
+LUMO_SCALAR void LookUpCodePairs(const uint16_t* table, const int32_t* index, int32_t count,
+                                 uint32_t* pairs)
+{
+    for (int32_t i = 0; i < count; ++i) {
+        std::memcpy(pairs + i, table + index[i], sizeof *pairs);
+    }
+}
+
 LUMO_SCALAR void LookUpFloats(const float* table, const uint16_t* index, int32_t count, float* out)
 {
     for (int32_t i = 0; i < count; ++i) {

@@ -12,6 +12,9 @@ namespace lumo {
 void LookUpCodes(const uint16_t* table, const int32_t* index, int32_t count, int32_t* out);
 void LookUpFloats(const float* table, const uint16_t* index, int32_t count, float* out);
 
+/// pairs[i] = table[index[i]] + 65536 table[index[i] + 1], on a little-endian machine.
+void LookUpCodePairs(const uint16_t* table, const int32_t* index, int32_t count, uint32_t* pairs);
+
 /// pairs[2i], pairs[2i + 1] = table[index[i]], table[index[i] + 1].
 void LookUpPairs(const double* table, const int32_t* index, int32_t count, double* pairs);
 

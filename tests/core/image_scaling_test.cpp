@@ -1,6 +1,6 @@
 #include "core/image_scaling.h"
 
-#include "support/images.h"
+#include "support/random_images.h"
 
 namespace lumo::test {
 
@@ -32,6 +32,25 @@ TEST(ImageScalingBilinear, AlignsFirstAndLastSamplesAndTruncates)
     // 16777214.5 lies between two floats and goes to the even one.
     const Matrix pair = MakeMatrix<float>(1, 2, {16777213.0f, 16777216.0f});
     EXPECT_EQ(16777214.0f, Resized<float>(pair, 1, 3)[1]);
+}
+
+// Planes of codes take a path of their own.
+TEST(ImageScalingBilinear, ResizesOnePlaneAsOneOfThreeChannels)
+{
+    const int32_t sizes[][4] = {{7, 300, 3, 131}, {5, 64, 9, 257}, {2, 3, 5, 2}, {40, 1, 3, 7}};
+    for (const auto& [rows, cols, newRows, newCols] : sizes) {
+        const Matrix plane = PatchyImage<uint16_t>(rows, cols, 1, 0, 65536, 11);
+        std::vector<uint16_t> tripled;
+        for (const uint16_t code : Elements<uint16_t>(plane)) {
+            tripled.insert(tripled.end(), {code, code, code});
+        }
+        const Matrix pixels = MakeMatrix(rows, cols, tripled, 3);
+        const auto expected = Resized<uint16_t>(pixels, newRows, newCols);
+        const auto resized = Resized<uint16_t>(plane, newRows, newCols);
+        for (size_t i = 0; i < resized.size(); ++i) {
+            ASSERT_EQ(expected[3 * i], resized[i]) << newRows << " x " << newCols << " at " << i;
+        }
+    }
 }
 
 TEST(ImageScalingBilinear, RefusesSizesThenDepths)
