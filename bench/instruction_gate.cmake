@@ -12,8 +12,7 @@ add_executable(instruction_count
     ${CMAKE_CURRENT_LIST_DIR}/scene.cpp
     ${PROJECT_SOURCE_DIR}/cli/photo_paper_profile_data.cpp
     $<TARGET_OBJECTS:lumo_scalar_objects>)
-target_include_directories(instruction_count PRIVATE
-    ${CMAKE_CURRENT_LIST_DIR} ${PROJECT_SOURCE_DIR}/cli)
+target_include_directories(instruction_count PRIVATE ${PROJECT_SOURCE_DIR}/cli)
 target_link_libraries(instruction_count PRIVATE
     lumo_scalar_objects rvx32p lumo_warnings lumo_arithmetic)
 add_test(NAME instruction_gate

@@ -11,6 +11,9 @@ namespace lumo::bench {
 /// edges, and sensor noise. The same bytes at every call.
 std::vector<uint16_t> MakeScene(uint32_t width, uint32_t height);
 
+/// The same scene as light, in cd/m2: for programs that start from linear floats.
+std::vector<float> MakeLinearScene(uint32_t width, uint32_t height);
+
 QVA_IMAGE Describe(std::vector<uint16_t>& pixels, uint32_t width, uint32_t height);
 QVA_SOURCE_RANGE SceneRange();
 QVA_OUTPUT_CONDITIONS PaperConditions();
