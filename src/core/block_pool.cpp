@@ -9,6 +9,11 @@
 namespace lumo {
 namespace {
 
+#if defined(LUMO_PLAIN_HEAP)
+constexpr bool pooled = false;
+#else
+constexpr bool pooled = true;
+#endif
 constexpr uint64_t granule = 64 * 1024;
 constexpr uint64_t chunkBytes = uint64_t{64} << 20;
 constexpr uint64_t largePage = uint64_t{2} << 20;
@@ -112,11 +117,7 @@ CallMemory::~CallMemory()
 
 void* pool::Take(uint64_t bytes) noexcept
 {
-#if defined(LUMO_PLAIN_HEAP)
-    static_cast<void>(bytes);
-    return nullptr;
-#else
-    if (bytes < granule || bytes > largestBlock) {
+    if (!pooled || bytes < granule || bytes > largestBlock) {
         return nullptr;
     }
     const std::lock_guard<std::recursive_mutex> hold(allocLock);
@@ -142,7 +143,6 @@ void* pool::Take(uint64_t bytes) noexcept
         }
     }
     return nullptr;
-#endif
 }
 
 bool pool::Give(void* block) noexcept
