@@ -1,6 +1,8 @@
 // Every request for memory that a call makes is refused in turn, alone and with all later ones.
+#include "core/allocation.h"
 #include "support/file_matcher.h"
 #include "support/host.h"
+#include "support/images.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>
@@ -122,6 +124,16 @@ TEST_P(OutOfMemory, EndsInStatusOneAndLeavesTheHandleUsable)
         lasting = lasting || !reached;
     }
     std::printf("refusals: %ld\n", refusals);
+}
+
+TEST(Allocation, SaysWhichRequestWasRefused)
+{
+    refused = 0;
+    asked = 0;
+    ExpectException(0, "Error in Alloc, malloc failed", [] { Alloc(8); });
+    asked = 0;
+    ExpectException(0, "Error in AllocAligned", [] { AllocAligned(8); });
+    asked = -1;
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, OutOfMemory,

@@ -55,6 +55,13 @@ TEST(QvaController, LeavesTheDestinationOfAFailedPrint)
     }
 }
 
+TEST(QvaController, DecodesNoFourthEncoding)
+{
+    Matrix image(1, 1, rgb16Type);
+    ExpectException(3, "Error in QvaController::Convert2Linear, gamma type is invalid",
+                    [&] { QvaController::Convert2Linear(image, image, 3, 0.0, 1.0); });
+}
+
 TEST(QvaController, AnalysisTakesTheThresholdThenChecksTheSize)
 {
     PrintOnPaper(164);

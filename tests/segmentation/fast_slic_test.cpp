@@ -1,5 +1,7 @@
 #include "segmentation/fast_slic.h"
 
+#include "segmentation/segment_evaluater.h"
+#include "segmentation/segments_info.h"
 #include "support/random_images.h"
 
 namespace lumo::test {
@@ -19,6 +21,27 @@ TEST(FastSlic, RefusesCountThenDepthThenChannelsAndLeavesLabels)
     ExpectException(2, "", [&] { slic(Matrix(10, 10, D16U), 1, labels); });
     EXPECT_EQ(nullptr, labels.data);
     EXPECT_EQ(1, slic(Matrix(0, 0, rgb16Type), 2, labels));
+}
+
+TEST(SegmentEvaluater, RefusesCandidatesBeforeAnyWork)
+{
+    const Matrix rgb(4, 4, rgb16Type), grey(4, 4, D16U);
+    SegmentEvaluater evaluater(FastSlic(655.35, 4), 0.04);
+    const auto run = [&](const Vector<int>& candidates) {
+        return [&] { evaluater.CalculateOptimalSegmentsNumber<uint16_t>(rgb, grey, candidates); };
+    };
+    ExpectException(3,
+                    "Error in SegmentEvaluater::CalculateOptimalSegmentsNumber, number of "
+                    "numSegmentsSet must be less than 9",
+                    run(Vector<int>(9, 1)));
+    ExpectException(3, "", run({}));
+    ExpectException(3, "In FastSlic(), numLabelsPreDefined must be between 1 and numLabelsMax_",
+                    run(Vector<int>(8, 0)));
+    EXPECT_EQ(nullptr, evaluater.labels_.data);
+    SegmentsInfo info;
+    ExpectException(2, "Error in ImagSegments::GetSegmentsInfo(), invalid data size", [&] {
+        ImagSegments::GetSegmentsInfo<uint16_t>(grey, Matrix_t<int>(4, 5, D32S), 1, info);
+    });
 }
 
 TEST(FastSlic, TakesValuesOfEveryDepthAsTheyAre)

@@ -4,6 +4,7 @@
 #include "core/matrix_operator.h"
 #include "support/random_images.h"
 #include "tone/global_tone_mapping_operator_adaptive.h"
+#include "tone/image_histogram.h"
 #include "tone/segment_window.h"
 
 #include <cmath>
@@ -98,6 +99,80 @@ TEST(FastObjectAdaptiveToneMapping, BlendsACurveASegmentByWindowCountAndDistance
 {
     ExpectLiteralResult<uint16_t>();
     ExpectLiteralResult<float>();
+}
+
+TEST(FastObjectAdaptiveToneMapping, RefusesOtherDepthsAndChannels)
+{
+    const std::string name = "Error in FastObjectAdaptiveToneMapping::";
+    const FastObjectAdaptiveToneMapping map(256.0, decay);
+    const Matrix bytes(2, 2, D8U), image(2, 2, D16U);
+    const Matrix_t<int> labels(2, 2, D32S), pairs(2, 2, MakeType(D32S, 2));
+    VectorC<Vector<double>> curves;
+    VectorC<Matrix> masks;
+    Matrix dst;
+    Vector<double> counts;
+    const auto expect = [](const std::string& text, auto&& action) {
+        ExpectException(2, text.c_str(), action);
+    };
+    expect(name + "operator(), data depth must be D16U/D32F",
+           [&] { map(bytes, dst, codes, labels, 1); });
+    expect(name + "operator(), data depth must be D16U/D32F",
+           [&] { map(bytes, codes, labels, 1, curves, masks); });
+    expect(name + "ApplyToneMapping, data depth must be D16U",
+           [&] { map.ApplyToneMapping<float>(image, dst, codes, labels, 1); });
+    expect(name + "ApplyToneMapping, data depth must be D16U", [&] {
+        map.ApplyToneMapping(bytes, dst, {2, 2}, {2, 2}, curves, masks, 0, BandDirection::rows);
+    });
+    expect(name + "CalcToneMappingCurve, data depth must be D16U",
+           [&] { map.CalcToneMappingCurve(bytes, 1.0, codes, labels, 1, curves); });
+    expect(name + "MakeCrossRegionConsistencyMask, data depth must be D16U",
+           [&] { map.MakeCrossRegionConsistencyMask(bytes, 1.0, labels, 1, masks); });
+    expect("Error in GetSegmentMask, segments channel must be 1",
+           [&] { map(image, dst, codes, pairs, 1); });
+    expect("", [&] { map(image, dst, codes, labels, 0); });
+    expect("Error in MakeIntegralImage, data channels must be 1",
+           [&] { MakeIntegralImage(pairs, dst); });
+    expect("Error in GlobalToneMappingOperatorAdaptive::MakeLUT, data depth must be 8U/16U/32F",
+           [&] { GlobalToneMappingOperatorAdaptive().MakeLUT(labels, {}); });
+    expect("Error in ImageHistogram::operator(), mask data depth must be D16U/D32S",
+           [&] { ImageHistogram(1.0, 0.0, 4)(labels, Matrix(2, 2, D8S), counts); });
+    expect("Error in ImageHistogram:operator(), src data depth must be D8U/D16U/D32F",
+           [&] { ImageHistogram(1.0, 0.0, 4)(labels, bytes, counts); });
+    ExpectException(3, "Error in ImageHistogram::operator(), numBins must be greater than 0",
+                    [&] { GlobalToneMappingOperatorAdaptive().MakeLUT(image, {}); });
+}
+
+// A page of 4 x 6 under labels of 2 x 3; every case breaks one thing.
+TEST(FastObjectAdaptiveToneMapping, RefusesBandsThatDoNotFit)
+{
+    struct Band {
+        ImageSize band = {2, 6}, image = {4, 6}, label = {2, 3};
+        int32_t offset = 2;
+        BandDirection direction = BandDirection::rows;
+        uint64_t curves = 1, codes = 65536;
+    };
+    const auto make = [](auto&& change) {
+        Band b;
+        change(b);
+        VectorC<Vector<double>> curves(b.curves);
+        for (uint64_t s = 0; s < b.curves; ++s) {
+            curves[s] = Vector<double>(b.codes, 0.0);
+        }
+        VectorC<Matrix> masks(1);
+        masks[0] = Matrix(2, 3, D32F);
+        FastObjectAdaptiveToneMapping::MakeBandBlend(b.band, b.image, b.label, curves, masks,
+                                                     b.offset, b.direction);
+    };
+    EXPECT_NO_THROW(make([](Band&) {}));
+    void (*const faults[])(Band&) = {
+        [](Band& b) { b.band.rows = 0; },  [](Band& b) { b.image.cols = 0; },
+        [](Band& b) { b.label.rows = 0; }, [](Band& b) { b.offset = 3; },
+        [](Band& b) { b.offset = -1; },    [](Band& b) { b.direction = BandDirection::columns; },
+        [](Band& b) { b.curves = 0; },     [](Band& b) { b.codes = 65535; },
+        [](Band& b) { b.label.cols = 2; }};
+    for (const auto fault : faults) {
+        ExpectException(2, "", [&] { make(fault); });
+    }
 }
 
 } // namespace

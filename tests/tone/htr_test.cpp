@@ -177,6 +177,22 @@ TEST(Htr, WorksInLuminanceAndChromaticity)
                     [&] { htr(Matrix(4, 4, D8U), image); });
     ExpectException(2, "Error in Htr::operator(), src depth must be D16U/D32F",
                     [&] { htr(bytes, image); });
+    HtrAnalysis analysis;
+    BandRect band = {0, 0, 3, 3, {true, false, false, false}};
+    const auto analyze = [&](const Matrix& src) { return [&] { htr.Analyze(src, analysis); }; };
+    const auto correct = [&](const Matrix& src) {
+        return [&] { htr.Correct(src, image, analysis, band); };
+    };
+    const Matrix grey(4, 4, D16U);
+    ExpectException(2, "Error in Htr::Analyze, src channels must be 3", analyze(grey));
+    ExpectException(2, "Error in Htr::Correct, src channels must be 3", correct(grey));
+    ExpectException(3, "", analyze(bytes));
+    analysis.analysisRows = analysis.analysisCols = analysis.imageRows = analysis.imageCols = 4;
+    analysis.bandRows = 4;
+    ExpectException(2, "Error in Htr::Analyze, src depth must be D16U", analyze(bytes));
+    ExpectException(2, "Error in Htr::Correct, src depth must be D16U", correct(bytes));
+    band.right = 4;
+    ExpectException(3, "", correct(bytes));
 }
 
 } // namespace
