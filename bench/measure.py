@@ -37,6 +37,10 @@ class Usage:
         self.cpu = usage.ru_utime + usage.ru_stime
         self.peak = usage.ru_maxrss * 1024
 
+    def seconds(self, clock):
+        """By the clock "real" or "cpu"."""
+        return self.cpu if clock == "cpu" else self.wall
+
 
 def run(command, threads=1, environment=()):
     """Runs a command with so many threads, on as many processors; its output and Usage."""

@@ -1,7 +1,8 @@
 // Whole calls through the exports: print, preview, analysis, one band.
 #include "bench_support.h"
 
-#include "core/allocation.h"
+#include "api/source_encoding.h"
+#include "controller/qva_controller.h"
 
 #include <malloc.h>
 #include <omp.h>
@@ -67,7 +68,7 @@ void Analysis(benchmark::State& state)
 // inner band, which is what a host keeps.
 void Band(benchmark::State& state)
 {
-    omp_set_num_threads(1);
+    omp_set_num_threads(static_cast<int>(state.range(1)));
     constexpr uint32_t width = 6720;
     uint32_t plan[7];
     QVA_GetParametersForBandProcessing(nullptr, plan);
@@ -99,6 +100,30 @@ void Band(benchmark::State& state)
     ReportPixels(state, int64_t{width} * inner);
 }
 
+// A print of four megapixels with as many segments as asked for, in place of the best of six
+// counts.
+void Segments(benchmark::State& state)
+{
+    omp_set_num_threads(static_cast<int>(state.range(1)));
+    constexpr uint32_t width = 2448;
+    constexpr uint32_t height = 1632;
+    std::vector<uint16_t> source = MakeScene(width, height);
+    std::vector<uint16_t> result(source.size());
+    const QVA_IMAGE src = Describe(source, width, height);
+    const QVA_IMAGE dst = Describe(result, width, height);
+    const QVA_OUTPUT_CONDITIONS conditions = PaperConditions();
+    const QVA_SOURCE_ENCODING encoding = MakeSourceEncoding(SceneRange(), conditions);
+    QvaController controller;
+    controller.htrParameters.evaluateSegmentsNumber = false;
+    controller.htrParameters.numSegments = static_cast<int32_t>(state.range(0));
+    for (auto _ : state) {
+        if (controller.Apply(&dst, &src, &encoding, &conditions, true) != QVA_OK) {
+            state.SkipWithError("the call failed");
+        }
+    }
+    ReportPixels(state, int64_t{width} * height);
+}
+
 // From no handle to a first print; only the tables that a process keeps are there already.
 void StartUp(benchmark::State& state)
 {
@@ -121,19 +146,39 @@ void StartUp(benchmark::State& state)
 
 void PageSizes(benchmark::internal::Benchmark* bench)
 {
+    const int64_t sizes[][2] = {{64, 64},     {192, 128},   {384, 256},   {768, 512},  {1224, 816},
+                                {2448, 1632}, {4752, 3168}, {6720, 4480}, {9504, 6336}};
     bench->ArgNames({"width", "height", "threads"});
-    for (const int64_t threads : {1, omp_get_num_procs()}) {
-        bench->Args({64, 64, threads});
-        bench->Args({1224, 816, threads});
-        bench->Args({6720, 4480, threads});
+    for (const int64_t threads : {1, 2}) {
+        for (const auto& size : sizes) {
+            bench->Args({size[0], size[1], threads});
+        }
     }
     bench->Unit(benchmark::kMillisecond)->UseRealTime();
+}
+
+void OfEach(benchmark::internal::Benchmark* bench, const char* name,
+            const std::vector<int64_t>& values)
+{
+    bench->ArgNames({name, "threads"})->ArgsProduct({values, {1, 2}});
+    bench->Unit(benchmark::kMillisecond)->UseRealTime();
+}
+
+void BandRows(benchmark::internal::Benchmark* bench)
+{
+    OfEach(bench, "rows", {128, 256, 512, 1024, 2048});
+}
+
+void SegmentCounts(benchmark::internal::Benchmark* bench)
+{
+    OfEach(bench, "segments", {1, 2, 4, 8, 14, 20, 40, 80});
 }
 
 BENCHMARK(Print)->Apply(PageSizes);
 BENCHMARK(Preview)->Apply(PageSizes);
 BENCHMARK(Analysis)->Unit(benchmark::kMillisecond);
-BENCHMARK(Band)->ArgName("rows")->Arg(352)->Arg(1024)->Unit(benchmark::kMillisecond);
+BENCHMARK(Band)->Apply(BandRows);
+BENCHMARK(Segments)->Apply(SegmentCounts);
 BENCHMARK(StartUp)->Unit(benchmark::kMillisecond);
 
 } // namespace
