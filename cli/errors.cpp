@@ -10,8 +10,17 @@ Error::Error(int exitCode, const std::string& name, const std::string& reason)
 {
 }
 
+Error::Error(int exitCode, const std::string& text) : std::runtime_error(text), exitCode_(exitCode)
+{
+}
+
 Failure::Failure(const std::string& name, const std::string& reason)
     : Error(exitFailed, name, reason)
+{
+}
+
+Failure::Failure(const Failure& failure, const std::string& place)
+    : Error(failure.ExitCode(), std::string(failure.what()) + " (" + place + ")")
 {
 }
 

@@ -15,6 +15,7 @@ constexpr int exitMisused = 2;
 class Error : public std::runtime_error {
 public:
     Error(int exitCode, const std::string& name, const std::string& reason);
+    Error(int exitCode, const std::string& text);
 
     int ExitCode() const noexcept { return exitCode_; }
 
@@ -26,6 +27,9 @@ private:
 class Failure : public Error {
 public:
     Failure(const std::string& name, const std::string& reason);
+
+    /// The same failure with the place it happened at in parentheses.
+    Failure(const Failure& failure, const std::string& place);
 };
 
 /// The program was asked for something that makes no sense. Exit code 2.

@@ -24,6 +24,7 @@ public:
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
     void ReadRows(std::int64_t count, float* rgb) override;
+    void SkipRows(std::int64_t count) override { next_ += count; }
     void Close() override { file_.reset(); }
 
 private:

@@ -11,6 +11,7 @@
 #include <limits>
 #include <string_view>
 #include <sys/stat.h>
+#include <vector>
 
 namespace qva {
 
@@ -57,6 +58,14 @@ std::string FirstBytes(const std::string& path)
 }
 
 } // namespace
+
+void ImageSource::SkipRows(std::int64_t count)
+{
+    std::vector<float> row(static_cast<std::size_t>(Size().width * 3));
+    for (std::int64_t i = 0; i < count; ++i) {
+        ReadRows(1, row.data());
+    }
+}
 
 std::unique_ptr<ImageSource> OpenImage(const std::string& path, std::uint64_t maxPixels)
 {

@@ -32,6 +32,10 @@ public:
     /// @param rgb    count * width * 3 values.
     virtual void ReadRows(std::int64_t count, float* rgb) = 0;
 
+    /// Passes over the next rows.
+    /// @param count  0 ... rows left.
+    virtual void SkipRows(std::int64_t count);
+
     virtual void Close() = 0;
 };
 

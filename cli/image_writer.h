@@ -4,6 +4,8 @@
 #include "output_file.h"
 #include "page.h"
 
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,16 +25,33 @@ struct WriteSettings {
 /// @throws Misuse for another extension.
 OutputFormat FormatOfName(const std::string& path);
 
-/// Writes a rendered page with the profile of RenderedProfile.
+/// Writes a rendered page.
 /// @throws Failure where the file cannot be written.
 void WritePage(const OutputFile& file, const Page& page, const WriteSettings& settings,
                Progress& progress);
 
-/// The parts of WritePage.
-void WriteTiff(const OutputFile& file, const Page& page, const WriteSettings& settings,
-               const std::vector<unsigned char>& profile, Progress& progress);
-void WritePng(const OutputFile& file, const Page& page, const WriteSettings& settings,
-              const std::vector<unsigned char>& profile, Progress& progress);
+/// A rendered page written row by row, with the profile of RenderedProfile. A format is one class
+/// and one file. Failures are thrown as Failure.
+class RowWriter {
+public:
+    virtual ~RowWriter() = default;
+
+    /// Takes the next rows.
+    virtual void Write(const std::uint16_t* codes, std::int64_t count) = 0;
+
+    /// Completes the file; every row must have come.
+    virtual void Finish() = 0;
+};
+
+/// @param file  must outlive the writer.
+std::unique_ptr<RowWriter> MakeRowWriter(const OutputFile& file, ImageSize size,
+                                         const WriteSettings& settings);
+
+/// The parts of MakeRowWriter.
+std::unique_ptr<RowWriter> MakeTiffWriter(const OutputFile& file, ImageSize size,
+                                          const WriteSettings& settings);
+std::unique_ptr<RowWriter> MakePngWriter(const OutputFile& file, ImageSize size,
+                                         const WriteSettings& settings);
 
 /// Writes an 8-bit sRGB PNG.
 /// @param rgb  size.width * size.height packed pixels.

@@ -10,7 +10,7 @@ namespace qva {
 void RunInfo(const InfoOptions& options)
 {
     SetThreads(0);
-    Progress progress(true);
+    Progress progress(ProgressStyle::Terminal);
     std::unique_ptr<ImageSource> source;
     const Examination found =
         Examine(options.photo, options.source, options.maxPixels, progress, source);

@@ -12,7 +12,16 @@ namespace {
 
 std::string PhotoOf(const qva::CommandLine& line)
 {
-    return line.command == qva::Command::Info ? line.info.photo : line.print.photo;
+    switch (line.command) {
+    case qva::Command::Info:
+        return line.info.photo;
+    case qva::Command::Page:
+        return line.page.print.photo;
+    case qva::Command::Join:
+        return line.join.output;
+    default:
+        return line.print.photo;
+    }
 }
 
 void Run(const qva::CommandLine& line)
@@ -23,6 +32,12 @@ void Run(const qva::CommandLine& line)
         break;
     case qva::Command::Info:
         qva::RunInfo(line.info);
+        break;
+    case qva::Command::Page:
+        qva::RunPage(line.page);
+        break;
+    case qva::Command::Join:
+        qva::RunJoin(line.join);
         break;
     case qva::Command::Print:
     case qva::Command::Preview:

@@ -1,8 +1,9 @@
 #include "options.h"
 
 #include "errors.h"
+#include "option_checks.h"
+#include "page_options.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -24,6 +25,7 @@ constexpr const char* examples =
     "  qva print photo.hdr -o print.tif --side-by-side compare.png   a picture to compare\n"
     "  qva print scan.tif -o print.tif --encoding linear --primaries bt2020 --luminance-max 1500\n"
     "  qva preview photo.png -o screen.png    the same without the device step\n"
+    "  qva page poster.tif -o print.tif --profile printer.icc   a page larger than memory\n"
     "\n"
     "Exit codes: 0 done, 1 failed, 2 misused.\n"
     "\"qva print --help\" lists all options.";
@@ -42,51 +44,6 @@ constexpr const char* printExamples =
     "      a darker scene shown brighter, for paper in bright light\n"
     "  qva print photo.png -o print.png --side-by-side compare.png --verbose\n"
     "      also a sheet with a plain clip on the left and the print on the right";
-
-/// Accepts finite decimal numbers of a range.
-CLI::Validator Number(double lowest, double highest)
-{
-    const auto check = [lowest, highest](std::string& text) -> std::string {
-        char* end = nullptr;
-        const double value = std::strtod(text.c_str(), &end);
-        if (text.empty() || *end != '\0' || !std::isfinite(value)) {
-            return fmt::format("'{}' is not a number", text);
-        }
-        if (value < lowest || value > highest) {
-            return fmt::format("{} is not between {} and {}", text, lowest, highest);
-        }
-        return {};
-    };
-    return CLI::Validator(check, "");
-}
-
-CLI::Validator WholeNumber(int lowest, int highest)
-{
-    const auto check = [lowest, highest](std::string& text) -> std::string {
-        const bool digits = !text.empty() && text.size() < 10 &&
-                            text.find_first_not_of("0123456789") == std::string::npos;
-        if (!digits) {
-            return fmt::format("'{}' is not a whole number", text);
-        }
-        const int value = std::stoi(text);
-        if (value < lowest || value > highest) {
-            return fmt::format("{} is not between {} and {}", text, lowest, highest);
-        }
-        return {};
-    };
-    return CLI::Validator(check, "");
-}
-
-CLI::Validator OneOf(const std::vector<std::string>& words)
-{
-    const auto check = [words](std::string& text) -> std::string {
-        if (std::find(words.begin(), words.end(), text) == words.end()) {
-            return fmt::format("'{}' is not one of {}", text, fmt::join(words, ", "));
-        }
-        return {};
-    };
-    return CLI::Validator(check, "");
-}
 
 CLI::Validator PrimariesName()
 {
@@ -143,15 +100,6 @@ void AddSourceOptions(CLI::App& app, std::string& photo, SourceOptions& source,
     }
     AddNumber(app, "--max-pixels", "Refuse larger pictures (1e9)", 1.0, 1e15,
               [&maxPixels](const double& value) { maxPixels = static_cast<std::uint64_t>(value); });
-}
-
-CLI::Validator NotEmpty()
-{
-    return CLI::Validator(
-        [](const std::string& text) {
-            return text.empty() ? std::string("a file is missing") : std::string();
-        },
-        "");
 }
 
 bool EndsInPng(const std::string& name)
@@ -254,7 +202,8 @@ void EnsureCommand(int count, const char* const* arguments)
         return;
     }
     const std::string first = arguments[1];
-    const bool isCommand = first == "print" || first == "preview" || first == "info";
+    const bool isCommand = first == "print" || first == "preview" || first == "page" ||
+                           first == "join" || first == "info";
     const bool isOption = first == "-h" || first == "--help" || first == "--version";
     if (!isCommand && !isOption) {
         const char* kind = first.rfind('-', 0) == 0 ? "option" : "subcommand";
@@ -268,8 +217,20 @@ CLI::App* AddPrintCommand(CLI::App& app, const char* name, const char* help, Pri
     AddSourceOptions(*command, options.photo, options.source, options.maxPixels);
     AddRenderOptions(*command, options);
     AddOutputOptions(*command, options);
-    command->footer(printExamples);
     return command;
+}
+
+/// Prints that do not fit are rendered in bands; a preview cannot be.
+void AddMemoryOption(CLI::App& app, PrintOptions& options)
+{
+    app.add_option_function<std::string>(
+           "--max-memory",
+           [&options](const std::string& text) { options.maxMemory = ParseByteCount(text); },
+           "Bytes to work in, such as 4G; a larger picture is printed in bands, as by qva page "
+           "(most of what the machine has)")
+        ->check(ByteCount())
+        ->type_name("BYTES")
+        ->group("Rendering");
 }
 
 } // namespace
@@ -284,10 +245,18 @@ CommandLine ParseCommandLine(int count, const char* const* arguments)
     app.set_version_flag("--version", "qva " QVA_VERSION);
     app.require_subcommand(1);
     EnsureCommand(count, arguments);
-    const CLI::App* print =
+    CLI::App* print =
         AddPrintCommand(app, "print", "Render a photograph for a printer", line.print);
-    const CLI::App* preview = AddPrintCommand(
+    AddMemoryOption(*print, line.print);
+    CLI::App* preview = AddPrintCommand(
         app, "preview", "Render for the screen: the print before its device step", previewOptions);
+    for (CLI::App* command : {print, preview}) {
+        command->footer(printExamples);
+    }
+    CLI::App* page = AddPrintCommand(
+        app, "page", "Render a page of any size in bounded memory, band by band", line.page.print);
+    AddPageOptions(*page, line.page);
+    const CLI::App* join = AddJoinCommand(app, line.join);
     CLI::App* info = app.add_subcommand("info", "Show what a photograph holds and what is chosen");
     AddSourceOptions(*info, line.info.photo, line.info.source, line.info.maxPixels);
     AddNumber(*info, "--threshold", "cd/m2, as for print (1.3)", 0.0, 100.0,
@@ -310,9 +279,16 @@ CommandLine ParseCommandLine(int count, const char* const* arguments)
     }
     line.command = info->parsed()    ? Command::Info
                    : print->parsed() ? Command::Print
+                   : page->parsed()  ? Command::Page
+                   : join->parsed()  ? Command::Join
                                      : Command::Preview;
-    if (line.command != Command::Info) {
+    if (line.command == Command::Print || line.command == Command::Preview) {
         FinishPrint(line.print);
+    } else if (line.command == Command::Page) {
+        FinishPrint(line.page.print);
+        FinishPage(line.page);
+    } else if (line.command == Command::Join) {
+        FormatOfName(line.join.output);
     }
     return line;
 }

@@ -1,17 +1,26 @@
 // The command line.
 #pragma once
 
+#include "band_plan.h"
 #include "colour_interpretation.h"
 #include "image_writer.h"
+#include "page_job.h"
+#include "page_result.h"
+#include "progress.h"
 #include "renderer.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace qva {
 
 /// Pixels a picture may have where the user does not say: 6 GB in the library's form.
 constexpr std::uint64_t defaultMaxPixels = 1000000000;
+
+/// Bytes a page may take where the user does not say.
+constexpr std::uint64_t defaultMaxMemory = 1000000000;
 
 /// Options of print and preview.
 struct PrintOptions {
@@ -23,8 +32,31 @@ struct PrintOptions {
     RenderSettings render;
     WriteSettings write;
     std::uint64_t maxPixels = defaultMaxPixels;
+    std::optional<std::uint64_t> maxMemory; ///< bytes; what the machine has where not given
     bool quiet = false;
     bool verbose = false;
+};
+
+/// Options of page.
+struct PageOptions {
+    PrintOptions print;
+    std::uint64_t maxMemory = defaultMaxMemory;
+    std::optional<std::int64_t> bandLines;
+    std::optional<Direction> direction; ///< what the picture's orientation suggests
+    std::optional<Share> share;         ///< the whole page where not given
+    Continuation continuation = Continuation::Refuse;
+    ProgressStyle progress = ProgressStyle::Terminal;
+    bool json = false;
+    bool dryRun = false;
+};
+
+/// Options of join.
+struct JoinOptions {
+    std::vector<std::string> shares;
+    std::string output;
+    int threads = 0;
+    ProgressStyle progress = ProgressStyle::Terminal;
+    bool json = false;
 };
 
 /// Options of info.
@@ -36,12 +68,14 @@ struct InfoOptions {
     bool json = false;
 };
 
-enum class Command { Help, Print, Preview, Info };
+enum class Command { Help, Print, Preview, Page, Join, Info };
 
 struct CommandLine {
     Command command = Command::Help;
     std::string text; ///< for Command::Help: what is to be shown
     PrintOptions print;
+    PageOptions page;
+    JoinOptions join;
     InfoOptions info;
 };
 
@@ -51,6 +85,12 @@ CommandLine ParseCommandLine(int count, const char* const* arguments);
 
 /// Renders for print, or for preview where options.render.preview is set.
 void RunPrint(const PrintOptions& options);
+
+/// Renders a page band by band.
+void RunPage(const PageOptions& options);
+
+/// Puts the shares of a page together.
+void RunJoin(const JoinOptions& options);
 
 /// Shows what was found in a picture.
 void RunInfo(const InfoOptions& options);

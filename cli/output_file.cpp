@@ -2,6 +2,7 @@
 
 #include "errors.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -24,6 +25,8 @@ struct Slot {
     std::array<char, 4096> name{};
 };
 std::array<Slot, slotCount> slots;
+std::array<char, 4096> farewell{};
+std::atomic<std::size_t> farewellLength{0};
 
 int Remember(const std::string& name)
 {
@@ -51,6 +54,9 @@ extern "C" void OnSignal(int signal)
         if (slot.used.load()) {
             unlink(slot.name.data());
         }
+    }
+    if (write(STDERR_FILENO, farewell.data(), farewellLength.load()) < 0) {
+        // Nobody is left to be told.
     }
     // The handler was reset to the default when it was called, so this ends the program.
     raise(signal);
@@ -83,14 +89,19 @@ std::string FollowLinks(const std::string& path)
 
 } // namespace
 
-OutputFile::OutputFile(const std::string& path) : path_(path), target_(FollowLinks(path))
+OutputTarget ResolveOutput(const std::string& path)
 {
+    const std::string target = FollowLinks(path);
     struct stat status {};
-    if (stat(target_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    if (stat(target.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
         throw Failure(path, S_ISDIR(status.st_mode) ? "is a directory" : "is not a regular file");
     }
-    mode_ = ModeFor(target_);
-    const std::filesystem::path target(target_);
+    return {target, ModeFor(target)};
+}
+
+OutputFile::OutputFile(const std::string& path) : path_(path), target_(ResolveOutput(path))
+{
+    const std::filesystem::path target(target_.path);
     temporary_ = (target.parent_path() / ".qva-XXXXXX").string();
     descriptor_ = mkstemp(temporary_.data());
     if (descriptor_ < 0) {
@@ -126,8 +137,8 @@ int OutputFile::Duplicate() const
 
 void OutputFile::Commit()
 {
-    if (fchmod(descriptor_, mode_) != 0 || fsync(descriptor_) != 0 ||
-        std::rename(temporary_.c_str(), target_.c_str()) != 0)
+    if (fchmod(descriptor_, target_.mode) != 0 || fsync(descriptor_) != 0 ||
+        std::rename(temporary_.c_str(), target_.path.c_str()) != 0)
     {
         throw Failure(path_, "cannot be written: " + SystemReason(errno));
     }
@@ -145,6 +156,14 @@ void InstallSignalHandlers()
         sigaction(signal, &action, nullptr);
     }
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void SetFarewell(const std::string& line)
+{
+    farewellLength.store(0);
+    const std::size_t length = std::min(line.size(), farewell.size());
+    std::memcpy(farewell.data(), line.data(), length);
+    farewellLength.store(length);
 }
 
 bool AreSameFile(const std::string& first, const std::string& second)

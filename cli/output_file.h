@@ -6,6 +6,15 @@
 
 namespace qva {
 
+/// Where an output really goes.
+struct OutputTarget {
+    std::string path; ///< symbolic links followed
+    mode_t mode = 0;  ///< the permissions of the old file, or those a new one gets
+};
+
+/// @throws Failure where the name stands for something but a regular file.
+OutputTarget ResolveOutput(const std::string& path);
+
 /// A file written under a temporary name in the directory of the final one and renamed at the
 /// end. Until Commit the old file stays as it was; the temporary is removed by the destructor, and
 /// when the program is ended by a signal (up to four files at a time).
@@ -32,9 +41,8 @@ private:
     void Discard();
 
     std::string path_;
-    std::string target_; ///< path_ with symbolic links followed
+    OutputTarget target_;
     std::string temporary_;
-    mode_t mode_ = 0;
     int descriptor_ = -1;
     int slot_ = -1;
 };
@@ -42,6 +50,10 @@ private:
 /// Makes SIGINT, SIGTERM and SIGHUP remove the temporaries before they end the program, and lets
 /// a reached file size limit be an ordinary write error.
 void InstallSignalHandlers();
+
+/// A line that is written to standard error when one of these signals ends the program; empty for
+/// none.
+void SetFarewell(const std::string& line);
 
 /// @return true where both names stand for one file, or would once they are created.
 bool AreSameFile(const std::string& first, const std::string& second);

@@ -1,7 +1,10 @@
 #include "page.h"
 
+#include "errors.h"
+
 #include <algorithm>
 #include <cmath>
+#include <fmt/format.h>
 #include <vector>
 
 namespace qva {
@@ -48,21 +51,6 @@ std::uint16_t LinearCode(float light, float scale)
                        : std::uint16_t{0};
 }
 
-void EncodeBlock(float* rgb, std::size_t pixels, const SceneDecoder& decoder,
-                 const RenderRange& range, std::uint16_t* codes)
-{
-    if (range.passThrough) {
-        std::transform(rgb, rgb + pixels * 3, codes,
-                       [](float sample) { return static_cast<std::uint16_t>(sample); });
-        return;
-    }
-    SampleCounts counts;
-    decoder.Decode(rgb, pixels, counts);
-    const auto scale = static_cast<float>(65535.0 / range.luminanceMax);
-    std::transform(rgb, rgb + pixels * 3, codes,
-                   [scale](float light) { return LinearCode(light, scale); });
-}
-
 void PlaceRow(const std::uint16_t* row, std::int64_t width, std::int64_t y,
               const Placement& placement, std::uint16_t* page)
 {
@@ -82,7 +70,11 @@ void ForEachBlock(ImageSource& source, const char* stage, Progress& progress, co
     std::vector<float> block(static_cast<std::size_t>(rows * size.width * 3));
     for (std::int64_t first = 0; first < size.height; first += rows) {
         const std::int64_t count = std::min(rows, size.height - first);
-        source.ReadRows(count, block.data());
+        try {
+            source.ReadRows(count, block.data());
+        } catch (const Failure& failure) {
+            throw Failure(failure, fmt::format("rows {} to {}", first, first + count - 1));
+        }
         body(block.data(), first, count);
         progress.Show(stage, static_cast<double>(first + count) / static_cast<double>(size.height));
     }
@@ -90,14 +82,43 @@ void ForEachBlock(ImageSource& source, const char* stage, Progress& progress, co
 
 } // namespace
 
+void EncodeBlock(float* rgb, std::size_t pixels, const SceneDecoder& decoder,
+                 const RenderRange& range, std::uint16_t* codes)
+{
+    if (range.passThrough) {
+        std::transform(rgb, rgb + pixels * 3, codes,
+                       [](float sample) { return static_cast<std::uint16_t>(sample); });
+        return;
+    }
+    SampleCounts counts;
+    decoder.Decode(rgb, pixels, counts);
+    const auto scale = static_cast<float>(65535.0 / range.luminanceMax);
+    std::transform(rgb, rgb + pixels * 3, codes,
+                   [scale](float light) { return LinearCode(light, scale); });
+}
+
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
                        Progress& progress)
 {
+    const std::int64_t width = source.Size().width;
     PictureStatistics statistics;
     ForEachBlock(source, "measuring", progress, [&](float* rgb, std::int64_t, std::int64_t count) {
-        const auto pixels = static_cast<std::size_t>(count * source.Size().width);
-        decoder.Decode(rgb, pixels, counts);
-        statistics.Add(rgb, pixels);
+#pragma omp parallel
+        {
+            PictureStatistics some;
+            SampleCounts someCounts;
+#pragma omp for schedule(static)
+            for (std::int64_t row = 0; row < count; ++row) {
+                float* pixels = rgb + row * width * 3;
+                decoder.Decode(pixels, static_cast<std::size_t>(width), someCounts);
+                some.Add(pixels, static_cast<std::size_t>(width));
+            }
+#pragma omp critical
+            {
+                statistics.Add(some);
+                counts.Add(someCounts);
+            }
+        }
     });
     return statistics;
 }

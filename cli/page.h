@@ -18,6 +18,10 @@ struct Page {
     std::unique_ptr<std::uint16_t[]> codes;
 };
 
+/// Converts samples of a picture to codes of a range; rgb is used up.
+void EncodeBlock(float* rgb, std::size_t pixels, const SceneDecoder& decoder,
+                 const RenderRange& range, std::uint16_t* codes);
+
 /// Reads all rows of a freshly opened source once and gathers their light and flaws.
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
                        Progress& progress);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <functional>
 
 namespace qva {
 
@@ -31,6 +32,15 @@ void PictureStatistics::Add(const float* rgb, std::size_t pixels)
             ++pixels_;
         }
     }
+}
+
+void PictureStatistics::Add(const PictureStatistics& other)
+{
+    std::transform(bins_.begin(), bins_.end(), other.bins_.begin(), bins_.begin(),
+                   std::plus<std::uint64_t>());
+    pixels_ += other.pixels_;
+    below_ += other.below_;
+    peak_ = std::max(peak_, other.peak_);
 }
 
 double PictureStatistics::Percentile(double share) const

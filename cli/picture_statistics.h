@@ -17,6 +17,9 @@ public:
 
     void Add(const float* rgb, std::size_t pixels);
 
+    /// Takes over what another has collected.
+    void Add(const PictureStatistics& other);
+
     /// @return the largest value, 0 for a picture without a positive one.
     double Peak() const { return peak_; }
 

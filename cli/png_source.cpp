@@ -1,6 +1,7 @@
 // PNG pictures of 8 or 16 bits.
 #include "errors.h"
 #include "image_source.h"
+#include "scratch_file.h"
 
 #include <cerrno>
 #include <csetjmp>
@@ -46,7 +47,8 @@ private:
     bool interlaced_ = false;
     std::size_t rowBytes_ = 0;
     std::int64_t next_ = 0;
-    std::vector<unsigned char> rows_; ///< one row; all of them where the file is interlaced
+    std::vector<unsigned char> row_;
+    std::unique_ptr<ScratchFile> passes_; ///< all rows, where the file is interlaced
 };
 
 void PngSource::OnError(png_structp png, png_const_charp message)
@@ -205,35 +207,39 @@ void PngSource::PrepareRows()
         throw Failure(description_.path, "its kind of pixels cannot be read");
     }
     next_ = 0;
-    rows_.resize(rowBytes_ *
-                 (interlaced_ ? static_cast<std::size_t>(description_.size.height) : 1));
+    row_.resize(rowBytes_);
+    passes_.reset();
     if (interlaced_) {
         ReadAllPasses();
     }
 }
 
+// Each pass adds pixels to rows of the one before. The rows wait on disk: a picture may be larger
+// than memory.
 void PngSource::ReadAllPasses()
 {
-    Guard([this] {
-        for (int pass = 0; pass < PNG_INTERLACE_ADAM7_PASSES; ++pass) {
-            for (std::int64_t row = 0; row < description_.size.height; ++row) {
-                png_read_row(png_, rows_.data() + rowBytes_ * static_cast<std::size_t>(row),
-                             nullptr);
+    passes_ = std::make_unique<ScratchFile>(ScratchFile::CommonFolder());
+    for (int pass = 0; pass < PNG_INTERLACE_ADAM7_PASSES; ++pass) {
+        for (std::int64_t row = 0; row < description_.size.height; ++row) {
+            const std::int64_t place = row * static_cast<std::int64_t>(rowBytes_);
+            if (pass > 0) {
+                passes_->Read(place, row_.data(), rowBytes_);
             }
+            Guard([this] { png_read_row(png_, row_.data(), nullptr); });
+            passes_->Write(place, row_.data(), rowBytes_);
         }
-    });
+    }
 }
 
 void PngSource::ReadRows(std::int64_t count, float* rgb)
 {
     for (std::int64_t row = 0; row < count; ++row, ++next_) {
-        const unsigned char* bytes = rows_.data();
-        if (interlaced_) {
-            bytes += rowBytes_ * static_cast<std::size_t>(next_);
+        if (passes_) {
+            passes_->Read(next_ * static_cast<std::int64_t>(rowBytes_), row_.data(), rowBytes_);
         } else {
-            Guard([this] { png_read_row(png_, rows_.data(), nullptr); });
+            Guard([this] { png_read_row(png_, row_.data(), nullptr); });
         }
-        CopyRow(bytes, rgb + row * description_.size.width * 3);
+        CopyRow(row_.data(), rgb + row * description_.size.width * 3);
     }
 }
 

@@ -1,5 +1,6 @@
 // Rendered pages as 16-bit PNG, side-by-side sheets as 8-bit PNG.
 #include "errors.h"
+#include "icc_builder.h"
 #include "image_writer.h"
 
 #include <cerrno>
@@ -114,19 +115,36 @@ void WriteHeader(PngFile& png, ImageSize size, int bits, int level)
     });
 }
 
-} // namespace
+class PngWriter : public RowWriter {
+public:
+    PngWriter(const OutputFile& file, ImageSize size, const WriteSettings& settings);
 
-void WritePng(const OutputFile& file, const Page& page, const WriteSettings& settings,
-              const std::vector<unsigned char>& profile, Progress& progress)
+    void Write(const std::uint16_t* codes, std::int64_t count) override
+    {
+        for (std::int64_t row = 0; row < count; ++row) {
+            const auto* bytes =
+                reinterpret_cast<const unsigned char*>(codes + row * size_.width * 3);
+            png_.Guard([bytes](png_structp out, png_infop) { png_write_row(out, bytes); });
+        }
+    }
+    void Finish() override { png_.Finish(); }
+
+private:
+    ImageSize size_;
+    PngFile png_;
+};
+
+PngWriter::PngWriter(const OutputFile& file, ImageSize size, const WriteSettings& settings)
+    : size_(size), png_(file)
 {
-    PngFile png(file);
     // Photographs of 16 bits shrink little more at higher levels, but take several times longer.
     constexpr int quickLevel = 4;
-    WriteHeader(png, page.size, 16, settings.compression == Compression::None ? 0 : quickLevel);
+    WriteHeader(png_, size, 16, settings.compression == Compression::None ? 0 : quickLevel);
+    const std::vector<unsigned char> profile = RenderedProfile();
     unsigned char codePoints[4] = {9, 4, 0, 1};
     const png_unknown_chunk chunk = CodePointsChunk(codePoints);
     const auto perMetre = static_cast<png_uint_32>(std::lround(settings.dpi / 0.0254));
-    png.Guard([&](png_structp out, png_infop info) {
+    png_.Guard([&](png_structp out, png_infop info) {
         png_set_iCCP(out, info, "BT.2020 gamma 2.2", PNG_COMPRESSION_TYPE_BASE, profile.data(),
                      static_cast<png_uint_32>(profile.size()));
         png_set_unknown_chunks(out, info, &chunk, 1);
@@ -137,14 +155,14 @@ void WritePng(const OutputFile& file, const Page& page, const WriteSettings& set
         png_write_info(out, info);
         png_set_swap(out);
     });
-    for (std::int64_t row = 0; row < page.size.height; ++row) {
-        const auto* codes =
-            reinterpret_cast<const unsigned char*>(page.codes.get() + row * page.size.width * 3);
-        png.Guard([codes](png_structp out, png_infop) { png_write_row(out, codes); });
-        progress.Show("writing",
-                      static_cast<double>(row + 1) / static_cast<double>(page.size.height));
-    }
-    png.Finish();
+}
+
+} // namespace
+
+std::unique_ptr<RowWriter> MakePngWriter(const OutputFile& file, ImageSize size,
+                                         const WriteSettings& settings)
+{
+    return std::make_unique<PngWriter>(file, size, settings);
 }
 
 void WriteSrgbPng(const OutputFile& file, ImageSize size, const std::vector<unsigned char>& rgb)

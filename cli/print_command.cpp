@@ -1,6 +1,8 @@
 // qva print and qva preview
 #include "errors.h"
-#include "options.h"
+#include "memory_limit.h"
+#include "page_command.h"
+#include "print_support.h"
 #include "report.h"
 #include "side_by_side.h"
 
@@ -12,31 +14,6 @@ namespace qva {
 
 namespace {
 
-void RefuseSameFile(const std::string& output, const std::string& other, const char* what)
-{
-    if (!output.empty() && !other.empty() && AreSameFile(output, other)) {
-        throw Misuse(output, fmt::format("is {} by another name, or the same", what));
-    }
-}
-
-void CheckNames(const PrintOptions& options)
-{
-    for (const std::string& output : {options.output, options.sideBySide}) {
-        RefuseSameFile(output, options.photo, "the photograph");
-        RefuseSameFile(output, options.profile, "the profile");
-    }
-    RefuseSameFile(options.sideBySide, options.output, "the result");
-}
-
-void Tell(const PrintOptions& options, const std::vector<std::string>& remarks)
-{
-    for (const std::string& remark : remarks) {
-        if (!options.quiet) {
-            fmt::print(stderr, "qva: {}: {}\n", OneLine(options.photo), remark);
-        }
-    }
-}
-
 Page Load(ImageSource& source, const Examination& found, const PrintOptions& options,
           Progress& progress)
 {
@@ -47,18 +24,19 @@ Page Load(ImageSource& source, const Examination& found, const PrintOptions& opt
     return page;
 }
 
-std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterProfile& profile,
-                                    const Examination& found)
+/// A page that does not fit goes the way of qva page.
+PageOptions InBands(const PrintOptions& options)
 {
-    std::vector<std::string> remarks = Remarks(found, options.render.threshold);
-    if (profile.isBuiltIn) {
-        remarks.push_back("no --profile: rendered for a generic photo paper");
-    } else if (!profile.isPrinter) {
-        remarks.push_back(fmt::format("{}: is the profile of a display or a colour space, not of "
-                                      "a printer",
-                                      options.profile));
-    }
-    return remarks;
+    PageOptions page;
+    page.print = options;
+    page.maxMemory = options.maxMemory.value_or(page.maxMemory);
+    page.progress = options.quiet ? ProgressStyle::None : ProgressStyle::Terminal;
+    return page;
+}
+
+bool FitsMemory(const PrintOptions& options, ImageSize size)
+{
+    return options.render.preview || PrintMemory(size) <= options.maxMemory.value_or(MemoryLimit());
 }
 
 } // namespace
@@ -67,18 +45,25 @@ void RunPrint(const PrintOptions& options)
 {
     CheckNames(options);
     SetThreads(options.render.threads);
-    const PrinterProfile profile =
-        options.profile.empty() ? BuiltInProfile() : ReadPrinterProfile(options.profile);
+    const PrinterProfile profile = ProfileOf(options);
     // Before the work, so that a folder that cannot be written is known at once.
-    OutputFile output(options.output);
+    std::optional<OutputFile> output(options.output);
     std::optional<OutputFile> sheet;
     if (!options.sideBySide.empty()) {
         sheet.emplace(options.sideBySide);
     }
-    Progress progress(!options.quiet);
+    Progress progress(options.quiet ? ProgressStyle::None : ProgressStyle::Terminal);
     std::unique_ptr<ImageSource> source;
     const Examination found =
         Examine(options.photo, options.source, options.maxPixels, progress, source);
+    if (!FitsMemory(options, source->Size())) {
+        progress.Clear();
+        TellRemarks(options, {"does not fit memory at once: printed in bands, as by qva page"});
+        output.reset();
+        sheet.reset();
+        RunPageOf(InBands(options), profile, found, *source);
+        return;
+    }
     Page page = Load(*source, found, options, progress);
     Panel clipped;
     if (sheet) {
@@ -89,8 +74,8 @@ void RunPrint(const PrintOptions& options)
     if (sheet) {
         WriteSideBySide(*sheet, clipped, ReducePage(page, RenderedLight()));
     }
-    WritePage(output, page, options.write, progress);
-    output.Commit();
+    WritePage(*output, page, options.write, progress);
+    output->Commit();
     if (sheet) {
         sheet->Commit();
     }
@@ -99,7 +84,7 @@ void RunPrint(const PrintOptions& options)
         fmt::print(stderr, "{}  {:<13}{}\n", ReportText(found, options.render.threshold), "paper",
                    profile.description);
     }
-    Tell(options, AllRemarks(options, profile, found));
+    TellRemarks(options, AllRemarks(options, profile, found));
 }
 
 } // namespace qva

@@ -19,6 +19,13 @@ struct SampleCounts {
     std::uint64_t notANumber = 0; ///< taken as 0
     std::uint64_t infinite = 0;   ///< brought to the end of the range they point to
     std::uint64_t negative = 0;   ///< finite; kept for the conversion, its result is cut at 0
+
+    void Add(const SampleCounts& other)
+    {
+        notANumber += other.notANumber;
+        infinite += other.infinite;
+        negative += other.negative;
+    }
 };
 
 /// Decodes blocks of pixels. Read-only after construction.

@@ -44,7 +44,8 @@ struct SourceDescription {
     bool isFloat = false;
     bool isGrey = false; ///< one channel, delivered as three equal ones
     bool hasAlpha = false;
-    bool sceneLinear = false; ///< the format holds scene-linear values by definition
+    bool sceneLinear = false;      ///< the format holds scene-linear values by definition
+    std::uint64_t decodeBytes = 0; ///< memory that decoding takes, where it is not just some rows
     ColourTags tags;
 };
 

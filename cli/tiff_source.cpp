@@ -25,6 +25,7 @@ public:
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
     void ReadRows(std::int64_t count, float* rgb) override;
+    void SkipRows(std::int64_t count) override { next_ += count; }
     void Close() override { file_.reset(); }
 
 private:
@@ -37,6 +38,7 @@ private:
     void DescribeSamples();
     void DescribeColour();
     void PlanBands(std::uint64_t maxPixels);
+    std::uint64_t LargestStrip() const;
     void ReadBand(std::int64_t first);
     void ReadStripBand(std::int64_t first);
     void ReadTileBand(std::int64_t first);
@@ -87,7 +89,8 @@ void TiffSource::OpenFile(const std::string& path)
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), OnError, this);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), OnWarning, this);
     message_.clear();
-    file_.reset(TIFFOpenExt(path.c_str(), "r", options.get()));
+    // Not mapped into memory: what was read of a large file would count as the program's.
+    file_.reset(TIFFOpenExt(path.c_str(), "rm", options.get()));
     if (!file_) {
         Fail("cannot be read as TIFF");
     }
@@ -177,6 +180,19 @@ void TiffSource::PlanBands(std::uint64_t maxPixels)
         Fail("its rows are not packed");
     }
     band_.resize(bytes);
+    description_.decodeBytes = LargestStrip() + bytes;
+}
+
+std::uint64_t TiffSource::LargestStrip() const
+{
+    std::uint64_t largest = 0;
+    const bool isTiled = tileWidth_ != 0;
+    const std::uint32_t count =
+        isTiled ? TIFFNumberOfTiles(file_.get()) : TIFFNumberOfStrips(file_.get());
+    for (std::uint32_t strip = 0; strip < count; ++strip) {
+        largest = std::max(largest, TIFFGetStrileByteCount(file_.get(), strip));
+    }
+    return largest;
 }
 
 void TiffSource::ReadBand(std::int64_t first)
@@ -269,8 +285,22 @@ float SampleAt(const unsigned char* bytes, std::size_t size, bool isFloat)
     return isFloat ? imath_half_to_float(word) : word;
 }
 
+/// The commonest kind of row, 16-bit R, G, B.
+void CopyCodes(const unsigned char* bytes, std::int64_t samples, float* out)
+{
+    for (std::int64_t i = 0; i < samples; ++i) {
+        std::uint16_t code = 0;
+        std::memcpy(&code, bytes + i * 2, sizeof code);
+        out[i] = code;
+    }
+}
+
 void TiffSource::CopyRow(std::int64_t bandRow, float* out) const
 {
+    if (planes_ == 1 && pixelBytes_ == 6 && !description_.isFloat) {
+        CopyCodes(SampleOf(bandRow, 0), description_.size.width * 3, out);
+        return;
+    }
     for (std::size_t channel = 0; channel < 3; ++channel) {
         const unsigned char* in = SampleOf(bandRow, channel);
         for (std::int64_t x = 0; x < description_.size.width; ++x) {

@@ -109,7 +109,7 @@ TEST(WritePage, ReadsBackFromEveryFormat)
                  {"c.tif", Compression::Deflate},
                  {"d.png", Compression::None},
                  {"e.PNG", Compression::Deflate}};
-    Progress progress(false);
+    Progress progress(ProgressStyle::None);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         OutputFile file(folder / c.name);

@@ -66,7 +66,7 @@ TEST(LoadPage, SetsThePictureUpright)
                  {5, "ADBECF", 2}, {6, "DAEBFC", 2}, {7, "FCEBDA", 2}, {8, "CFBEAD", 2}};
     RenderRange range;
     range.passThrough = true;
-    Progress progress(false);
+    Progress progress(ProgressStyle::None);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.orientation);
         std::vector<float> rgb;
@@ -93,7 +93,7 @@ TEST(LoadPage, LeavesPqCodesAlone)
     FakeSource source(Sized({256, 256}), codes);
     RenderRange range;
     range.passThrough = true;
-    Progress progress(false);
+    Progress progress(ProgressStyle::None);
     const Page page = LoadPage(source, SceneDecoder(Pq(), "a"), range, progress);
     for (std::size_t i = 0; i < codes.size(); ++i) {
         ASSERT_EQ(i / 3, page.codes[i]);
@@ -108,7 +108,7 @@ TEST(LoadPage, RoundsLinearCodesAndCutsAtTheEnds)
     RenderRange range;
     range.luminanceMax = 65535.0;
     FakeSource source(Sized({2, 1}), {0.4f / 65535, 0.6f / 65535, -1.0f, 2.0f, 1.0f, INFINITY});
-    Progress progress(false);
+    Progress progress(ProgressStyle::None);
     const Page page = LoadPage(source, SceneDecoder(meaning, "a"), range, progress);
     const std::vector<std::uint16_t> expected = {0, 1, 0, 65535, 65535, 65535};
     EXPECT_EQ(expected, std::vector<std::uint16_t>(page.codes.get(), page.codes.get() + 6));

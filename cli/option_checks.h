@@ -1,0 +1,27 @@
+// Checks of what stands behind an option, each with a message for people.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qva {
+
+/// Accepts finite decimal numbers of a range.
+CLI::Validator Number(double lowest, double highest);
+
+CLI::Validator WholeNumber(int lowest, int highest);
+
+CLI::Validator OneOf(const std::vector<std::string>& words);
+
+CLI::Validator NotEmpty();
+
+/// Accepts numbers of bytes with M (10^6) or G (10^9) behind them, or nothing.
+CLI::Validator ByteCount();
+
+/// @return nothing for text that ByteCount refuses.
+std::optional<std::uint64_t> ParseByteCount(const std::string& text);
+
+} // namespace qva

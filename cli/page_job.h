@@ -1,0 +1,60 @@
+// What decides the bytes of a page's result, as text that runs and machines can compare.
+#pragma once
+
+#include "band_plan.h"
+#include "image_writer.h"
+#include "printer_profile.h"
+#include "renderer.h"
+#include "tiff_strips.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace qva {
+
+/// A run of bands that one machine renders: share `number` of `count`, from 1.
+struct Share {
+    std::int64_t number = 1;
+    std::int64_t count = 1;
+};
+
+/// The work on one page, as every machine that takes part in it sees it.
+struct PageJob {
+    BandPlan plan;
+    RenderRange range;
+    RenderSettings render;
+    WriteSettings write;
+    std::uint64_t profileDigest = 0;
+    std::uint64_t pageDigest = 0; ///< of all light of the page
+    Share share;                  ///< of this run; not part of JobText
+};
+
+/// A digest of bytes.
+std::uint64_t DigestOf(const std::vector<unsigned char>& bytes);
+
+/// One line of JSON; equal for equal work on one page, and only then.
+std::string JobText(const PageJob& job);
+
+/// What a file of one share says about itself, one line of JSON.
+std::string ShareText(const PageJob& job);
+
+/// A share's file, as its description has it.
+struct ShareRecord {
+    Share share;
+    BandPlan plan;
+    std::string job; ///< of JobText
+};
+
+/// @throws Failure where the text is not that of ShareText.
+/// @param name  of the file, for messages.
+ShareRecord ParseShare(const std::string& text, const std::string& name);
+
+/// The first thing two jobs differ in, for people.
+std::string DifferenceOf(const std::string& firstJob, const std::string& secondJob);
+
+/// The strips of a share: lines are rows, or the columns of the page.
+TiffPage StripsOf(const BandPlan& plan, const LineRun& lines, const WriteSettings& settings,
+                  const std::string& description);
+
+} // namespace qva

@@ -1,0 +1,68 @@
+// The upright page as lines of codes, read from its file again and again without holding it.
+#pragma once
+
+#include "band_plan.h"
+#include "image_source.h"
+#include "progress.h"
+#include "range_choice.h"
+#include "scene_decoder.h"
+#include "turned_lines.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qva {
+
+/// Where the lines of a page come from.
+struct LineOrder {
+    bool across = false;   ///< lines run across the stored rows
+    bool backward = false; ///< the last line is stored first
+    bool mirrored = false; ///< the last pixel of a line is stored first
+};
+
+/// @param orientation  1 ... 8, as stored.
+LineOrder OrderOf(int orientation, Direction direction);
+
+/// Lines in the order of the page. A file whose rows come in another order is decoded once into a
+/// scratch file.
+class PageLines {
+public:
+    /// @param source   opened; only its description is used yet.
+    /// @param folder   where a scratch file can lie.
+    PageLines(ImageSource& source, const SceneDecoder& decoder, const RenderRange& range,
+              Direction direction, std::uint64_t maxPixels, const std::string& folder);
+
+    /// Why the page needs a scratch file; empty where it does not.
+    std::string ScratchReason() const;
+
+    /// Goes to a line. The first call of all decodes the page where it needs a scratch file.
+    void Seek(std::int64_t line, Progress& progress);
+
+    /// Reads the next lines.
+    void Read(std::int64_t count, std::uint16_t* codes);
+
+    /// The line that Read begins with.
+    std::int64_t Next() const { return next_; }
+
+private:
+    void ReadStored(std::int64_t count, std::uint16_t* codes);
+    void Spool(Progress& progress);
+    void PlaceRows(std::int64_t first, std::int64_t count, std::uint16_t* codes);
+
+    ImageSource& source_;
+    std::string path_;
+    const SceneDecoder& decoder_;
+    RenderRange range_;
+    LineOrder order_;
+    std::uint64_t maxPixels_;
+    std::string folder_;
+    ImageSize stored_;
+    std::int64_t next_ = 0;
+    std::int64_t sourceNext_ = -1; ///< stored row the source stands at; -1: to be opened
+    std::vector<float> samples_;
+    std::optional<TurnedLines> scratch_;
+};
+
+} // namespace qva

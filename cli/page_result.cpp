@@ -1,0 +1,245 @@
+#include "page_result.h"
+
+#include "errors.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <fstream>
+#include <sstream>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
+
+namespace qva {
+
+namespace {
+
+constexpr const char* lineEnd = "end";
+
+std::uint32_t ChecksumOf(std::uint32_t sum, const std::vector<unsigned char>& bytes)
+{
+    return static_cast<std::uint32_t>(
+        crc32_z(sum, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
+}
+
+/// Whether a journal tells of more than a plan.
+bool HasBands(const std::string& journal)
+{
+    std::ifstream lines(journal);
+    std::string line;
+    return std::getline(lines, line) && std::getline(lines, line);
+}
+
+bool WriteAll(int descriptor, const std::string& text)
+{
+    return write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+} // namespace
+
+/// A line of the journal: one band.
+struct PageResult::Entry {
+    std::uint32_t checksum = 0;
+    std::vector<std::uint64_t> sizes; ///< of its strips
+
+    std::string Text() const
+    {
+        return fmt::format("band {} {} {}\n", checksum, fmt::join(sizes, " "), lineEnd);
+    }
+
+    /// @return nothing for a line that was not written to its end.
+    static std::optional<Entry> Parse(const std::string& line)
+    {
+        std::istringstream words(line);
+        std::string word;
+        Entry entry;
+        if (!(words >> word >> entry.checksum) || word != "band") {
+            return std::nullopt;
+        }
+        for (std::uint64_t size = 0; words >> size;) {
+            entry.sizes.push_back(size);
+        }
+        words.clear();
+        return words >> word && word == lineEnd ? std::optional(entry) : std::nullopt;
+    }
+};
+
+PageResult::PageResult(const std::string& path, const TiffPage& page, std::int64_t linesPerBand,
+                       const std::string& plan, Continuation continuation)
+    : path_(path),
+      target_(ResolveOutput(path)),
+      part_(target_.path + ".qva-part"),
+      journal_(target_.path + ".qva-journal"),
+      page_(page),
+      linesPerBand_(linesPerBand),
+      plan_(plan)
+{
+    OpenPart(continuation);
+    try {
+        writer_.emplace(descriptor_, path_, page_);
+        if (continuation == Continuation::Resume) {
+            Resume();
+        }
+        if (ftruncate(descriptor_, writer_->End()) != 0) {
+            FailToWrite();
+        }
+        // Written anew up to here: what was found damaged is forgotten.
+        if (bands_ == 0) {
+            close(journalDescriptor_);
+            journalDescriptor_ = open(journal_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+            if (journalDescriptor_ < 0 || !WriteAll(journalDescriptor_, plan_ + "\n")) {
+                FailToWrite();
+            }
+        }
+    } catch (...) {
+        close(descriptor_);
+        close(journalDescriptor_);
+        throw;
+    }
+}
+
+PageResult::~PageResult()
+{
+    writer_.reset();
+    if (bands_ == 0) {
+        Discard();
+    }
+    close(descriptor_);
+    close(journalDescriptor_);
+}
+
+void PageResult::FailToWrite() const
+{
+    throw Failure(path_, "cannot be written: " + SystemReason(errno));
+}
+
+void PageResult::OpenPart(Continuation continuation)
+{
+    descriptor_ = open(part_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, target_.mode);
+    if (descriptor_ < 0) {
+        FailToWrite();
+    }
+    if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
+        close(descriptor_);
+        throw Failure(path_, "another program is writing it");
+    }
+    if (continuation == Continuation::Refuse && HasBands(journal_)) {
+        close(descriptor_);
+        throw Failure(path_, fmt::format("an unfinished run left {}: --resume goes on with it, "
+                                         "--restart begins anew",
+                                         part_));
+    }
+    journalDescriptor_ = open(journal_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (journalDescriptor_ < 0) {
+        const int error = errno;
+        close(descriptor_);
+        errno = error;
+        FailToWrite();
+    }
+}
+
+void PageResult::Resume()
+{
+    std::ifstream journal(journal_);
+    std::string line;
+    if (!std::getline(journal, line)) {
+        return;
+    }
+    if (line != plan_) {
+        throw Failure(path_, fmt::format("{} was begun with other options, another picture or "
+                                         "another version: --restart begins anew",
+                                         part_));
+    }
+    std::streamoff good = journal.tellg();
+    while (std::getline(journal, line)) {
+        const std::optional<Entry> entry = Entry::Parse(line);
+        if (!entry || static_cast<std::int64_t>(entry->sizes.size()) != StripsOfNextBand() ||
+            entry->sizes.empty() || !Holds(*entry, writer_->End()))
+        {
+            break;
+        }
+        for (const std::uint64_t size : entry->sizes) {
+            writer_->Keep(size);
+        }
+        ++bands_;
+        good = journal.tellg();
+    }
+    if (bands_ > 0 && ftruncate(journalDescriptor_, good) != 0) {
+        FailToWrite();
+    }
+}
+
+/// Whether the part really holds a band: a machine that lost its power may have kept the journal
+/// but not all of the part.
+bool PageResult::Holds(const Entry& entry, std::int64_t place) const
+{
+    std::uint32_t checksum = 0;
+    std::vector<unsigned char> bytes;
+    for (const std::uint64_t size : entry.sizes) {
+        if (size > 2 * page_.layout.SizeOf(0) + 1024) {
+            return false;
+        }
+        bytes.resize(size);
+        if (pread(descriptor_, bytes.data(), size, place) != static_cast<ssize_t>(size)) {
+            return false;
+        }
+        checksum = ChecksumOf(checksum, bytes);
+        place += static_cast<std::int64_t>(size);
+    }
+    return checksum == entry.checksum;
+}
+
+std::int64_t PageResult::StripsOfNextBand() const
+{
+    const std::int64_t first = FirstStrip();
+    const std::int64_t perBand =
+        (linesPerBand_ + page_.layout.stripLines - 1) / page_.layout.stripLines;
+    return std::min(perBand, page_.layout.Strips() - first);
+}
+
+void PageResult::Append(const std::uint16_t* codes)
+{
+    Entry entry;
+    for (const EncodedStrip& strip : EncodeStrips(page_, FirstStrip(), StripsOfNextBand(), codes)) {
+        writer_->Append(strip);
+        entry.checksum = ChecksumOf(entry.checksum, strip);
+        entry.sizes.push_back(strip.size());
+    }
+    Note(entry);
+    ++bands_;
+}
+
+void PageResult::Note(const Entry& entry)
+{
+    if (!WriteAll(journalDescriptor_, entry.Text())) {
+        FailToWrite();
+    }
+}
+
+void PageResult::Finish()
+{
+    writer_->Finish();
+    writer_.reset();
+}
+
+void PageResult::Commit()
+{
+    if (fchmod(descriptor_, target_.mode) != 0 || fsync(descriptor_) != 0 ||
+        std::rename(part_.c_str(), target_.path.c_str()) != 0)
+    {
+        FailToWrite();
+    }
+    unlink(journal_.c_str());
+}
+
+void PageResult::Discard()
+{
+    unlink(part_.c_str());
+    unlink(journal_.c_str());
+}
+
+} // namespace qva
