@@ -15,6 +15,7 @@ using kernels::columnLanes;
 using kernels::rowLanes;
 
 constexpr int32_t tileCols = 64;
+constexpr int32_t rowsAhead = 12; // far enough for the memory to answer
 
 template <typename T>
 void LoadGuide(const T* in, int32_t count, double scale, WlsGuideValue<T>* out)
@@ -46,6 +47,19 @@ void StoreFloats(const float* in, int32_t count, T* out)
     } else {
         std::transform(in, in + count, out,
                        [](float value) { return Saturate<T>(static_cast<double>(value)); });
+    }
+}
+
+// Asks for elements of a row that a strip comes to next: no prefetcher follows steps of a whole
+// row.
+template <typename T>
+void PrefetchRow(const Matrix& image, int32_t row, int32_t col)
+{
+    if (row >= 0 && row < image.rows) {
+        const auto* first = reinterpret_cast<const char*>(RowOf<T>(image, row) + col);
+        for (uint64_t at = 0; at < columnLanes * sizeof(T); at += 64) {
+            __builtin_prefetch(first + at);
+        }
     }
 }
 
@@ -114,6 +128,7 @@ void WlsSolver<T>::SolveStrip(const WlsPlanes& planes, const WlsGuide& guide, Ma
         float* x[2] = {};
         for (int32_t plane = 0; plane < planes.count; ++plane) {
             x[plane] = scratch.value[plane].data + at;
+            PrefetchRow<T>(*planes.plane[plane], row + rowsAhead, col);
             LoadFloats(RowOf<T>(*planes.plane[plane], row) + col, lanes, x[plane]);
         }
         if (row + 1 < rows) {
@@ -134,6 +149,7 @@ void WlsSolver<T>::SolveStrip(const WlsPlanes& planes, const WlsGuide& guide, Ma
             if (row < rows - 1) {
                 kernels::Substitute(scratch.value[plane].data + at, scratch.upper.data + at, next);
             }
+            PrefetchRow<float>(*solved[plane], row - rowsAhead, col);
             std::copy(next, next + lanes, RowOf<float>(*solved[plane], row) + col);
         }
     }
