@@ -13,8 +13,8 @@ namespace {
 
 // Resident bytes: what the program and the library hold whatever the band, and what each pixel of
 // a band costs at the peak (two buffers of 6 here, the planes of the library).
-constexpr std::uint64_t fixedBytes = 150000000;
-constexpr std::uint64_t bytesPerPixel = 32;
+constexpr std::uint64_t fixedBytes = 120000000;
+constexpr std::uint64_t bytesPerPixel = 29;
 // Columns are turned in another buffer.
 constexpr std::uint64_t bytesPerPixelOfColumns = bytesPerPixel + 6;
 

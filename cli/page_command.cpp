@@ -334,7 +334,7 @@ std::uint64_t PrintMemory(ImageSize size)
 {
     // What the library and this program need for a pixel of a whole print, and for the rest.
     constexpr std::uint64_t bytesPerPixel = 26;
-    constexpr std::uint64_t fixedBytes = 150000000;
+    constexpr std::uint64_t fixedBytes = 120000000;
     return fixedBytes + static_cast<std::uint64_t>(size.width * size.height) * bytesPerPixel;
 }
 

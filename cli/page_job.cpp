@@ -29,7 +29,6 @@ Json JobJson(const PageJob& job)
     return {{"version", QVA_VERSION},
             {"width", job.plan.page.width},
             {"height", job.plan.page.height},
-            {"picture", fmt::format("{:016x}", job.pageDigest)},
             {"direction", NameOf(job.plan.direction)},
             {"margin", job.plan.margin},
             {"bandLines", job.plan.bandLines},
@@ -42,7 +41,8 @@ Json JobJson(const PageJob& job)
             {"blackPointCompensation", job.render.blackPointCompensation},
             {"profile", fmt::format("{:016x}", job.profileDigest)},
             {"compression", NameOf(job.write.compression)},
-            {"dpi", job.write.dpi}};
+            {"dpi", job.write.dpi},
+            {"picture", fmt::format("{:016x}", job.pageDigest)}};
 }
 
 BandPlan PlanOf(const Json& job)

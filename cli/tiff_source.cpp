@@ -17,15 +17,15 @@ struct TiffCloser {
     void operator()(TIFF* file) const { TIFFClose(file); }
 };
 
-/// Rows are decoded in bands: as many rows as a tile is high, a strip's rows where the channels
-/// lie in planes of their own, else single rows.
+/// Rows are decoded in bands: as many rows as a tile or a strip has; single rows where a strip is
+/// very large.
 class TiffSource : public ImageSource {
 public:
     void Open(const std::string& path, std::uint64_t maxPixels) override;
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
     void ReadRows(std::int64_t count, float* rgb) override;
-    void SkipRows(std::int64_t count) override { next_ += count; }
+    void SkipRows(std::int64_t count) override;
     void Close() override { file_.reset(); }
 
 private:
@@ -55,6 +55,7 @@ private:
     std::size_t pixelBytes_ = 0; ///< from one pixel of a plane to the next
     std::int64_t tileWidth_ = 0; ///< 0 for strips
     std::int64_t bandRows_ = 1;
+    bool scanlines_ = false; ///< of strips too large to be decoded at once
     std::int64_t bandFirst_ = -1;
     std::int64_t next_ = 0;
     std::vector<unsigned char> band_; ///< plane after plane, packed rows
@@ -157,6 +158,7 @@ void TiffSource::PlanBands(std::uint64_t maxPixels)
     pixelBytes_ = sampleBytes_ * (isPlanar ? 1 : channels_);
     tileWidth_ = 0;
     bandRows_ = 1;
+    scanlines_ = false;
     if (TIFFIsTiled(file_.get()) != 0) {
         const ImageSize tile = {Field<std::uint32_t>(TIFFTAG_TILEWIDTH),
                                 Field<std::uint32_t>(TIFFTAG_TILELENGTH)};
@@ -165,17 +167,22 @@ void TiffSource::PlanBands(std::uint64_t maxPixels)
         tileWidth_ = tile.width;
         bandRows_ = tile.height;
         tile_.resize(static_cast<std::size_t>(TIFFTileSize64(file_.get())));
-    } else if (isPlanar) {
-        bandRows_ = std::clamp<std::int64_t>(Field<std::uint32_t>(TIFFTAG_ROWSPERSTRIP), 1,
-                                             description_.size.height);
+    } else {
+        constexpr std::int64_t largestBand = 1 << 26;
+        const std::int64_t rows = std::clamp<std::int64_t>(
+            Field<std::uint32_t>(TIFFTAG_ROWSPERSTRIP), 1, description_.size.height);
+        const auto rowBytes = description_.size.width * static_cast<std::int64_t>(pixelBytes_);
+        scanlines_ = !isPlanar && rows > 1 && rows > largestBand / rowBytes;
+        bandRows_ = scanlines_ ? 1 : rows;
     }
     bandFirst_ = -1;
     next_ = 0;
     const std::int64_t rows = std::min(bandRows_, description_.size.height);
     const auto bandPixels = static_cast<std::size_t>(rows * description_.size.width);
     const std::size_t bytes = bandPixels * pixelBytes_ * planes_;
-    if (tileWidth_ == 0 && bandRows_ == 1 && !isPlanar &&
-        static_cast<std::uint64_t>(TIFFScanlineSize64(file_.get())) != bytes)
+    if (tileWidth_ == 0 && !isPlanar &&
+        static_cast<std::uint64_t>(TIFFScanlineSize64(file_.get())) !=
+            bytes / static_cast<std::uint64_t>(rows))
     {
         Fail("its rows are not packed");
     }
@@ -210,7 +217,7 @@ void TiffSource::ReadStripBand(std::int64_t first)
 {
     const auto row = static_cast<std::uint32_t>(first);
     const std::size_t planeBytes = band_.size() / planes_;
-    if (planes_ == 1 && bandRows_ == 1) {
+    if (scanlines_) {
         if (TIFFReadScanline(file_.get(), band_.data(), row, 0) != 1) {
             Fail("is damaged");
         }
@@ -308,6 +315,16 @@ void TiffSource::CopyRow(std::int64_t bandRow, float* out) const
                 SampleAt(in, sampleBytes_, description_.isFloat);
             in += pixelBytes_;
         }
+    }
+}
+
+void TiffSource::SkipRows(std::int64_t count)
+{
+    // Within a compressed strip a row can only be reached through those before it.
+    if (scanlines_) {
+        ImageSource::SkipRows(count);
+    } else {
+        next_ += count;
     }
 }
 

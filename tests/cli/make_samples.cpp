@@ -51,6 +51,52 @@ std::vector<double> Scaled(const std::vector<float>& rgb, double scale, double p
     return out;
 }
 
+constexpr qva::ImageSize tall = {40, 480};
+constexpr qva::ImageSize large = {400, 3000};
+
+/// Linear codes of a page whose bands have borders: waves of light from code 20 to 60000 with hard
+/// edges across them.
+std::vector<double> WavesOn(qva::ImageSize page)
+{
+    std::vector<double> codes;
+    for (int y = 0; y < page.height; ++y) {
+        for (int x = 0; x < page.width; ++x) {
+            const double wave = 0.5 + 0.5 * std::sin(y / 37.0 + x / 19.0);
+            const double light =
+                20.0 * std::pow(3000.0, wave) * ((y / 11 + x / 7) % 3 == 0 ? 0.3 : 1);
+            for (const double tint : {1.0, 0.9, 0.7}) {
+                codes.push_back(std::floor(light * tint));
+            }
+        }
+    }
+    return codes;
+}
+
+/// The page as a camera stores it that was turned: orientation 6 has its columns, the last first,
+/// as rows.
+std::vector<double> OnItsSide(const std::vector<double>& page)
+{
+    std::vector<double> stored;
+    for (std::int64_t column = tall.width - 1; column >= 0; --column) {
+        for (std::int64_t row = 0; row < tall.height; ++row) {
+            const auto pixel = page.begin() + (row * tall.width + column) * 3;
+            stored.insert(stored.end(), pixel, pixel + 3);
+        }
+    }
+    return stored;
+}
+
+void WritePages(const std::string& folder)
+{
+    const std::vector<double> page = WavesOn(tall);
+    samples::WriteTiff(folder + "tall.tif", tall, page, {});
+    samples::WriteTiff(folder + "large.tif", large, WavesOn(large), {});
+    samples::WriteTiff(folder + "stripped.tif", tall, page, {.rowsPerStrip = 16});
+    samples::WriteTiff(folder + "turned.tif", {tall.height, tall.width}, OnItsSide(page),
+                       {.orientation = 6});
+    samples::WriteTiff(folder + "even.tif", tall, std::vector<double>(page.size(), 30000.0), {});
+}
+
 } // namespace
 
 int main(int count, char** arguments)
@@ -73,6 +119,7 @@ int main(int count, char** arguments)
     scene[4] = std::numeric_limits<float>::infinity();
     scene[8] = -1.0f;
     samples::WriteExr(folder + "flawed.exr", size, scene, {.isHalf = false});
+    WritePages(folder);
     const std::vector<unsigned char> profile = qva::RenderedProfile();
     samples::WriteBytes(folder + "device.icc", std::string(profile.begin(), profile.end()));
     return 0;
