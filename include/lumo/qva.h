@@ -158,7 +158,7 @@ QVA_API uint32_t QVA_Analysis(QVA_HANDLE handle, const QVA_IMAGE* src,
                               const QVA_OUTPUT_CONDITIONS* conditions);
 
 /* Renders one band of the page for print with the analysis stored in the handle. src and dst hold
- * the band; rangeSize must be 12.
+ * the band; dst may be src. rangeSize must be 12.
  * The first correction of a process fixes the rendering intent and the black level of the output
  * device for all later ones, whatever the handle.
  * Returns 0, 1 or 5; 5 also while no analysis with at least two segments is stored. */

@@ -95,6 +95,18 @@ TEST(QvaController, ValidatesTheAnalysisOfACorrection)
     EXPECT_EQ(5u, validate([](HtrAnalysis& a) { a.toneCurves[0] = Vector<double>(4, 0.0); }));
 }
 
+TEST(QvaController, CorrectsInPlace)
+{
+    PrintOnPaper(164);
+    Caller caller(301, 203);
+    QvaController controller;
+    ASSERT_EQ(QVA_OK, caller.Analyse(controller));
+    ASSERT_EQ(QVA_OK, caller.Correct(controller));
+    caller.dst = caller.src;
+    ASSERT_EQ(QVA_OK, caller.Correct(controller));
+    EXPECT_EQ(caller.result, caller.source);
+}
+
 // Needs a process of its own, as every test has under ctest.
 TEST(QvaController, FirstCorrectionFixesIntentAndBlackForAll)
 {
