@@ -18,10 +18,14 @@ public:
     }
     void Store(int32_t row, int32_t col, int32_t count, PixelBlock& block) override
     {
-        MapBlock(curve_, block);
-        if (compression_ != nullptr) {
-            compression_->ConvertBlock(block, count, 3);
+        CodeBlock codes;
+        ToCodes(block, codes);
+        MapCodes(curve_, codes, codes);
+        if (compression_ == nullptr) {
+            next_.StoreCodes(row, col, count, codes, block);
+            return;
         }
+        compression_->ConvertCodes(codes, count, block);
         next_.Store(row, col, count, block);
     }
 

@@ -79,7 +79,7 @@ Vector<uint16_t> MakeLinearMap(uint32_t gammaType, double luminanceMin, double l
 
 LinearSource::LinearSource(const Matrix& image, const QVA_SOURCE_ENCODING& encoding,
                            const ImageConverterInterface* correction)
-    : pixels_(image), map_(codeCount), correction_(correction)
+    : image_(image), map_(codeCount), correction_(correction)
 {
     const Vector<uint16_t> linear =
         MakeLinearMap(encoding.gammaType, static_cast<double>(encoding.luminanceMin),
@@ -93,13 +93,30 @@ LinearSource::LinearSource(const Matrix& image, const QVA_SOURCE_ENCODING& encod
     }
 }
 
+void LinearSource::Decode(int32_t row, int32_t col, int32_t count, CodeBlock& codes) const
+{
+    LoadMapped(map_.data, RowOf<uint16_t>(image_, row) + int64_t{3} * col, count, codes);
+}
+
 void LinearSource::Load(int32_t row, int32_t col, int32_t count, PixelBlock& block) const
 {
-    pixels_.Load(row, col, count, block);
-    MapBlock(map_.data, block);
+    CodeBlock codes;
+    Decode(row, col, count, codes);
+    if (correction_ == nullptr) {
+        FromCodes(codes, block);
+        return;
+    }
+    correction_->ConvertCodes(codes, count, block);
+    SaturateBlock<uint16_t>(block);
+}
+
+void LinearSource::LoadCodes(int32_t row, int32_t col, int32_t count, CodeBlock& codes) const
+{
+    Decode(row, col, count, codes);
     if (correction_ != nullptr) {
-        correction_->ConvertBlock(block, count, 3);
-        SaturateBlock<uint16_t>(block);
+        PixelBlock block;
+        correction_->ConvertCodes(codes, count, block);
+        ToCodes(block, codes);
     }
 }
 

@@ -26,12 +26,15 @@ public:
     /// @param correction  applied to the linear pixels; may be null.
     LinearSource(const Matrix& image, const QVA_SOURCE_ENCODING& encoding,
                  const ImageConverterInterface* correction);
-    int32_t Rows() const override { return pixels_.Rows(); }
-    int32_t Cols() const override { return pixels_.Cols(); }
+    int32_t Rows() const override { return image_.rows; }
+    int32_t Cols() const override { return image_.cols; }
     void Load(int32_t row, int32_t col, int32_t count, PixelBlock& block) const override;
+    void LoadCodes(int32_t row, int32_t col, int32_t count, CodeBlock& codes) const override;
 
 private:
-    MatrixSource<uint16_t> pixels_;
+    void Decode(int32_t row, int32_t col, int32_t count, CodeBlock& codes) const;
+
+    const Matrix& image_;
     Vector<uint16_t> map_;
     const ImageConverterInterface* correction_;
 };

@@ -16,6 +16,13 @@ void ImageConverterInterface::ConvertBlock(PixelBlock& block, int32_t count, siz
     }
 }
 
+void ImageConverterInterface::ConvertCodes(const CodeBlock& codes, int32_t count,
+                                           PixelBlock& block) const
+{
+    FromCodes(codes, block);
+    ConvertBlock(block, count, 3);
+}
+
 void ImageConverter::EnsureDepth(const Matrix& src)
 {
     const int32_t depth = DepthOf(src.type);

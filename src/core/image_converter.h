@@ -23,6 +23,9 @@ public:
     /// The first `count` pixels of a block, in place; the same results as the single-pixel call.
     /// An override may process the lanes behind `count` too.
     virtual void ConvertBlock(PixelBlock& block, int32_t count, size_t channels) const;
+
+    /// The same for three-channel pixels that are 16-bit codes, into `block`.
+    virtual void ConvertCodes(const CodeBlock& codes, int32_t count, PixelBlock& block) const;
 };
 
 /// Runs function objects over images: each pixel's channels are widened to double, converted, and

@@ -24,6 +24,17 @@ LUMO_SCALAR void LookUpCodes(const uint16_t* table, const int32_t* index, int32_
     }
 }
 
+LUMO_SCALAR void LookUpPixels(const uint16_t* table, const uint16_t* pixels, int32_t count,
+                              int32_t* r, int32_t* g, int32_t* b)
+{
+    LUMO_UNROLL
+    for (int32_t i = 0; i < count; ++i) {
+        r[i] = table[pixels[3 * i]];
+        g[i] = table[pixels[3 * i + 1]];
+        b[i] = table[pixels[3 * i + 2]];
+    }
+}
+
 LUMO_SCALAR void LookUpCodePairs(const uint16_t* table, const int32_t* index, int32_t count,
                                  uint32_t* pairs)
 {

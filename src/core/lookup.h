@@ -10,6 +10,9 @@ namespace lumo {
 
 /// out[i] = table[index[i]].
 void LookUpCodes(const uint16_t* table, const int32_t* index, int32_t count, int32_t* out);
+/// The three channels of `count` interleaved pixels, each looked up into an array of its own.
+void LookUpPixels(const uint16_t* table, const uint16_t* pixels, int32_t count, int32_t* r,
+                  int32_t* g, int32_t* b);
 void LookUpFloats(const float* table, const uint16_t* index, int32_t count, float* out);
 
 /// pairs[i] = table[index[i]] + 65536 table[index[i] + 1], on a little-endian machine.

@@ -53,19 +53,30 @@ LUMO_CLONES void Truncate16(double* values)
     }
 }
 
-LUMO_CLONES void ToIndices(const double* values, int32_t* index)
+LUMO_CLONES void SaturateCodes(const double* values, int32_t* code)
 {
     LUMO_SIMD
     for (int32_t i = 0; i < 3 * blockSize; ++i) {
-        index[i] = SaturateCode(values[i], 65535.0);
+        code[i] = SaturateCode(values[i], 65535.0);
     }
 }
 
-LUMO_CLONES void FromCodes(const int32_t* code, double* values)
+LUMO_CLONES void WidenCodes(const int32_t* code, double* values)
 {
     LUMO_SIMD
     for (int32_t i = 0; i < 3 * blockSize; ++i) {
         values[i] = code[i];
+    }
+}
+
+LUMO_CLONES void StoreCodes16(const int32_t* r, const int32_t* g, const int32_t* b,
+                              uint16_t* pixels)
+{
+    LUMO_SIMD
+    for (int32_t i = 0; i < blockSize; ++i) {
+        pixels[3 * i] = static_cast<uint16_t>(r[i]);
+        pixels[3 * i + 1] = static_cast<uint16_t>(g[i]);
+        pixels[3 * i + 2] = static_cast<uint16_t>(b[i]);
     }
 }
 
@@ -170,13 +181,48 @@ void SaturateBlock(PixelBlock& block)
     }
 }
 
+void ToCodes(const PixelBlock& block, CodeBlock& codes)
+{
+    kernels::SaturateCodes(block.channel[0], codes.channel[0]);
+}
+
+void FromCodes(const CodeBlock& codes, PixelBlock& block)
+{
+    kernels::WidenCodes(codes.channel[0], block.channel[0]);
+}
+
+void MapCodes(const uint16_t* table, const CodeBlock& codes, CodeBlock& mapped)
+{
+    LookUpCodes(table, codes.channel[0], 3 * blockSize, mapped.channel[0]);
+}
+
+void LoadMapped(const uint16_t* table, const uint16_t* pixels, int32_t count, CodeBlock& codes)
+{
+    LookUpPixels(table, pixels, count, codes.channel[0], codes.channel[1], codes.channel[2]);
+    for (auto& plane : codes.channel) {
+        std::fill(plane + count, plane + blockSize, 0);
+    }
+}
+
+void StoreCodes(const CodeBlock& codes, int32_t count, uint16_t* pixels)
+{
+    if (count == blockSize) {
+        kernels::StoreCodes16(codes.channel[0], codes.channel[1], codes.channel[2], pixels);
+        return;
+    }
+    for (int32_t i = 0; i < count; ++i) {
+        for (int32_t c = 0; c < 3; ++c) {
+            pixels[3 * i + c] = static_cast<uint16_t>(codes.channel[c][i]);
+        }
+    }
+}
+
 void MapBlock(const uint16_t* table, PixelBlock& block)
 {
-    alignas(64) int32_t index[3 * blockSize];
-    alignas(64) int32_t mapped[3 * blockSize];
-    kernels::ToIndices(block.channel[0], index);
-    LookUpCodes(table, index, 3 * blockSize, mapped);
-    kernels::FromCodes(mapped, block.channel[0]);
+    CodeBlock codes;
+    ToCodes(block, codes);
+    MapCodes(table, codes, codes);
+    FromCodes(codes, block);
 }
 
 void MultiplyBlock(const double* m, PixelBlock& block)

@@ -14,6 +14,12 @@ struct PixelBlock {
     alignas(64) double channel[3][blockSize] = {};
 };
 
+/// The same for 16-bit codes, which stay integers: stages of 16-bit images meet in them. Lanes
+/// behind the last pixel hold any codes.
+struct CodeBlock {
+    alignas(64) int32_t channel[3][blockSize];
+};
+
 /// Widens `count` interleaved pixels of 1 or 3 channels.
 template <typename T>
 void LoadPixels(const T* pixels, int32_t count, int32_t channels, PixelBlock& block);
@@ -34,6 +40,21 @@ void StorePlane(const double* values, int32_t count, T* plane);
 /// that share a pass.
 template <typename T>
 void SaturateBlock(PixelBlock& block);
+
+/// The codes that a store of the block into 16 bits would leave.
+void ToCodes(const PixelBlock& block, CodeBlock& codes);
+
+/// Widens all lanes.
+void FromCodes(const CodeBlock& codes, PixelBlock& block);
+
+/// mapped = table[code] in all lanes; `mapped` may be `codes`. @param table 65,536 entries.
+void MapCodes(const uint16_t* table, const CodeBlock& codes, CodeBlock& mapped);
+
+/// table[code] of `count` interleaved pixels of three channels.
+void LoadMapped(const uint16_t* table, const uint16_t* pixels, int32_t count, CodeBlock& codes);
+
+/// Stores `count` interleaved pixels of three channels.
+void StoreCodes(const CodeBlock& codes, int32_t count, uint16_t* pixels);
 
 /// A block whose three channels become table[code]; the values are saturated to 16 bits first.
 void MapBlock(const uint16_t* table, PixelBlock& block);

@@ -6,6 +6,7 @@
 #include "core/pixel_block.h"
 
 #include <cstdint>
+#include <type_traits>
 
 namespace lumo {
 
@@ -17,6 +18,13 @@ public:
     virtual int32_t Cols() const = 0;
     /// Loads pixels (row, col ... col + count - 1), count up to blockSize.
     virtual void Load(int32_t row, int32_t col, int32_t count, PixelBlock& block) const = 0;
+    /// The same as 16-bit codes, saturated.
+    virtual void LoadCodes(int32_t row, int32_t col, int32_t count, CodeBlock& codes) const
+    {
+        PixelBlock block;
+        Load(row, col, count, block);
+        ToCodes(block, codes);
+    }
 };
 
 /// Takes three-channel pixels by blocks, from any thread, each pixel once. Values arrive as they
@@ -25,6 +33,13 @@ class PixelSink {
 public:
     virtual ~PixelSink() = default;
     virtual void Store(int32_t row, int32_t col, int32_t count, PixelBlock& block) = 0;
+    /// Takes pixels that are 16-bit codes. It may use `codes` and `scratch` as scratch.
+    virtual void StoreCodes(int32_t row, int32_t col, int32_t count, CodeBlock& codes,
+                            PixelBlock& scratch)
+    {
+        FromCodes(codes, scratch);
+        Store(row, col, count, scratch);
+    }
 };
 
 /// The pixels of an image of T, three channels.
@@ -53,6 +68,15 @@ public:
     void Store(int32_t row, int32_t col, int32_t count, PixelBlock& block) override
     {
         StorePixels(block, count, 3, RowOf<T>(image_, row) + int64_t{3} * col);
+    }
+    void StoreCodes(int32_t row, int32_t col, int32_t count, CodeBlock& codes,
+                    PixelBlock& scratch) override
+    {
+        if constexpr (std::is_same_v<T, uint16_t>) {
+            lumo::StoreCodes(codes, count, RowOf<T>(image_, row) + int64_t{3} * col);
+        } else {
+            PixelSink::StoreCodes(row, col, count, codes, scratch);
+        }
     }
 
 private:

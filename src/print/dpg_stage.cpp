@@ -121,41 +121,69 @@ DpgStage<T>::DpgStage(const Dpg& dpg, int32_t rows, int32_t cols, WorkPlanes& pl
 }
 
 template <typename T>
-void DpgStage<T>::Decode(PixelBlock& block) const
+void DpgStage<T>::StorePredicted(int32_t row, int32_t col, int32_t count, const PixelBlock& printed)
 {
-    if constexpr (std::is_same_v<T, uint16_t>) {
-        MapBlock(tables_->decodingMap.data, block);
-    } else {
-        EvaluateAll(tables_->decoding.table, block);
-        SaturateBlock<T>(block);
-    }
+    double intensity[blockSize];
+    tables_->predicted.IntensityBlock(printed, intensity);
+    StorePlane(intensity, count, RowOf<T>(planes_.second, row) + col);
 }
 
 template <typename T>
-void DpgStage<T>::Encode(PixelBlock& block) const
+void DpgStage<T>::StoreWork(int32_t row, int32_t col, int32_t count, PixelBlock& linear)
 {
-    if constexpr (std::is_same_v<T, uint16_t>) {
-        MapBlock(tables_->encodingMap.data, block);
-    } else {
-        SaturateBlock<T>(block);
-        EvaluateAll(tables_->encoding.table, block);
-    }
+    tables_->toWork.ConvertBlock(linear, count, 3);
+    StorePlane(linear.channel[0], count, RowOf<T>(planes_.intensity, row) + col);
+    StorePlane(linear.channel[1], count, RowOf<T>(planes_.chroma1, row) + col);
+    StorePlane(linear.channel[2], count, RowOf<T>(planes_.chroma2, row) + col);
 }
 
 template <typename T>
 void DpgStage<T>::Store(int32_t row, int32_t col, int32_t count, PixelBlock& block)
 {
-    SaturateBlock<T>(block);
-    PixelBlock printed = block;
-    dpg_.params.printLut.object->ConvertBlock(printed, count, 3);
-    double intensity[blockSize];
-    tables_->predicted.IntensityBlock(printed, intensity);
-    StorePlane(intensity, count, RowOf<T>(planes_.second, row) + col);
-    Decode(block);
-    tables_->toWork.ConvertBlock(block, count, 3);
-    StorePlane(block.channel[0], count, RowOf<T>(planes_.intensity, row) + col);
-    StorePlane(block.channel[1], count, RowOf<T>(planes_.chroma1, row) + col);
-    StorePlane(block.channel[2], count, RowOf<T>(planes_.chroma2, row) + col);
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        CodeBlock codes;
+        ToCodes(block, codes);
+        StoreCodes(row, col, count, codes, block);
+    } else {
+        SaturateBlock<T>(block);
+        PixelBlock printed = block;
+        dpg_.params.printLut.object->ConvertBlock(printed, count, 3);
+        StorePredicted(row, col, count, printed);
+        EvaluateAll(tables_->decoding.table, block);
+        SaturateBlock<T>(block);
+        StoreWork(row, col, count, block);
+    }
+}
+
+template <typename T>
+void DpgStage<T>::StoreCodes(int32_t row, int32_t col, int32_t count, CodeBlock& codes,
+                             PixelBlock& scratch)
+{
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        dpg_.params.printLut.object->ConvertCodes(codes, count, scratch);
+        StorePredicted(row, col, count, scratch);
+        MapCodes(tables_->decodingMap.data, codes, codes);
+        FromCodes(codes, scratch);
+        StoreWork(row, col, count, scratch);
+    } else {
+        PixelSink::StoreCodes(row, col, count, codes, scratch);
+    }
+}
+
+template <typename T>
+void DpgStage<T>::Send(int32_t row, int32_t col, int32_t count, PixelBlock& block,
+                       PixelSink& sink) const
+{
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        CodeBlock codes;
+        ToCodes(block, codes);
+        MapCodes(tables_->encodingMap.data, codes, codes);
+        sink.StoreCodes(row, col, count, codes, block);
+    } else {
+        SaturateBlock<T>(block);
+        EvaluateAll(tables_->encoding.table, block);
+        sink.Store(row, col, count, block);
+    }
 }
 
 template <typename T>
@@ -218,8 +246,7 @@ void DpgStage<T>::DrainGroup(int32_t first, int32_t rowCount, DrainScratch& scra
             LoadPlane(RowOf<T>(planes_.chroma2, row) + col, count, block.channel[2]);
             SaturateBlock<T>(block);
             tables_->fromWork.ConvertBlock(block, count, 3);
-            Encode(block);
-            sink.Store(row, col, count, block);
+            Send(row, col, count, block, sink);
         }
     }
 }

@@ -41,6 +41,8 @@ public:
 
     /// Takes pixels of the encoded image.
     void Store(int32_t row, int32_t col, int32_t count, PixelBlock& block) override;
+    void StoreCodes(int32_t row, int32_t col, int32_t count, CodeBlock& codes,
+                    PixelBlock& scratch) override;
 
     /// Smooths, combines and sends the result on, once every pixel has been taken.
     void Drain(PixelSink& sink);
@@ -50,8 +52,9 @@ private:
     void DrainGroup(int32_t first, int32_t count, DrainScratch& scratch, PixelSink& sink) const;
     void CombineBlock(const T* i, const T* b1, const T* p, const T* b2, int32_t count,
                       double* r) const;
-    void Decode(PixelBlock& block) const;
-    void Encode(PixelBlock& block) const;
+    void StorePredicted(int32_t row, int32_t col, int32_t count, const PixelBlock& printed);
+    void StoreWork(int32_t row, int32_t col, int32_t count, PixelBlock& linear);
+    void Send(int32_t row, int32_t col, int32_t count, PixelBlock& block, PixelSink& sink) const;
 
     const Dpg& dpg_;
     WorkPlanes& planes_;

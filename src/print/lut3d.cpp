@@ -30,6 +30,11 @@ void Lut3D::ConvertBlock(PixelBlock& block, int32_t count, size_t channels) cons
     interpolation.ConvertBlock(block, count, channels);
 }
 
+void Lut3D::ConvertCodes(const CodeBlock& codes, int32_t count, PixelBlock& block) const
+{
+    interpolation.ConvertCodes(codes, count, block);
+}
+
 void Lut3D::Initialize(const Vector<double>& lut, size_t numGrid, double maxValue)
 {
     interpolation.Initialize(lut, numGrid, maxValue);

@@ -18,6 +18,7 @@ public:
 
     void operator()(const double* in, double* out, size_t channels) const override;
     void ConvertBlock(PixelBlock& block, int32_t count, size_t channels) const override;
+    void ConvertCodes(const CodeBlock& codes, int32_t count, PixelBlock& block) const override;
 
     /// As Tetrahedralinterpolation::Initialize.
     virtual void Initialize(const Vector<double>& lut, size_t numGrid, double maxValue);

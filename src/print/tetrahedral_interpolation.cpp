@@ -31,12 +31,6 @@ struct Grid {
     int32_t strideJ;
 };
 
-// Where the pixels of a block lie: nodes (in units of padded values) and their weights.
-struct Cells {
-    int32_t node[4][blockSize];
-    double weight[4][blockSize];
-};
-
 struct AxisCell {
     int32_t lower;
     int32_t step; // 1, or 0 past the last node
@@ -59,7 +53,7 @@ LUMO_INLINE AxisCell Locate(const Grid& grid, double value)
 // The nodes are reached along the axes in the order of falling fractions. Among equal fractions any
 // order will do: the node in between weighs 0.
 LUMO_CLONES void LocateCells(const Grid* gridIn, const double* x, const double* y, const double* z,
-                             Cells* cells)
+                             GridCells* cells)
 {
     const Grid grid = *gridIn;
     LUMO_SIMD
@@ -100,7 +94,8 @@ LUMO_CLONES void LocateCells(const Grid* gridIn, const double* x, const double* 
 
 using Node = double __attribute__((vector_size(4 * sizeof(double))));
 
-LUMO_CLONES void MixNodes(const double* nodes, const Cells* cells, double* x, double* y, double* z)
+LUMO_CLONES void MixNodes(const double* nodes, const GridCells* cells, double* x, double* y,
+                          double* z)
 {
     for (int32_t i = 0; i < blockSize; ++i) {
         Node n[4];
@@ -137,6 +132,12 @@ void Tetrahedralinterpolation::Initialize(const Vector<double>& table, uint64_t 
     strideJ = numGrid;
     BuildTables(maxInt, step);
     PadNodes();
+    if (maxValue == 65535.0) {
+        codeGrid_.Build(step, cellWidth[numGrid - 2], numGrid, static_cast<int32_t>(strideI * 4),
+                        static_cast<int32_t>(strideJ * 4));
+    } else {
+        codeGrid_ = CodeGrid();
+    }
 }
 
 void Tetrahedralinterpolation::BuildTables(uint64_t maxInt, uint64_t step)
@@ -209,8 +210,21 @@ void Tetrahedralinterpolation::ConvertBlock(PixelBlock& block, int32_t, size_t) 
     grid.lastNode = static_cast<int32_t>(numGrid - 1);
     grid.strideI = static_cast<int32_t>(strideI * 4);
     grid.strideJ = static_cast<int32_t>(strideJ * 4);
-    kernels::Cells cells;
+    GridCells cells;
     kernels::LocateCells(&grid, block.channel[0], block.channel[1], block.channel[2], &cells);
+    kernels::MixNodes(nodes_.data, &cells, block.channel[0], block.channel[1], block.channel[2]);
+}
+
+void Tetrahedralinterpolation::ConvertCodes(const CodeBlock& codes, int32_t count,
+                                            PixelBlock& block) const
+{
+    if (!codeGrid_.IsUsable()) {
+        FromCodes(codes, block);
+        ConvertBlock(block, count, 3);
+        return;
+    }
+    GridCells cells;
+    codeGrid_.Locate(codes, cells);
     kernels::MixNodes(nodes_.data, &cells, block.channel[0], block.channel[1], block.channel[2]);
 }
 

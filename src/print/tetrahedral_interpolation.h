@@ -3,6 +3,7 @@
 
 #include "core/pixel_block.h"
 #include "core/vector.h"
+#include "print/code_grid.h"
 
 #include <cstdint>
 
@@ -21,6 +22,8 @@ public:
     void operator()(const double* in, double* out) const;
     /// All lanes of a block.
     void ConvertBlock(PixelBlock& block, int32_t count, size_t channels) const;
+    /// The same for pixels that are 16-bit codes, into `block`.
+    void ConvertCodes(const CodeBlock& codes, int32_t count, PixelBlock& block) const;
 
     Vector<double> lut;
     Vector<uint64_t> cellIndex;    ///< cell of every integer input
@@ -35,6 +38,7 @@ private:
     void BuildTables(uint64_t maxInt, uint64_t step);
     void PadNodes();
 
+    CodeGrid codeGrid_;
     Vector<double> nodes_; // the table with four values a node, so that one load takes a node
 };
 

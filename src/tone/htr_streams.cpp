@@ -59,6 +59,26 @@ Matrix Merge(const Matrix& first, const Matrix& second, const Matrix& third)
     return merged;
 }
 
+// Linear pixels after the colour correction, as a store into T leaves them.
+template <typename T>
+void LoadCorrected(const PixelSource& source, const ImageConverterInterface* correction,
+                   int32_t row, int32_t col, int32_t count, PixelBlock& block)
+{
+    if (correction == nullptr) {
+        source.Load(row, col, count, block);
+        return;
+    }
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        CodeBlock codes;
+        source.LoadCodes(row, col, count, codes);
+        correction->ConvertCodes(codes, count, block);
+    } else {
+        source.Load(row, col, count, block);
+        correction->ConvertBlock(block, count, 3);
+    }
+    SaturateBlock<T>(block);
+}
+
 } // namespace
 
 template <typename T>
@@ -77,11 +97,7 @@ void Htr::ToPlanes(const PixelSource& source, const ImageConverterInterface* cor
         for (auto row = static_cast<int32_t>(first); row < last; ++row) {
             for (int32_t col = 0; col < cols; col += blockSize) {
                 const int32_t count = std::min(blockSize, cols - col);
-                source.Load(row, col, count, block);
-                if (correction != nullptr) {
-                    correction->ConvertBlock(block, count, 3);
-                    SaturateBlock<T>(block);
-                }
+                LoadCorrected<T>(source, correction, row, col, count, block);
                 converter->ConvertBlock(block, count, 3);
                 for (int c = 0; c < 3; ++c) {
                     StorePlane(block.channel[c], count, RowOf<T>(*targets[c], row) + col);

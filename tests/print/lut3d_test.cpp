@@ -65,6 +65,36 @@ TEST(Lut3D, BlocksEqualPixels)
     }
 }
 
+// Every code on one axis, ties and the ends of cells on the others.
+TEST(Lut3D, CodesEqualPixels)
+{
+    std::mt19937 random(5);
+    for (const uint64_t n : {5, 15, 16, 17}) {
+        const Lut3D table = PowerTable(n, 65535.0);
+        CodeBlock codes = {};
+        PixelBlock block;
+        for (int32_t code = 0; code < 65536; code += blockSize) {
+            for (int32_t i = 0; i < blockSize; ++i) {
+                const auto cell = static_cast<int32_t>(65536 / (n - 1));
+                const auto edge = static_cast<int32_t>(random() % n) * cell;
+                codes.channel[random() % 3][i] = std::min(edge + (code + i) % cell, 65535);
+                codes.channel[random() % 3][i] = std::clamp(edge - i % 2, 0, 65535);
+                codes.channel[code / blockSize % 3][i] = code + i;
+            }
+            table.ConvertCodes(codes, blockSize, block);
+            for (int32_t i = 0; i < blockSize; ++i) {
+                const double in[3] = {1.0 * codes.channel[0][i], 1.0 * codes.channel[1][i],
+                                      1.0 * codes.channel[2][i]};
+                double out[3];
+                table(in, out, 3);
+                for (int c = 0; c < 3; ++c) {
+                    ASSERT_EQ(out[c], block.channel[c][i]) << n << ": " << code + i;
+                }
+            }
+        }
+    }
+}
+
 TEST(Lut3D, RefusesTooFewNodesShortRangesAndGreyImages)
 {
     const char* few = "Error in Tetrahedralinterpolation::Initialize(), numGrid must be greater "
