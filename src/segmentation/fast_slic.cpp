@@ -6,6 +6,7 @@
 #include "segmentation/slic_clusters.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace lumo {
 namespace {
@@ -54,17 +55,42 @@ int FastSlic::operator()(const Matrix& src, int numLabelsPreDefined, Matrix& lab
 
 int FastSlic::Segment(const SlicPlanes& planes, int32_t numLabelsPreDefined, Matrix& labels) const
 {
-    EnsureRequest(numLabelsPreDefined);
-    ClearLabels(planes.rows, planes.cols, labels);
-    if (numLabelsPreDefined < 2) {
-        return 1;
+    Matrix* const target = &labels;
+    int32_t result = 0;
+    Segment(planes, &numLabelsPreDefined, 1, &target, &result);
+    return result;
+}
+
+void FastSlic::Segment(const SlicPlanes& planes, const int32_t* request, int32_t count,
+                       Matrix* const* labels, int32_t* result) const
+{
+    std::unique_ptr<SlicClusters> clusters[slicLanes];
+    SlicClusters* running[slicLanes] = {};
+    Matrix* target[slicLanes] = {};
+    int32_t number[slicLanes] = {}; // of the runs that have clusters
+    int32_t lanes = 0;
+    for (int32_t i = 0; i < count; ++i) {
+        EnsureRequest(request[i]);
+        ClearLabels(planes.rows, planes.cols, *labels[i]);
+        result[i] = 1;
+        if (request[i] >= 2) {
+            clusters[i] = std::make_unique<SlicClusters>(planes, request[i]);
+        }
+        if (clusters[i] != nullptr && clusters[i]->Count() > 0) {
+            running[lanes] = clusters[i].get();
+            target[lanes] = labels[i];
+            number[lanes++] = i;
+        }
     }
-    SlicClusters clusters(planes, numLabelsPreDefined);
-    if (clusters.Count() == 0) {
-        return 1;
+    if (lanes == 0) {
+        return;
     }
-    clusters.Run(compactness_, numIterations_, labels);
-    return NumberRegions(labels, (planes.PixelCount() / numLabelsPreDefined) >> 2);
+    SlicClusters::Run(running, target, lanes, compactness_, numIterations_);
+    for (int32_t l = 0; l < lanes; ++l) {
+        const int32_t i = number[l];
+        clusters[i].reset();
+        result[i] = NumberRegions(*labels[i], (planes.PixelCount() / request[i]) >> 2);
+    }
 }
 
 } // namespace lumo

@@ -33,6 +33,11 @@ public:
     /// The same over planes that several runs share.
     int Segment(const SlicPlanes& planes, int32_t numLabelsPreDefined, Matrix& labels) const;
 
+    /// Several runs side by side, which costs less than one after the other.
+    /// @param count     1 ... slicLanes runs; run i has request[i], labels[i] and result[i].
+    void Segment(const SlicPlanes& planes, const int32_t* request, int32_t count,
+                 Matrix* const* labels, int32_t* result) const;
+
     /// The checks of the call, in its order.
     static void EnsureRequest(int32_t numLabelsPreDefined);
     static void EnsureImage(const Matrix& src);

@@ -68,9 +68,16 @@ int SegmentEvaluater::CalculateOptimalSegmentsNumber(const Matrix& src, const Ma
     Vector<int> counts(candidates, 1);
     VectorC<Matrix_t<int>> labels(candidates);
     const SlicPlanes planes(src);
-    ParallelFor(0, static_cast<int64_t>(candidates), [&](int32_t i) {
-        counts[i] = slic_.Segment(planes, numSegmentsSet[i], labels[i]);
-        scores[i] = Score<T>(image, labels[i], counts[i], alpha_);
+    Matrix* target[candidatesMax] = {};
+    for (uint64_t i = 0; i < candidates; ++i) {
+        target[i] = &labels[i];
+    }
+    ParallelRanges(0, static_cast<int64_t>(candidates), [&](int64_t first, int64_t last) {
+        slic_.Segment(planes, numSegmentsSet.data + first, static_cast<int32_t>(last - first),
+                      target + first, counts.data + first);
+        for (int64_t i = first; i < last; ++i) {
+            scores[i] = Score<T>(image, labels[i], counts[i], alpha_);
+        }
     });
     const uint64_t chosen = FirstBest(scores);
     optimalSegmentsNumber_ = counts[chosen];

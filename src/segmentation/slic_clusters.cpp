@@ -130,45 +130,77 @@ void SlicClusters::MoveToLowEdges()
     }
 }
 
-void SlicClusters::Run(double compactness, int32_t iterations, Matrix& labels)
+void SlicClusters::Prepare(double compactness)
 {
     const double share = static_cast<double>(planes_.PixelCount()) / requested_;
     const auto step = static_cast<int32_t>(std::sqrt(share) + 2.0);
-    const auto radius = static_cast<float>(step >= 10 ? step : static_cast<int32_t>(step * 1.5));
-    const auto weight = static_cast<float>(1.0 / static_cast<double>(int64_t{step} * step));
-    largest_ = Vector<float>(count_, static_cast<float>(compactness * compactness));
-    largest_.CopyTo(nextLargest_);
+    radius_ = static_cast<float>(step >= 10 ? step : static_cast<int32_t>(step * 1.5));
+    weight_ = static_cast<float>(1.0 / static_cast<double>(int64_t{step} * step));
+    const auto first = static_cast<float>(compactness * compactness);
+    largest_ = Vector<float>(count_, first);
+    nextLargest_ = Vector<SlicLargest>(count_);
+    for (uint64_t k = 0; k < count_; ++k) {
+        std::fill_n(nextLargest_[k].value, slicLanes, first);
+    }
     window_ = Vector<Window>(count_);
-    sums_ = Vector<Sums>(count_);
+    sums_ = Vector<SlicSums>(count_);
     colourDistance_ = Vector<float>(static_cast<uint64_t>(planes_.PixelCount()), largestFloat);
     best_ = Vector<float>(static_cast<uint64_t>(planes_.cols));
+}
+
+void SlicClusters::Run(SlicClusters* const* clusters, Matrix* const* labels, int32_t count,
+                       double compactness, int32_t iterations)
+{
+    const SlicPlanes& planes = clusters[0]->planes_;
+    Vector<uint8_t> scratch(SlicScratchSize(planes.cols));
+    std::for_each(clusters, clusters + count, [&](SlicClusters* k) { k->Prepare(compactness); });
     for (int32_t i = 0; i < iterations; ++i) {
-        SetWindows(radius);
-        std::fill(sums_.data, sums_.data + count_, Sums{});
-        for (int32_t y = 0; y < planes_.rows; ++y) {
-            auto* label = RowOf<int32_t>(labels, y);
-            AssignRow(y, weight, label);
-            GatherRow(y, label);
+        std::for_each(clusters, clusters + count, [](SlicClusters* k) { k->BeginIteration(); });
+        for (int32_t y = 0; y < planes.rows; ++y) {
+            const int64_t start = static_cast<int64_t>(y) * planes.cols;
+            const float* row[3] = {planes.channel[0].data + start, planes.channel[1].data + start,
+                                   planes.channel[2].data + start};
+            SlicLane lanes[slicLanes];
+            for (int32_t l = 0; l < count; ++l) {
+                auto* label = RowOf<int32_t>(*labels[l], y);
+                clusters[l]->AssignRow(y, label);
+                lanes[l] = clusters[l]->Lane(y, label);
+            }
+            AddSlicRow(lanes, count, row, planes.cols, y, scratch.data);
         }
-        std::copy(nextLargest_.data, nextLargest_.data + count_, largest_.data);
-        MoveToMeans();
+        std::for_each(clusters, clusters + count, [](SlicClusters* k) { k->EndIteration(); });
     }
 }
 
-void SlicClusters::SetWindows(float radius)
+void SlicClusters::BeginIteration()
+{
+    SetWindows();
+    std::fill(sums_.data, sums_.data + count_, SlicSums{});
+}
+
+void SlicClusters::EndIteration()
+{
+    for (uint64_t k = 0; k < count_; ++k) {
+        const float* value = nextLargest_[k].value;
+        largest_[k] = *std::max_element(value, value + slicLanes);
+    }
+    MoveToMeans();
+}
+
+void SlicClusters::SetWindows()
 {
     const auto right = static_cast<float>(planes_.cols - 1);
     const auto bottom = static_cast<float>(planes_.rows - 1);
     for (uint64_t k = 0; k < count_; ++k) {
-        window_[k].x1 = static_cast<int32_t>(std::max(x_[k] - radius, 0.0f));
-        window_[k].x2 = static_cast<int32_t>(std::min(x_[k] + radius, right));
-        window_[k].y1 = static_cast<int32_t>(std::max(y_[k] - radius, 0.0f));
-        window_[k].y2 = static_cast<int32_t>(std::min(y_[k] + radius, bottom));
+        window_[k].x1 = static_cast<int32_t>(std::max(x_[k] - radius_, 0.0f));
+        window_[k].x2 = static_cast<int32_t>(std::min(x_[k] + radius_, right));
+        window_[k].y1 = static_cast<int32_t>(std::max(y_[k] - radius_, 0.0f));
+        window_[k].y2 = static_cast<int32_t>(std::min(y_[k] + radius_, bottom));
     }
 }
 
 // Rows are independent, so all centres of one row can be tried while the row is in cache.
-void SlicClusters::AssignRow(int32_t y, float weight, int32_t* label)
+void SlicClusters::AssignRow(int32_t y, int32_t* label)
 {
     const int64_t start = static_cast<int64_t>(y) * planes_.cols;
     std::fill(best_.data, best_.data + planes_.cols, largestFloat);
@@ -182,43 +214,21 @@ void SlicClusters::AssignRow(int32_t y, float weight, int32_t* label)
         }
         const kernels::SlicCentre centre = {
             c_[0][k], c_[1][k],    c_[2][k], x_[k],
-            y_[k],    largest_[k], weight,   static_cast<int32_t>(k)};
+            y_[k],    largest_[k], weight_,  static_cast<int32_t>(k)};
         kernels::AssignPixels(&centre, &row, window.x1, window.x2, static_cast<float>(y));
     }
 }
 
-// Takes a row into the largest distances and the sums: float sums, pixel after pixel.
-void SlicClusters::GatherRow(int32_t y, const int32_t* label)
+SlicLane SlicClusters::Lane(int32_t y, const int32_t* label)
 {
     const int64_t start = static_cast<int64_t>(y) * planes_.cols;
-    const float* p0 = planes_.channel[0].data + start;
-    const float* p1 = planes_.channel[1].data + start;
-    const float* p2 = planes_.channel[2].data + start;
-    const float* colour = colourDistance_.data + start;
-    const auto row = static_cast<float>(y);
-    for (int32_t x = 0; x < planes_.cols;) {
-        const int32_t k = label[x];
-        const int32_t first = x;
-        Sums sums = sums_[k];
-        float largest = nextLargest_[k];
-        for (; x < planes_.cols && label[x] == k; ++x) {
-            largest = colour[x] > largest ? colour[x] : largest;
-            sums.c[0] += p0[x];
-            sums.c[1] += p1[x];
-            sums.c[2] += p2[x];
-            sums.x += static_cast<float>(x);
-            sums.y += row;
-        }
-        sums.count += x - first;
-        sums_[k] = sums;
-        nextLargest_[k] = largest;
-    }
+    return {label, colourDistance_.data + start, sums_.data, nextLargest_.data};
 }
 
 void SlicClusters::MoveToMeans()
 {
     for (uint64_t k = 0; k < count_; ++k) {
-        const Sums& sums = sums_[k];
+        const SlicSums& sums = sums_[k];
         const float f = sums.count < 1 ? 1.0f : static_cast<float>(1.0 / sums.count);
         for (int c = 0; c < 3; ++c) {
             c_[c][k] = f * sums.c[c];

@@ -4,6 +4,7 @@
 #include "core/matrix.h"
 #include "core/vector.h"
 #include "segmentation/slic_planes.h"
+#include "segmentation/slic_sums.h"
 
 namespace lumo {
 
@@ -16,10 +17,11 @@ public:
     /// @param requested  2 ... 5000 clusters wanted; the grid decides how many there are.
     SlicClusters(const SlicPlanes& planes, int32_t requested);
 
-    /// Runs the iterations.
+    /// Runs the iterations of 1 ... slicLanes runs over the same planes, row by row side by side.
     /// @param compactness  root of every cluster's first largest colour distance.
-    /// @param labels       D32S of the image's size, 0 at the start; receives cluster numbers.
-    void Run(double compactness, int32_t iterations, Matrix& labels);
+    /// @param labels       each D32S of the image's size, 0 at the start; receive cluster numbers.
+    static void Run(SlicClusters* const* clusters, Matrix* const* labels, int32_t count,
+                    double compactness, int32_t iterations);
 
     uint64_t Count() const { return count_; }
 
@@ -30,31 +32,30 @@ private:
         int32_t y1;
         int32_t y2;
     };
-    struct Sums {
-        float c[3];
-        float x;
-        float y;
-        int32_t count;
-    };
 
     void PlaceOnGrid();
     void MoveToLowEdges();
     void TakeColours(uint64_t k, int64_t pixel);
-    void SetWindows(float radius);
-    void AssignRow(int32_t y, float weight, int32_t* label);
-    void GatherRow(int32_t y, const int32_t* label);
+    void Prepare(double compactness);
+    void BeginIteration();
+    void SetWindows();
+    void AssignRow(int32_t y, int32_t* label);
+    SlicLane Lane(int32_t y, const int32_t* label);
+    void EndIteration();
     void MoveToMeans();
 
     const SlicPlanes& planes_;
     int32_t requested_;
     uint64_t count_ = 0;
+    float radius_ = 0.0f;
+    float weight_ = 0.0f; // of the squared distance in the plane
     Vector<float> c_[3];
     Vector<float> x_;
     Vector<float> y_;
-    Vector<float> largest_;     // the largest colour distances that this iteration divides by
-    Vector<float> nextLargest_; // those that the next one will
+    Vector<float> largest_;           // the largest colour distances that this iteration divides by
+    Vector<SlicLargest> nextLargest_; // those that the next one will
     Vector<Window> window_;
-    Vector<Sums> sums_;
+    Vector<SlicSums> sums_;
     Vector<float> colourDistance_;
     Vector<float> best_; // of one row
 };
