@@ -3,8 +3,8 @@
 namespace lumo {
 namespace {
 
-// A luminance range without width gives codes outside every integer; those become 0, and the
-// luminances fail their own checks.
+// A narrow luminance range gives codes outside every integer; those become 0, as does that of a
+// range without width. The luminances fail their own checks.
 uint32_t TruncateCode(float code)
 {
     constexpr float limit = 9.0e18f;
@@ -20,8 +20,8 @@ QVA_SOURCE_ENCODING MakeSourceEncoding(const QVA_SOURCE_RANGE& range,
                                        const QVA_OUTPUT_CONDITIONS& conditions)
 {
     const float threshold = conditions.paramLuminanceThreshold;
-    const float share =
-        (threshold - range.luminanceMin) / (range.luminanceMax - range.luminanceMin);
+    const float width = range.luminanceMax - range.luminanceMin;
+    const float share = width != 0.0f ? (threshold - range.luminanceMin) / width : 0.0f;
     QVA_SOURCE_ENCODING encoding = {};
     encoding.reserved = 1;
     encoding.gammaType = range.gammaType;

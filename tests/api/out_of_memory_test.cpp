@@ -96,7 +96,7 @@ TEST_P(OutOfMemory, EndsInStatusOneAndLeavesTheHandleUsable)
     }
     ASSERT_NE(corrected[0], corrected[1]);
     const Codes whole = Result(operation, 1);
-    long refusals = 0;
+    long refusals = 0, withstood = 0;
     for (lasting = false, refused = 0; refused >= 0; refused += stride) {
         SCOPED_TRACE(refused);
         const size_t before = held;
@@ -110,20 +110,25 @@ TEST_P(OutOfMemory, EndsInStatusOneAndLeavesTheHandleUsable)
         const uint32_t status = Run(operation, 1);
         const bool reached = asked > refused;
         asked = -1;
-        ASSERT_EQ(reached ? QVA_ERROR_PROCESSING : QVA_OK, status);
-        ASSERT_TRUE(result == (reached ? blank : whole));
-        if (first && reached) {
+        // A call can do without the memory that pools its buffers.
+        const bool done = status == QVA_OK;
+        ASSERT_TRUE(done || (reached && status == QVA_ERROR_PROCESSING)) << status;
+        ASSERT_TRUE(result == (done ? whole : blank));
+        if (first && !done) {
             ASSERT_EQ(QVA_ERROR_INVALID_ARGUMENT, Run(correction, 0));
         } else {
-            ASSERT_TRUE(Result(correction, 0) == corrected[!reached && operation == analysis]);
+            ASSERT_TRUE(Result(correction, 0) == corrected[done && operation == analysis]);
         }
         ASSERT_TRUE(Result(operation, 1) == whole);
         ASSERT_GE(before, held);
         refusals += reached;
+        withstood += reached && done;
         refused = reached ? refused : (lasting ? -2 * stride : -stride);
         lasting = lasting || !reached;
     }
-    std::printf("refusals: %ld\n", refusals);
+    QVA_Terminate(&handle);
+    EXPECT_GT(size_t{1} << 20, held); // the pool of the calls went back with what they left
+    std::printf("%ld requests refused, %ld of them done without\n", refusals, withstood);
 }
 
 TEST(Allocation, SaysWhichRequestWasRefused)

@@ -54,10 +54,11 @@ std::vector<T> MapLiterally(const Matrix& src, const Matrix_t<int>& labels, int3
             total += in * static_cast<double>(RowOf<T>(scaled, 0)[i]);
             count += in;
         }
+        const double mean = total / std::max(count, 1.0);
         for (int32_t i = 0; i < src.rows * src.cols; ++i) {
             const auto sy = static_cast<int32_t>(i / src.cols * (1.0 * labels.rows / src.rows));
             const auto sx = static_cast<int32_t>(i % src.cols * (1.0 * labels.cols / src.cols));
-            const double d = std::abs(static_cast<double>(At<T>(scaled, sy, sx)) - total / count);
+            const double d = std::abs(static_cast<double>(At<T>(scaled, sy, sx)) - mean);
             const auto damping = static_cast<float>(std::exp(-std::floor(d) * decay / 65535.0));
             const auto weight = static_cast<double>(CountAround(labels, s, sy, sx, r) * damping);
             if (count > 0.0 && weight > 0.0) {

@@ -90,8 +90,9 @@ Matrix RenderByPasses(const Htr& htr, const Matrix& src, double least)
         const auto b = static_cast<double>(RowOf<T>(toned, 0)[i]);
         const double centred = before + offset - static_cast<double>(RowOf<T>(base, 0)[i]);
         const double d = static_cast<double>(Saturate<T>(centred)) - offset;
-        const double slope = (1.0 - p.thresholdHighY) / (knee - top);
-        const double intercept = (p.thresholdHighY * knee - top) / (knee - top);
+        const double span = knee < top ? knee - top : 1.0;
+        const double slope = (1.0 - p.thresholdHighY) / span;
+        const double intercept = (p.thresholdHighY * knee - top) / span;
         const bool bends = knee < top && b + d > knee && d > 0.0;
         const T out = Saturate<T>((bends ? (b + d) * slope + intercept : 1.0) * d + b);
         RowOf<T>(work, 0)[3 * i] = out;
