@@ -170,10 +170,10 @@ def whole_print(size, frames, title, slowest=()):
             Row(f"preview, {title}", "ns per pixel", scale, own("Preview/" + page, min_time=0.01))]
 
 
-def luminance(operator):
+def luminance(operator, note):
     return Program(f"luminance-hdr {operator}", FILE,
                    ["luminance-hdr-cli", "--load", "SCENE", "--tmo", operator, "-o", "RESULT",
-                    "--ldrTiff", "16b", "--ldrTiffDeflate", "false"])
+                    "--ldrTiff", "16b", "--ldrTiffDeflate", "false"], note)
 
 
 def page_rows():
@@ -186,7 +186,9 @@ def page_rows():
              for count, label in ((1, "the library on one core"), (2, "library"))]
     files = Row("program, file to file, 2448 × 1632", "ns per pixel", 1e9 / pixels(FILE),
                 {"library": Program("qva print", FILE, ["QVA", "print", "SCENE", "-o", "RESULT"])},
-                [luminance(name) for name in ("reinhard05", "fattal", "mantiuk06")])
+                [luminance("reinhard05", "one global curve"),
+                 luminance("fattal", "gradients; no device step"),
+                 luminance("mantiuk06", "contrasts; no device step")])
     return [
         page, preview, *small,
         Row(f"print on two cores, {title}", "ns per pixel", page.scale, {"library": cores[1]},
