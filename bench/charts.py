@@ -5,7 +5,7 @@ from dataclasses import dataclass, field
 from xml.sax.saxutils import escape
 
 WIDTH, HEIGHT = 720, 400
-LEFT, RIGHT, TOP, BOTTOM = 66, 24, 76, 52
+LEFT, RIGHT, TOP, BOTTOM = 78, 24, 76, 52
 
 # One colour and one marker a line: neither has to be told apart alone. The second set of colours
 # is for dark pages.
@@ -112,7 +112,7 @@ def draw_axes(chart, x_axis, y_axis):
     parts.append(f'<line class="axis" x1="{LEFT}" x2="{right}" y1="{bottom}" y2="{bottom}"/>')
     parts.append(text((LEFT + right) / 2, HEIGHT - 12, chart.x_label))
     middle = (TOP + bottom) / 2
-    parts.append(text(18, middle, chart.y_label, extra=f' transform="rotate(-90 18 {middle:.1f})"'))
+    parts.append(text(20, middle, chart.y_label, extra=f' transform="rotate(-90 20 {middle:.1f})"'))
     return parts
 
 

@@ -108,3 +108,21 @@ def machine():
         "date": datetime.date.today().isoformat(),
         "load before": f"{os.getloadavg()[0]:.2f}",
     }
+
+
+def circumstances(info):
+    """What machine() found, as a sentence."""
+    return (f"{info['processor']}; {info['cores']} cores, {info['instruction sets']}; "
+            f"{info['compiler']}; commit {info['commit']}; {info['date']}; load before the run "
+            f"{info['load before']}.")
+
+
+def write_into_page(writer, text):
+    """Puts a text between the writer's marks in docs/performance.md."""
+    path = os.path.join(ROOT, "docs", "performance.md")
+    first, last = f"<!-- written by {writer} -->", f"<!-- end of what {writer} writes -->"
+    with open(path, encoding="utf-8") as file:
+        before, rest = file.read().split(first)
+    after = rest.split(last)[1]
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(f"{before}{first}\n{text}\n{last}{after}")
