@@ -193,13 +193,13 @@ unsigned char Shown(std::uint16_t code)
     return static_cast<unsigned char>(code >> 8);
 }
 
-/// The worst place: as one band, in bands, and their difference 64 times as strong.
+/// The worst place: as one band, in bands, and their difference, where one 16-bit code is one
+/// level of grey.
 void WritePicture(const std::string& path, const Codes& whole, const Codes& bands,
                   const Settings& settings, const Difference& worst)
 {
     constexpr std::int64_t side = 256;
     constexpr std::int64_t gap = 8;
-    constexpr int gain = 64;
     const ImageSize size = {3 * side + 2 * gap, side};
     std::vector<unsigned char> rgb(static_cast<std::size_t>(size.width * size.height * 3), 255);
     const std::int64_t top =
@@ -212,8 +212,7 @@ void WritePicture(const std::string& path, const Codes& whole, const Codes& band
             const std::int64_t to = y * size.width * 3 + i;
             rgb[to] = Shown(whole[from]);
             rgb[to + (side + gap) * 3] = Shown(bands[from]);
-            // One code more is one level of 256 times gain / 257 more grey.
-            const int step = (bands[from] - whole[from]) * gain / 257;
+            const int step = bands[from] - whole[from];
             rgb[to + 2 * (side + gap) * 3] =
                 static_cast<unsigned char>(std::clamp(128 + step, 0, 255));
         }
