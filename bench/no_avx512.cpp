@@ -1,5 +1,6 @@
-// Linked into a program with --wrap=__cpu_indicator_init: its kernels are those that the loader picks
-// on a processor without AVX-512.
+// Linked into a program with --wrap=__cpu_indicator_init: its kernels are those that the loader
+// picks on a processor without AVX-512.
+
 // GCC's record of the processor beyond the first 32 features, which the resolvers of clones read.
 extern "C" unsigned int __cpu_features2[];
 extern "C" int __real___cpu_indicator_init();
