@@ -15,6 +15,9 @@ namespace qva {
 
 namespace {
 
+// Rendered photographs of 16 bits come out no larger than at higher levels, a third faster.
+constexpr int deflateLevel = 1;
+
 int OnError(TIFF*, void* message, const char*, const char* format, va_list arguments)
 {
     char text[256];
@@ -56,6 +59,8 @@ bool SetLayout(TIFF* tiff, const TiffPage& page, std::int64_t lines)
            TIFFSetField(tiff, TIFFTAG_COMPRESSION, scheme) == 1 &&
            (compression == Compression::None ||
             TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL) == 1) &&
+           (compression != Compression::Deflate ||
+            TIFFSetField(tiff, TIFFTAG_ZIPQUALITY, deflateLevel) == 1) &&
            TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, stripLines) == 1;
 }
 
