@@ -2,10 +2,13 @@
 
 #include "colorspace/pq.h"
 #include "core/exception.h"
+#include "core/last_made.h"
 #include "core/linear_interpolation.h"
 #include "core/parallel.h"
 #include "core/power_curve.h"
 #include "core/saturate.h"
+
+#include <algorithm>
 
 namespace lumo {
 namespace {
@@ -34,9 +37,16 @@ LinearInterpolationFast SamplePq(double luminanceMin, double luminanceMax)
     const double linear0 = EOTF(signal0);
     const double gain = codeSpan / (EOTF(signal1) - linear0);
     Vector<double> x(codeCount);
-    Vector<double> y(codeCount);
-    ParallelFor(0, static_cast<int64_t>(codeCount), [&](int32_t i) {
-        x[i] = i / codeSpan * (codeAtOne - codeAtFloor) + codeAtFloor;
+    Vector<double> y(codeCount, 0.0);
+    ParallelFor(0, static_cast<int64_t>(codeCount),
+                [&](int32_t i) { x[i] = i / codeSpan * (codeAtOne - codeAtFloor) + codeAtFloor; });
+    // Only samples around the codes are ever read.
+    const bool rises = x[0] < x[codeCount - 1];
+    const auto below = std::upper_bound(x.data, x.data + codeCount, 0.0) - x.data - 2;
+    const auto above = std::lower_bound(x.data, x.data + codeCount, codeSpan) - x.data + 2;
+    const auto first = rises ? std::max<int64_t>(below, 0) : 0;
+    const auto last = static_cast<int64_t>(codeCount);
+    ParallelFor(first, rises ? std::min<int64_t>(above, last) : last, [&](int32_t i) {
         y[i] = (EOTF((x[i] - codeAtFloor) * slope + pqFloor) - linear0) * gain + 0.0;
     });
     LinearInterpolationFast curve;
@@ -77,25 +87,46 @@ Vector<uint16_t> MakeLinearMap(uint32_t gammaType, double luminanceMin, double l
     }
 }
 
-LinearSource::LinearSource(const Matrix& image, const QVA_SOURCE_ENCODING& encoding,
-                           const ImageConverterInterface* correction)
-    : image_(image), map_(codeCount), correction_(correction)
+namespace {
+
+// Normalisation and decoding depend on one code only, so they are one map.
+std::shared_ptr<const Vector<uint16_t>> MakeSourceMap(const QVA_SOURCE_ENCODING& encoding)
 {
     const Vector<uint16_t> linear =
         MakeLinearMap(encoding.gammaType, static_cast<double>(encoding.luminanceMin),
                       static_cast<double>(encoding.luminanceMax));
     const ImageNormalization normalize = MakeNormalization(encoding);
+    auto map = std::make_shared<Vector<uint16_t>>(codeCount);
     for (uint64_t code = 0; code < codeCount; ++code) {
         const auto value = static_cast<double>(code);
         double normalized = 0.0;
         normalize(&value, &normalized, 1);
-        map_[code] = linear[Saturate<uint16_t>(normalized)];
+        (*map)[code] = linear[Saturate<uint16_t>(normalized)];
     }
+    return map;
+}
+
+std::shared_ptr<const Vector<uint16_t>> SourceMap(const QVA_SOURCE_ENCODING& encoding)
+{
+    using LastMap = LastMade<Vector<uint16_t>, 5>;
+    static auto* const last = new LastMap; // never destroyed: a call may outlive main
+    return last->Get({1.0 * encoding.gammaType, 1.0 * encoding.codeMin, 1.0 * encoding.codeMax,
+                      static_cast<double>(encoding.luminanceMin),
+                      static_cast<double>(encoding.luminanceMax)},
+                     [&] { return MakeSourceMap(encoding); });
+}
+
+} // namespace
+
+LinearSource::LinearSource(const Matrix& image, const QVA_SOURCE_ENCODING& encoding,
+                           const ImageConverterInterface* correction)
+    : image_(image), map_(SourceMap(encoding)), correction_(correction)
+{
 }
 
 void LinearSource::Decode(int32_t row, int32_t col, int32_t count, CodeBlock& codes) const
 {
-    LoadMapped(map_.data, RowOf<uint16_t>(image_, row) + int64_t{3} * col, count, codes);
+    LoadMapped(map_->data, RowOf<uint16_t>(image_, row) + int64_t{3} * col, count, codes);
 }
 
 void LinearSource::Load(int32_t row, int32_t col, int32_t count, PixelBlock& block) const

@@ -2,6 +2,7 @@
 
 #include "core/simd.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace lumo {
@@ -114,14 +115,15 @@ void CodeGrid::Build(uint64_t width, uint64_t lastWidth, uint64_t nodes, int32_t
               GivesAllFractions(lastWidth, numbers_.lastScale);
 }
 
+// Cells never fall as codes rise, so the ends of each cell are enough.
 bool CodeGrid::LocatesAllCells(uint64_t width) const
 {
-    const auto last = static_cast<uint64_t>(numbers_.lastNode);
-    uint64_t cell = 0;
-    for (uint64_t code = 0; code <= highestCode; ++code) {
-        cell += code == (cell + 1) * width ? 1 : 0;
-        if (cell > last ||
-            static_cast<uint64_t>(CellOf(numbers_, static_cast<int32_t>(code))) != cell) {
+    for (uint64_t first = 0; first <= highestCode; first += width) {
+        const auto cell = static_cast<int32_t>(first / width);
+        const uint64_t last = std::min(first + width - 1, highestCode);
+        if (cell > numbers_.lastNode || CellOf(numbers_, static_cast<int32_t>(first)) != cell ||
+            CellOf(numbers_, static_cast<int32_t>(last)) != cell)
+        {
             return false;
         }
     }

@@ -150,8 +150,9 @@ void Tetrahedralinterpolation::BuildTables(uint64_t maxInt, uint64_t step)
         cellWidth[i] = end > maxInt ? step - end + maxInt : step;
         end += cellWidth[i];
     }
-    for (uint64_t v = 0; v <= maxInt; ++v) {
-        cellIndex[v] = v / step;
+    for (uint64_t first = 0; first <= maxInt; first += step) {
+        const uint64_t last = std::min(maxInt + 1, first + step);
+        std::fill(cellIndex.data + first, cellIndex.data + last, first / step);
     }
     for (uint64_t i = 0; i < numGrid; ++i) {
         gridPosition[i] = i * step;
