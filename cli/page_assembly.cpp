@@ -80,7 +80,8 @@ std::string FolderOf(const std::string& path)
 void TurnColumns(std::vector<StripReader>& shares, const BandPlan& plan, RowWriter& writer,
                  const std::string& folder, Progress& progress)
 {
-    const auto [width, height] = plan.page;
+    const std::int64_t width = plan.page.width;
+    const std::int64_t height = plan.page.height;
     TurnedLines rows(height, width, folder);
     // Enough columns at once that every piece written is a good part of a disk block.
     constexpr std::int64_t columnsAtOnce = 128;
