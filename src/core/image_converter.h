@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <type_traits>
 
 namespace lumo {
 
@@ -68,14 +69,44 @@ private:
     }
 
     template <typename T, typename First, typename... Rest>
-    static void Chain(PixelBlock& block, int32_t count, int32_t channels, const First& first,
-                      const Rest&... rest)
+    static void Chain(const T* in, PixelBlock& block, int32_t count, int32_t channels,
+                      const First& first, const Rest&... rest)
     {
-        Apply(first, block, count, channels);
-        if constexpr (sizeof...(rest) > 0) {
-            SaturateBlock<T>(block);
-            Chain<T>(block, count, channels, rest...);
+        LoadAndApply(in, block, count, channels, first);
+        Continue<T>(block, count, channels, rest...);
+    }
+
+    // Codes go into an object that takes codes as they are.
+    template <typename T, typename Functor>
+    static void LoadAndApply(const T* in, PixelBlock& block, int32_t count, int32_t channels,
+                             const Functor& functor)
+    {
+        if constexpr (std::is_same_v<T, uint16_t> && requires(const CodeBlock& codes) {
+                          functor.ConvertCodes(codes, count, block);
+                      })
+        {
+            if (channels == 3) {
+                CodeBlock codes;
+                LoadCodes(in, count, codes);
+                functor.ConvertCodes(codes, count, block);
+                return;
+            }
         }
+        LoadPixels(in, count, channels, block);
+        Apply(functor, block, count, channels);
+    }
+
+    template <typename T>
+    static void Continue(PixelBlock&, int32_t, int32_t)
+    {
+    }
+    template <typename T, typename First, typename... Rest>
+    static void Continue(PixelBlock& block, int32_t count, int32_t channels, const First& first,
+                         const Rest&... rest)
+    {
+        SaturateBlock<T>(block);
+        Apply(first, block, count, channels);
+        Continue<T>(block, count, channels, rest...);
     }
 
     template <typename T, typename... Functors>
@@ -91,8 +122,7 @@ private:
                                for (int32_t col = 0; col < src.cols; col += blockSize) {
                                    const int32_t count = std::min(blockSize, src.cols - col);
                                    const int64_t at = static_cast<int64_t>(col) * channels;
-                                   LoadPixels(in + at, count, channels, block);
-                                   Chain<T>(block, count, channels, functors...);
+                                   Chain<T>(in + at, block, count, channels, functors...);
                                    StorePixels(block, count, channels, out + at);
                                }
                            }

@@ -69,6 +69,16 @@ LUMO_CLONES void WidenCodes(const int32_t* code, double* values)
     }
 }
 
+LUMO_CLONES void LoadCodes16(const uint16_t* pixels, int32_t* r, int32_t* g, int32_t* b)
+{
+    LUMO_SIMD
+    for (int32_t i = 0; i < blockSize; ++i) {
+        r[i] = pixels[3 * i];
+        g[i] = pixels[3 * i + 1];
+        b[i] = pixels[3 * i + 2];
+    }
+}
+
 LUMO_CLONES void StoreCodes16(const int32_t* r, const int32_t* g, const int32_t* b,
                               uint16_t* pixels)
 {
@@ -201,6 +211,20 @@ void LoadMapped(const uint16_t* table, const uint16_t* pixels, int32_t count, Co
     LookUpPixels(table, pixels, count, codes.channel[0], codes.channel[1], codes.channel[2]);
     for (auto& plane : codes.channel) {
         std::fill(plane + count, plane + blockSize, 0);
+    }
+}
+
+void LoadCodes(const uint16_t* pixels, int32_t count, CodeBlock& codes)
+{
+    if (count == blockSize) {
+        kernels::LoadCodes16(pixels, codes.channel[0], codes.channel[1], codes.channel[2]);
+        return;
+    }
+    codes = {};
+    for (int32_t i = 0; i < count; ++i) {
+        for (int32_t c = 0; c < 3; ++c) {
+            codes.channel[c][i] = pixels[3 * i + c];
+        }
     }
 }
 

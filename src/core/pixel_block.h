@@ -53,7 +53,8 @@ void MapCodes(const uint16_t* table, const CodeBlock& codes, CodeBlock& mapped);
 /// table[code] of `count` interleaved pixels of three channels.
 void LoadMapped(const uint16_t* table, const uint16_t* pixels, int32_t count, CodeBlock& codes);
 
-/// Stores `count` interleaved pixels of three channels.
+/// Loads and stores `count` interleaved pixels of three channels.
+void LoadCodes(const uint16_t* pixels, int32_t count, CodeBlock& codes);
 void StoreCodes(const CodeBlock& codes, int32_t count, uint16_t* pixels);
 
 /// A block whose three channels become table[code]; the values are saturated to 16 bits first.
