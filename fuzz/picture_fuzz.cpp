@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <vector>
@@ -39,7 +40,12 @@ private:
 void ReadPicture(const std::string& name)
 {
     const auto source = qva::OpenImage(name, maxPixels);
-    const qva::SceneDecoder decoder(qva::Interpret(source->Describe(), {}), name);
+    const qva::Interpretation meaning = qva::Interpret(source->Describe(), {});
+    // The table of integer codes takes long to build and does not depend on the pixels.
+    std::optional<qva::SceneDecoder> decoder;
+    if (!meaning.isInteger || meaning.transfer == qva::Transfer::Profile) {
+        decoder.emplace(meaning, name);
+    }
     const qva::ImageSize size = source->Size();
     std::vector<float> rgb(static_cast<size_t>(size.width * 3));
     qva::SampleCounts counts;
@@ -50,7 +56,9 @@ void ReadPicture(const std::string& name)
             continue;
         }
         source->ReadRows(1, rgb.data());
-        decoder.Decode(rgb.data(), static_cast<size_t>(size.width), counts);
+        if (decoder) {
+            decoder->Decode(rgb.data(), static_cast<size_t>(size.width), counts);
+        }
     }
 }
 
