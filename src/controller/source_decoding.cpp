@@ -2,7 +2,6 @@
 
 #include "colorspace/pq.h"
 #include "core/exception.h"
-#include "core/last_made.h"
 #include "core/linear_interpolation.h"
 #include "core/parallel.h"
 #include "core/power_curve.h"
@@ -87,46 +86,25 @@ Vector<uint16_t> MakeLinearMap(uint32_t gammaType, double luminanceMin, double l
     }
 }
 
-namespace {
-
-// Normalisation and decoding depend on one code only, so they are one map.
-std::shared_ptr<const Vector<uint16_t>> MakeSourceMap(const QVA_SOURCE_ENCODING& encoding)
+LinearSource::LinearSource(const Matrix& image, const QVA_SOURCE_ENCODING& encoding,
+                           const ImageConverterInterface* correction)
+    : image_(image), map_(codeCount), correction_(correction)
 {
     const Vector<uint16_t> linear =
         MakeLinearMap(encoding.gammaType, static_cast<double>(encoding.luminanceMin),
                       static_cast<double>(encoding.luminanceMax));
     const ImageNormalization normalize = MakeNormalization(encoding);
-    auto map = std::make_shared<Vector<uint16_t>>(codeCount);
     for (uint64_t code = 0; code < codeCount; ++code) {
         const auto value = static_cast<double>(code);
         double normalized = 0.0;
         normalize(&value, &normalized, 1);
-        (*map)[code] = linear[Saturate<uint16_t>(normalized)];
+        map_[code] = linear[Saturate<uint16_t>(normalized)];
     }
-    return map;
-}
-
-std::shared_ptr<const Vector<uint16_t>> SourceMap(const QVA_SOURCE_ENCODING& encoding)
-{
-    using LastMap = LastMade<Vector<uint16_t>, 5>;
-    static auto* const last = new LastMap; // never destroyed: a call may outlive main
-    return last->Get({1.0 * encoding.gammaType, 1.0 * encoding.codeMin, 1.0 * encoding.codeMax,
-                      static_cast<double>(encoding.luminanceMin),
-                      static_cast<double>(encoding.luminanceMax)},
-                     [&] { return MakeSourceMap(encoding); });
-}
-
-} // namespace
-
-LinearSource::LinearSource(const Matrix& image, const QVA_SOURCE_ENCODING& encoding,
-                           const ImageConverterInterface* correction)
-    : image_(image), map_(SourceMap(encoding)), correction_(correction)
-{
 }
 
 void LinearSource::Decode(int32_t row, int32_t col, int32_t count, CodeBlock& codes) const
 {
-    LoadMapped(map_->data, RowOf<uint16_t>(image_, row) + int64_t{3} * col, count, codes);
+    LoadMapped(map_.data, RowOf<uint16_t>(image_, row) + int64_t{3} * col, count, codes);
 }
 
 void LinearSource::Load(int32_t row, int32_t col, int32_t count, PixelBlock& block) const

@@ -6,7 +6,6 @@
 #include "core/vector.h"
 
 #include <lumo/qva.h>
-#include <memory>
 
 namespace lumo {
 
@@ -19,7 +18,8 @@ ImageNormalization MakeNormalization(const QVA_SOURCE_ENCODING& encoding);
 /// @throws Exception code 3 for another type.
 Vector<uint16_t> MakeLinearMap(uint32_t gammaType, double luminanceMin, double luminanceMax);
 
-/// The caller's image as linear light, by blocks of 16-bit values.
+/// The caller's image as linear light, by blocks of 16-bit values. Normalisation and decoding
+/// depend on one code only, so they are one map.
 class LinearSource : public PixelSource {
 public:
     /// @param image       D16U with three channels; outlives the source, as `correction` does.
@@ -35,7 +35,7 @@ private:
     void Decode(int32_t row, int32_t col, int32_t count, CodeBlock& codes) const;
 
     const Matrix& image_;
-    std::shared_ptr<const Vector<uint16_t>> map_;
+    Vector<uint16_t> map_;
     const ImageConverterInterface* correction_;
 };
 

@@ -25,7 +25,6 @@ constexpr int chunkLimit = 32;
 struct Chunk {
     char* base = nullptr;
     int used = 0;
-    bool lasting = false;
     std::bitset<granules> taken;
     uint16_t length[granules] = {};
 };
@@ -126,17 +125,12 @@ void* pool::Take(uint64_t bytes) noexcept
         return nullptr;
     }
     const int count = static_cast<int>((bytes + granule - 1) / granule);
-    const bool lasting = LastingMemory::UnderWay();
     for (Chunk& chunk : chunks) {
         if (chunk.base == nullptr) {
             chunk.base = MapChunk();
-            chunk.lasting = lasting;
         }
         if (chunk.base == nullptr) {
             return nullptr;
-        }
-        if (chunk.lasting != lasting) {
-            continue;
         }
         const int first = FindRun(chunk, count);
         if (first >= 0) {

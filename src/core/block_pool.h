@@ -16,20 +16,6 @@ public:
     ~CallMemory();
 };
 
-/// While one lives, blocks that its thread takes come from chunks of their own: for what outlives
-/// the call, so that the call's chunks can go back to the system whole.
-class LastingMemory {
-public:
-    LastingMemory() { ++depth_; }
-    LastingMemory(const LastingMemory&) = delete;
-    LastingMemory& operator=(const LastingMemory&) = delete;
-    ~LastingMemory() { --depth_; }
-    static bool UnderWay() { return depth_ > 0; }
-
-private:
-    static inline thread_local int depth_ = 0;
-};
-
 namespace pool {
 
 /// A block aligned to 64 kB, or null where the heap has to serve: no call under way, a size outside

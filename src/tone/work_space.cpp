@@ -5,7 +5,6 @@
 #include "colorspace/pq.h"
 #include "colorspace/pq_decoding_curve.h"
 #include "core/exception.h"
-#include "core/last_made.h"
 
 #include <cmath>
 #include <limits>
@@ -45,25 +44,6 @@ public:
 private:
     ConvertICtCp2xRGB converter_;
 };
-
-// Everything that the conversions depend on.
-using LastConverter = LastMade<ImageConverterInterface, 11>;
-
-LastConverter::Numbers NumbersOf(const LuminanceRange& range, const CodeRange& code,
-                                 double chromaOffset)
-{
-    return {range.valueMax,
-            range.lumiMax,
-            range.valueMin,
-            range.lumiMin,
-            code.codeMax,
-            code.codeMin,
-            code.pqMax,
-            code.pqMin,
-            chromaOffset,
-            1.0 * range.colorSpace,
-            1.0 * code.workColorSpace};
-}
 
 } // namespace
 
@@ -120,45 +100,38 @@ void ConvertxyY2RGB::operator()(const double* in, double* out, size_t) const
     out[2] = m[6] * x + m[7] * y + m[8] * z;
 }
 
-std::shared_ptr<const ImageConverterInterface> MakeWorkConverter(const LuminanceRange& input,
-                                                                 const CodeRange& code,
-                                                                 double chromaOffset)
+std::unique_ptr<ImageConverterInterface> MakeWorkConverter(const LuminanceRange& input,
+                                                           const CodeRange& code,
+                                                           double chromaOffset)
 {
-    const auto make = [&]() -> std::shared_ptr<const ImageConverterInterface> {
-        switch (code.workColorSpace) {
-        case ICtCp:
-            return std::make_shared<const ConvertxRGB2ICtCp>(
-                input.valueMax, input.valueMin, input.lumiMax, input.lumiMin, code.codeMax,
-                code.codeMin, chromaOffset, input.colorSpace);
-        case xyYwithPQ:
-            return std::make_shared<const ConvertRGB2xyY>(input, code);
-        default:
-            throw Exception(
-                exceptionFormat,
-                "Error in Htr::Convert2WorkColorSpace, work color space must be ICtCp/xyYwithPQ.");
-        }
-    };
-    static auto* const last = new LastConverter; // never destroyed: a call may outlive main
-    return last->Get(NumbersOf(input, code, chromaOffset), make);
+    switch (code.workColorSpace) {
+    case ICtCp:
+        return std::make_unique<ConvertxRGB2ICtCp>(input.valueMax, input.valueMin, input.lumiMax,
+                                                   input.lumiMin, code.codeMax, code.codeMin,
+                                                   chromaOffset, input.colorSpace);
+    case xyYwithPQ:
+        return std::make_unique<ConvertRGB2xyY>(input, code);
+    default:
+        throw Exception(
+            exceptionFormat,
+            "Error in Htr::Convert2WorkColorSpace, work color space must be ICtCp/xyYwithPQ.");
+    }
 }
 
-std::shared_ptr<const ImageConverterInterface> MakeDestinationConverter(
-    const LuminanceRange& output, const CodeRange& code, double chromaOffset)
+std::unique_ptr<ImageConverterInterface> MakeDestinationConverter(const LuminanceRange& output,
+                                                                  const CodeRange& code,
+                                                                  double chromaOffset)
 {
-    const auto make = [&]() -> std::shared_ptr<const ImageConverterInterface> {
-        switch (code.workColorSpace) {
-        case ICtCp:
-            return std::make_shared<const FromICtCp>(output, code, chromaOffset);
-        case xyYwithPQ:
-            return std::make_shared<const ConvertxyY2RGB>(output, code);
-        default:
-            throw Exception(
-                exceptionFormat,
-                "Error in Htr::Convert2DstColorSpace, work color space must be ICtCp/YwithPQxy");
-        }
-    };
-    static auto* const last = new LastConverter;
-    return last->Get(NumbersOf(output, code, chromaOffset), make);
+    switch (code.workColorSpace) {
+    case ICtCp:
+        return std::make_unique<FromICtCp>(output, code, chromaOffset);
+    case xyYwithPQ:
+        return std::make_unique<ConvertxyY2RGB>(output, code);
+    default:
+        throw Exception(
+            exceptionFormat,
+            "Error in Htr::Convert2DstColorSpace, work color space must be ICtCp/YwithPQxy");
+    }
 }
 
 } // namespace lumo

@@ -38,15 +38,16 @@ private:
     double valueMax_;
 };
 
-/// The forward conversion of the working space of `code`; shared with calls of the same ranges.
+/// The forward conversion of the working space of `code`.
 /// @throws Exception code 2 for an unknown working space, code 3 for an unknown colour space.
-std::shared_ptr<const ImageConverterInterface> MakeWorkConverter(const LuminanceRange& input,
-                                                                 const CodeRange& code,
-                                                                 double chromaOffset);
+std::unique_ptr<ImageConverterInterface> MakeWorkConverter(const LuminanceRange& input,
+                                                           const CodeRange& code,
+                                                           double chromaOffset);
 
 /// The backward conversion; chromaOffset is the forward one.
 /// @throws Exception code 2 for an unknown working space, code 3 for an unknown colour space.
-std::shared_ptr<const ImageConverterInterface> MakeDestinationConverter(
-    const LuminanceRange& output, const CodeRange& code, double chromaOffset);
+std::unique_ptr<ImageConverterInterface> MakeDestinationConverter(const LuminanceRange& output,
+                                                                  const CodeRange& code,
+                                                                  double chromaOffset);
 
 } // namespace lumo
