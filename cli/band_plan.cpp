@@ -1,6 +1,7 @@
 #include "band_plan.h"
 
 #include "errors.h"
+#include "reduced_size.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,9 +12,11 @@ namespace qva {
 
 namespace {
 
-// Resident bytes: what the program and the library hold whatever the band, and what each pixel of
-// a band costs at the peak (two buffers of 6 here, the planes of the library).
-constexpr std::uint64_t fixedBytes = 120000000;
+// Resident bytes: what the program and the library hold whatever the band (tables, threads), what
+// each pixel of the analysed copy costs (a weight for every region), and what each pixel of a band
+// costs at the peak (two buffers of 6 here, the planes of the library).
+constexpr std::uint64_t fixedBytes = 130000000;
+constexpr std::uint64_t bytesPerCopyPixel = 100;
 constexpr std::uint64_t bytesPerPixel = 29;
 // Columns are turned in another buffer.
 constexpr std::uint64_t bytesPerPixelOfColumns = bytesPerPixel + 6;
@@ -35,7 +38,9 @@ std::uint64_t MemoryOf(const BandPlan& plan, std::int64_t lines)
 {
     const std::uint64_t perPixel =
         plan.direction == Direction::Rows ? bytesPerPixel : bytesPerPixelOfColumns;
+    const ImageSize copy = ReducedSize(plan.page, analysisSide);
     return fixedBytes + plan.decodeBytes +
+           static_cast<std::uint64_t>(copy.width * copy.height) * bytesPerCopyPixel +
            static_cast<std::uint64_t>(plan.LineLength() * lines) * perPixel;
 }
 

@@ -46,9 +46,8 @@ void BandRenderer::EnsureRegions(std::uint16_t* codes, ImageSize reduced) const
     std::copy_n(codes, known, line.begin());
     const std::uint32_t status = TryCorrect(line.data(), Direction::Rows, {0, 1});
     if (status == QVA_ERROR_INVALID_ARGUMENT) {
-        throw Failure(name_, "the page is one even region, which cannot be rendered in bands; "
-                             "print it at once with 'qva print' on a machine whose memory holds "
-                             "it");
+        throw Failure(name_, "the page is one even region, which cannot be rendered in bands, only "
+                             "at once: 'qva print' with a --max-memory of 30 bytes a pixel");
     }
     if (status != QVA_OK) {
         RefuseStatus(status, range_, name_);

@@ -4,14 +4,12 @@
 #include "band_plan.h"
 #include "library_calls.h"
 #include "page.h"
+#include "reduced_size.h"
 
 #include <cstdint>
 #include <string>
 
 namespace qva {
-
-/// The longer side of the copy that is analysed.
-constexpr std::int64_t analysisSide = 1200;
 
 /// The range that the lines of a page are handed over in: linear codes from 0 up to the top of
 /// the chosen range. Where that top is not above paper white, the range ends a little above it:

@@ -33,6 +33,20 @@ ShareFile OpenShare(const std::string& path)
     return {path, std::move(reader), std::move(record)};
 }
 
+/// Whether the strips are those that were written.
+void CheckStrips(ShareFile& file, Progress& progress)
+{
+    const std::int64_t strips = file.reader.Page().layout.Strips();
+    std::uint32_t checksum = 0;
+    for (std::int64_t strip = 0; strip < strips; ++strip) {
+        checksum = StripWriter::Checksum(checksum, file.reader.Encoded(strip));
+        progress.Show("checking", static_cast<double>(strip + 1) / static_cast<double>(strips));
+    }
+    if (checksum != file.record.checksum) {
+        throw Failure(file.path, "is damaged: its strips are not those that were written");
+    }
+}
+
 /// In order and complete, each share once.
 void CheckShares(const std::vector<ShareFile>& files)
 {
@@ -86,6 +100,10 @@ void RunJoin(const JoinOptions& options)
         return a.record.share.number < b.record.share.number;
     });
     CheckShares(files);
+    Progress progress(options.progress);
+    for (ShareFile& file : files) {
+        CheckStrips(file, progress);
+    }
     const BandPlan plan = files.front().record.plan;
     WriteSettings settings = files.front().reader.Page().settings;
     settings.format = FormatOfName(options.output);
@@ -93,7 +111,6 @@ void RunJoin(const JoinOptions& options)
     for (ShareFile& file : files) {
         readers.push_back(std::move(file.reader));
     }
-    Progress progress(options.progress);
     Assemble(readers, plan, settings, output, progress);
     output.Commit();
     progress.Clear();

@@ -79,6 +79,7 @@ std::optional<std::uint64_t> ParseByteCount(const std::string& text)
     const double factor = unit.empty()                  ? 1.0
                           : unit == "M" || unit == "MB" ? 1e6
                           : unit == "G" || unit == "GB" ? 1e9
+                          : unit == "T" || unit == "TB" ? 1e12
                                                         : 0.0;
     const double bytes = number * factor;
     if (text.empty() || !(bytes >= 1.0) || bytes > 1e15) {

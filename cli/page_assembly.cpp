@@ -31,7 +31,7 @@ private:
 void CopyStrips(std::vector<StripReader>& shares, const BandPlan& plan,
                 const WriteSettings& settings, const OutputFile& file, Progress& progress)
 {
-    const TiffPage page = StripsOf(plan, {0, plan.Lines()}, settings, "");
+    const TiffPage page = StripsOf(plan, {0, plan.Lines()}, settings);
     const Descriptor descriptor(file.Duplicate());
     StripWriter writer(descriptor.Get(), file.Path(), page);
     std::int64_t done = 0;

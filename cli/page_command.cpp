@@ -205,7 +205,11 @@ void PageRun::RenderBands(PageResult& result)
 
 void PageRun::Finish(PageResult& result)
 {
-    result.Finish();
+    if (options_.share) {
+        result.Finish([this](std::uint32_t checksum) { return ShareText(job_, checksum); });
+    } else {
+        result.Finish();
+    }
     if (options_.share || StripsAreResult(plan_, options_.print.write)) {
         result.Commit();
         return;
@@ -271,6 +275,10 @@ void PageRun::Tell(std::int64_t resumed, double seconds) const
         TellRemarks(options_.print,
                     {"decoded once into a temporary file: " + lines_.ScratchReason()});
     }
+    if (options_.print.verbose) {
+        fmt::print(stderr, "{}  {:<13}{}\n", ReportText(found_, options_.print.render.threshold),
+                   "paper", profile_.description);
+    }
     TellRemarks(options_.print, AllRemarks(options_.print, profile_, found_));
     if (!options_.json) {
         return;
@@ -299,11 +307,11 @@ void PageRun::Run()
     job_.profileDigest = DigestOf(profile_.bytes);
     Reduce();
     const LineRun lines = plan_.LinesOf(plan_.BandsOfShare(job_.share.number, job_.share.count));
-    const std::string description = options_.share ? ShareText(job_) : "";
-    PageResult result(options_.print.output,
-                      StripsOf(plan_, lines, options_.print.write, description), plan_.bandLines,
-                      ShareText(job_), options_.continuation);
-    SetFarewell(fmt::format("\nqva: stopped; 'qva page --resume' goes on with {}\n",
+    PageResult result(options_.print.output, StripsOf(plan_, lines, options_.print.write),
+                      plan_.bandLines, ShareText(job_), options_.continuation);
+    SetFarewell(fmt::format("\nqva: stopped; {} goes on with {}\n",
+                            options_.continuation == Continuation::Any ? "the same command"
+                                                                       : "'qva page --resume'",
                             OneLine(result.PartPath())));
     const std::int64_t resumed = result.Bands();
     RenderBands(result);
@@ -334,7 +342,7 @@ std::uint64_t PrintMemory(ImageSize size)
 {
     // What the library and this program need for a pixel of a whole print, and for the rest.
     constexpr std::uint64_t bytesPerPixel = 26;
-    constexpr std::uint64_t fixedBytes = 120000000;
+    constexpr std::uint64_t fixedBytes = 130000000;
     return fixedBytes + static_cast<std::uint64_t>(size.width * size.height) * bytesPerPixel;
 }
 
@@ -356,7 +364,8 @@ void RunPage(const PageOptions& options)
     std::unique_ptr<ImageSource> source = OpenImage(options.print.photo, options.print.maxPixels);
     const BandPlan plan = PlanFor(options, source->Describe());
     if (options.dryRun) {
-        Print({{"plan", PlanJson(plan, options.share.value_or(Share{}), "")}});
+        Print({{"plan", PlanJson(plan, options.share.value_or(Share{}),
+                                 ScratchReasonOf(source->Describe(), plan.direction))}});
         return;
     }
     Progress progress(options.progress);

@@ -45,6 +45,11 @@ Json JobJson(const PageJob& job)
             {"picture", fmt::format("{:016x}", job.pageDigest)}};
 }
 
+Json ShareJson(const PageJob& job)
+{
+    return {{"qvaShare", job.share.number}, {"of", job.share.count}, {"page", JobJson(job)}};
+}
+
 BandPlan PlanOf(const Json& job)
 {
     BandPlan plan;
@@ -85,8 +90,13 @@ std::string JobText(const PageJob& job)
 
 std::string ShareText(const PageJob& job)
 {
-    const Json json = {
-        {"qvaShare", job.share.number}, {"of", job.share.count}, {"page", JobJson(job)}};
+    return ShareJson(job).dump();
+}
+
+std::string ShareText(const PageJob& job, std::uint32_t checksum)
+{
+    Json json = ShareJson(job);
+    json["crc32"] = checksum;
     return json.dump();
 }
 
@@ -98,6 +108,7 @@ ShareRecord ParseShare(const std::string& text, const std::string& name)
         record.share = {json.at("qvaShare"), json.at("of")};
         record.plan = PlanOf(json.at("page"));
         record.job = json.at("page").dump();
+        record.checksum = json.at("crc32");
         if (IsSound(record)) {
             return record;
         }
@@ -120,8 +131,7 @@ std::string DifferenceOf(const std::string& firstJob, const std::string& secondJ
     return "nothing";
 }
 
-TiffPage StripsOf(const BandPlan& plan, const LineRun& lines, const WriteSettings& settings,
-                  const std::string& description)
+TiffPage StripsOf(const BandPlan& plan, const LineRun& lines, const WriteSettings& settings)
 {
     constexpr int topLeft = 1;
     // The first line is the page's left column, its first pixel the top.
@@ -131,7 +141,6 @@ TiffPage StripsOf(const BandPlan& plan, const LineRun& lines, const WriteSetting
     page.settings = settings;
     page.profile = RenderedProfile();
     page.orientation = plan.direction == Direction::Rows ? topLeft : leftTop;
-    page.description = description;
     return page;
 }
 

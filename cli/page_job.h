@@ -36,14 +36,18 @@ std::uint64_t DigestOf(const std::vector<unsigned char>& bytes);
 /// One line of JSON; equal for equal work on one page, and only then.
 std::string JobText(const PageJob& job);
 
-/// What a file of one share says about itself, one line of JSON.
+/// One line of JSON about one share of the work.
 std::string ShareText(const PageJob& job);
+
+/// The same with the CRC-32 of the share's strips: what its file says about itself.
+std::string ShareText(const PageJob& job, std::uint32_t checksum);
 
 /// A share's file, as its description has it.
 struct ShareRecord {
     Share share;
     BandPlan plan;
     std::string job; ///< of JobText
+    std::uint32_t checksum = 0;
 };
 
 /// @throws Failure where the text is not that of ShareText.
@@ -54,7 +58,6 @@ ShareRecord ParseShare(const std::string& text, const std::string& name);
 std::string DifferenceOf(const std::string& firstJob, const std::string& secondJob);
 
 /// The strips of a share: lines are rows, or the columns of the page.
-TiffPage StripsOf(const BandPlan& plan, const LineRun& lines, const WriteSettings& settings,
-                  const std::string& description);
+TiffPage StripsOf(const BandPlan& plan, const LineRun& lines, const WriteSettings& settings);
 
 } // namespace qva

@@ -39,33 +39,36 @@ LineOrder OrderOf(int orientation, Direction direction)
     return order;
 }
 
+std::string ScratchReasonOf(const SourceDescription& description, Direction direction)
+{
+    const LineOrder order = OrderOf(description.orientation, direction);
+    if (order.across) {
+        return "its rows are stored across the bands";
+    }
+    if (order.backward) {
+        return "its last row is stored first";
+    }
+    return description.isInterlaced ? "it is interlaced" : "";
+}
+
 PageLines::PageLines(ImageSource& source, const SceneDecoder& decoder, const RenderRange& range,
                      Direction direction, std::uint64_t maxPixels, const std::string& folder)
-    : source_(source), path_(source.Describe().path),
+    : source_(source),
+      path_(source.Describe().path),
       decoder_(decoder),
       range_(range),
       order_(OrderOf(source.Describe().orientation, direction)),
+      scratchReason_(ScratchReasonOf(source.Describe(), direction)),
       maxPixels_(maxPixels),
       folder_(folder),
       stored_(source.Size())
 {
 }
 
-std::string PageLines::ScratchReason() const
-{
-    if (order_.across) {
-        return "its rows are stored across the bands";
-    }
-    if (order_.backward) {
-        return "its last row is stored first";
-    }
-    return "";
-}
-
 void PageLines::Seek(std::int64_t line, Progress& progress)
 {
     next_ = line;
-    if (!ScratchReason().empty()) {
+    if (order_.across || order_.backward) {
         if (!scratch_) {
             Spool(progress);
         }

@@ -25,6 +25,9 @@ struct LineOrder {
 /// @param orientation  1 ... 8, as stored.
 LineOrder OrderOf(int orientation, Direction direction);
 
+/// Why a page is decoded into a scratch file; empty where it is not.
+std::string ScratchReasonOf(const SourceDescription& description, Direction direction);
+
 /// Lines in the order of the page. A file whose rows come in another order is decoded once into a
 /// scratch file.
 class PageLines {
@@ -34,8 +37,7 @@ public:
     PageLines(ImageSource& source, const SceneDecoder& decoder, const RenderRange& range,
               Direction direction, std::uint64_t maxPixels, const std::string& folder);
 
-    /// Why the page needs a scratch file; empty where it does not.
-    std::string ScratchReason() const;
+    std::string ScratchReason() const { return scratchReason_; }
 
     /// Goes to a line. The first call of all decodes the page where it needs a scratch file.
     void Seek(std::int64_t line, Progress& progress);
@@ -56,6 +58,7 @@ private:
     const SceneDecoder& decoder_;
     RenderRange range_;
     LineOrder order_;
+    std::string scratchReason_;
     std::uint64_t maxPixels_;
     std::string folder_;
     ImageSize stored_;

@@ -28,6 +28,10 @@ constexpr const char* pageExamples =
 std::optional<Share> ParseShareText(const std::string& text)
 {
     constexpr std::int64_t most = 1000000;
+    if (text.empty() || text[0] == '/' ||
+        text.find_first_not_of("0123456789/") != std::string::npos) {
+        return std::nullopt;
+    }
     char* end = nullptr;
     Share share;
     share.number = std::strtoll(text.c_str(), &end, 10);

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <fstream>
+#include <numeric>
 #include <sstream>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -20,10 +21,13 @@ namespace {
 
 constexpr const char* lineEnd = "end";
 
-std::uint32_t ChecksumOf(std::uint32_t sum, const std::vector<unsigned char>& bytes)
+/// Whether a name still stands for an open file.
+bool IsFile(int descriptor, const std::string& name)
 {
-    return static_cast<std::uint32_t>(
-        crc32_z(sum, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
+    struct stat open {};
+    struct stat named {};
+    return fstat(descriptor, &open) == 0 && stat(name.c_str(), &named) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
 /// Whether a journal tells of more than a plan.
@@ -81,8 +85,8 @@ PageResult::PageResult(const std::string& path, const TiffPage& page, std::int64
     OpenPart(continuation);
     try {
         writer_.emplace(descriptor_, path_, page_);
-        if (continuation == Continuation::Resume) {
-            Resume();
+        if (continuation == Continuation::Resume || continuation == Continuation::Any) {
+            Resume(continuation);
         }
         if (ftruncate(descriptor_, writer_->End()) != 0) {
             FailToWrite();
@@ -123,7 +127,8 @@ void PageResult::OpenPart(Continuation continuation)
     if (descriptor_ < 0) {
         FailToWrite();
     }
-    if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
+    // Between opening and locking another run can have finished: what is locked then is its result.
+    if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0 || !IsFile(descriptor_, part_)) {
         close(descriptor_);
         throw Failure(path_, "another program is writing it");
     }
@@ -142,11 +147,14 @@ void PageResult::OpenPart(Continuation continuation)
     }
 }
 
-void PageResult::Resume()
+void PageResult::Resume(Continuation continuation)
 {
     std::ifstream journal(journal_);
     std::string line;
     if (!std::getline(journal, line)) {
+        return;
+    }
+    if (line != plan_ && continuation == Continuation::Any) {
         return;
     }
     if (line != plan_) {
@@ -165,7 +173,7 @@ void PageResult::Resume()
         for (const std::uint64_t size : entry->sizes) {
             writer_->Keep(size);
         }
-        ++bands_;
+        Count(*entry);
         good = journal.tellg();
     }
     if (bands_ > 0 && ftruncate(journalDescriptor_, good) != 0) {
@@ -187,7 +195,7 @@ bool PageResult::Holds(const Entry& entry, std::int64_t place) const
         if (pread(descriptor_, bytes.data(), size, place) != static_cast<ssize_t>(size)) {
             return false;
         }
-        checksum = ChecksumOf(checksum, bytes);
+        checksum = StripWriter::Checksum(checksum, bytes);
         place += static_cast<std::int64_t>(size);
     }
     return checksum == entry.checksum;
@@ -211,12 +219,20 @@ void PageResult::Append(const std::uint16_t* codes)
         const std::int64_t count = std::min(stripsAtOnce, end - first);
         for (const EncodedStrip& strip : EncodeStrips(page_, first, count, codes)) {
             writer_->Append(strip);
-            entry.checksum = ChecksumOf(entry.checksum, strip);
+            entry.checksum = StripWriter::Checksum(entry.checksum, strip);
             entry.sizes.push_back(strip.size());
         }
         codes += count * page_.layout.stripLines * page_.layout.lineLength * 3;
     }
     Note(entry);
+    Count(entry);
+}
+
+void PageResult::Count(const Entry& entry)
+{
+    const auto size = std::accumulate(entry.sizes.begin(), entry.sizes.end(), std::uint64_t{0});
+    checksum_ = static_cast<std::uint32_t>(
+        crc32_combine(checksum_, entry.checksum, static_cast<z_off_t>(size)));
     ++bands_;
 }
 
@@ -227,9 +243,9 @@ void PageResult::Note(const Entry& entry)
     }
 }
 
-void PageResult::Finish()
+void PageResult::Finish(const Describer& describe)
 {
-    writer_->Finish();
+    writer_->Finish(describe ? describe(checksum_) : std::string());
     writer_.reset();
 }
 

@@ -6,6 +6,7 @@
 #include "tiff_strips.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,6 +19,7 @@ enum class Continuation {
     Refuse,  ///< it is an error
     Resume,  ///< it is gone on with, if there is one
     Restart, ///< it is thrown away
+    Any,     ///< it is gone on with where it fits, else thrown away
 };
 
 /// A TIFF under NAME.qva-part with its journal NAME.qva-journal, both in the folder of NAME. They
@@ -42,8 +44,11 @@ public:
     /// @param codes  its packed lines.
     void Append(const std::uint16_t* codes);
 
+    /// Text for the file that holds the CRC-32 of all its strips.
+    using Describer = std::function<std::string(std::uint32_t checksum)>;
+
     /// Completes the TIFF; every band must be there.
-    void Finish();
+    void Finish(const Describer& describe = {});
 
     /// The finished TIFF, to be read while it has no name.
     const std::string& PartPath() const { return part_; }
@@ -57,7 +62,8 @@ public:
 private:
     struct Entry;
     void OpenPart(Continuation continuation);
-    void Resume();
+    void Resume(Continuation continuation);
+    void Count(const Entry& entry);
     bool Holds(const Entry& entry, std::int64_t place) const;
     std::int64_t FirstStrip() const { return bands_ * linesPerBand_ / page_.layout.stripLines; }
     std::int64_t StripsOfNextBand() const;
@@ -75,6 +81,7 @@ private:
     int journalDescriptor_ = -1;
     std::optional<StripWriter> writer_;
     std::int64_t bands_ = 0;
+    std::uint32_t checksum_ = 0;
 };
 
 } // namespace qva

@@ -44,7 +44,6 @@ private:
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
     std::string message_;
-    bool interlaced_ = false;
     std::size_t rowBytes_ = 0;
     std::int64_t next_ = 0;
     std::vector<unsigned char> row_;
@@ -103,7 +102,7 @@ void PngSource::ReadHeader()
     description_.bits = png_get_bit_depth(png_, info_) == 16 ? 16 : 8;
     description_.isGrey = (type & PNG_COLOR_MASK_COLOR) == 0;
     description_.hasAlpha = (type & PNG_COLOR_MASK_ALPHA) != 0;
-    interlaced_ = png_get_interlace_type(png_, info_) != PNG_INTERLACE_NONE;
+    description_.isInterlaced = png_get_interlace_type(png_, info_) != PNG_INTERLACE_NONE;
 }
 
 void PngSource::ReadColour()
@@ -209,7 +208,7 @@ void PngSource::PrepareRows()
     next_ = 0;
     row_.resize(rowBytes_);
     passes_.reset();
-    if (interlaced_) {
+    if (description_.isInterlaced) {
         ReadAllPasses();
     }
 }

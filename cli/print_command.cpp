@@ -6,6 +6,7 @@
 #include "report.h"
 #include "side_by_side.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fmt/format.h>
 #include <optional>
@@ -29,7 +30,8 @@ PageOptions InBands(const PrintOptions& options)
 {
     PageOptions page;
     page.print = options;
-    page.maxMemory = options.maxMemory.value_or(page.maxMemory);
+    page.maxMemory = options.maxMemory.value_or(std::min(page.maxMemory, MemoryLimit()));
+    page.continuation = Continuation::Any;
     page.progress = options.quiet ? ProgressStyle::None : ProgressStyle::Terminal;
     return page;
 }

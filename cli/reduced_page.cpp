@@ -22,18 +22,6 @@ std::uint64_t Mixed(std::uint64_t x)
 
 } // namespace
 
-ImageSize ReducedSize(ImageSize page, std::int64_t longerSide)
-{
-    const std::int64_t longer = std::max(page.width, page.height);
-    if (longer <= longerSide) {
-        return page;
-    }
-    const auto reduce = [&](std::int64_t side) {
-        return std::max<std::int64_t>((side * longerSide + longer / 2) / longer, 1);
-    };
-    return {reduce(page.width), reduce(page.height)};
-}
-
 PageReducer::PageReducer(std::int64_t lines, std::int64_t lineLength, ImageSize copy)
     : lines_(lines), copy_(copy), lineLength_(lineLength)
 {
@@ -51,6 +39,7 @@ void PageReducer::Add(const std::uint16_t* codes, std::int64_t count)
     for (std::int64_t first = 0; first < copy_.width; first += columnsAtOnce) {
         AddColumns(codes, count, first, std::min(first + columnsAtOnce, copy_.width));
     }
+    AddToDigest(codes, count);
     next_ += count;
 }
 
@@ -90,13 +79,22 @@ Page PageReducer::Result() const
     return page;
 }
 
-std::uint64_t PageReducer::Digest() const
+void PageReducer::AddToDigest(const std::uint16_t* codes, std::int64_t count)
 {
-    std::uint64_t digest = 0;
-    for (const std::uint64_t sum : sums_) {
-        digest = Mixed(digest + 0x9e3779b97f4a7c15u + sum);
+    std::vector<std::uint64_t> lineDigests(static_cast<std::size_t>(count));
+#pragma omp parallel for schedule(static)
+    for (std::int64_t line = 0; line < count; ++line) {
+        // FNV-1a over codes in place of bytes.
+        std::uint64_t digest = 0xcbf29ce484222325u;
+        const std::uint16_t* code = codes + line * lineLength_ * 3;
+        for (const std::uint16_t* end = code + lineLength_ * 3; code < end; ++code) {
+            digest = (digest ^ *code) * 0x100000001b3u;
+        }
+        lineDigests[static_cast<std::size_t>(line)] = digest;
     }
-    return digest;
+    for (const std::uint64_t digest : lineDigests) {
+        digest_ = Mixed(digest_ + 0x9e3779b97f4a7c15u + digest);
+    }
 }
 
 Page Transposed(const Page& page)

@@ -2,14 +2,12 @@
 #pragma once
 
 #include "page.h"
+#include "reduced_size.h"
 
 #include <cstdint>
 #include <vector>
 
 namespace qva {
-
-/// The size of the copy: unchanged up to the given longer side, else reduced to it.
-ImageSize ReducedSize(ImageSize page, std::int64_t longerSide);
 
 /// Averages boxes of pixels. Sums are whole numbers, so that the copy is the same in whatever
 /// blocks the lines come, on every machine.
@@ -26,12 +24,14 @@ public:
     /// The averages, rounded to the nearest code, with lines as rows.
     Page Result() const;
 
-    /// A number that any change of any code changes, but for a chance of one in 2^64.
-    std::uint64_t Digest() const;
+    /// A digest of all codes in their order.
+    std::uint64_t Digest() const { return digest_; }
 
 private:
     void AddColumns(const std::uint16_t* codes, std::int64_t count, std::int64_t first,
                     std::int64_t last);
+
+    void AddToDigest(const std::uint16_t* codes, std::int64_t count);
 
     std::int64_t lines_;
     ImageSize copy_;
@@ -39,6 +39,7 @@ private:
     std::int64_t next_ = 0;
     std::vector<std::int64_t> columnStarts_; ///< first pixel of every box, and the end
     std::vector<std::uint64_t> sums_;
+    std::uint64_t digest_ = 0;
 };
 
 /// Rows become columns.

@@ -44,6 +44,7 @@ struct SourceDescription {
     bool isFloat = false;
     bool isGrey = false; ///< one channel, delivered as three equal ones
     bool hasAlpha = false;
+    bool isInterlaced = false;     ///< decoded through a scratch file
     bool sceneLinear = false;      ///< the format holds scene-linear values by definition
     std::uint64_t decodeBytes = 0; ///< memory that decoding takes, where it is not just some rows
     ColourTags tags;

@@ -10,6 +10,7 @@
 #include <sys/types.h>
 #include <tiffio.h>
 #include <unistd.h>
+#include <zlib.h>
 
 namespace qva {
 
@@ -71,9 +72,6 @@ bool SetText(TIFF* tiff, const TiffPage& page)
         done = done && TIFFSetField(tiff, TIFFTAG_ICCPROFILE,
                                     static_cast<std::uint32_t>(page.profile.size()),
                                     page.profile.data()) == 1;
-    }
-    if (!page.description.empty()) {
-        done = done && TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, page.description.c_str()) == 1;
     }
     if (page.settings.dpi > 0.0) {
         done = done && TIFFSetField(tiff, TIFFTAG_XRESOLUTION, page.settings.dpi) == 1 &&
@@ -233,8 +231,10 @@ StripWriter::StripWriter(int descriptor, const std::string& name, const TiffPage
 {
     file_->descriptor = descriptor;
     file_->name = name;
-    // Classic TIFF ends at 4 GiB; what compression saves cannot be known before.
-    constexpr std::int64_t classicLimit = 4000000000;
+    // Classic TIFF ends at 4 GiB. What compression saves cannot be known before, and LZW makes
+    // noise half as long again.
+    const std::int64_t classicLimit =
+        page.settings.compression == Compression::Lzw ? 2800000000 : 4000000000;
     const bool isBig = page.layout.lines * page.layout.lineLength * 6 > classicLimit;
     const auto options = MakeOptions(file_->message);
     tiff_.reset(TIFFClientOpenExt(
@@ -279,9 +279,18 @@ std::int64_t StripWriter::End() const
     return static_cast<std::int64_t>(file_->size);
 }
 
-void StripWriter::Finish()
+std::uint32_t StripWriter::Checksum(std::uint32_t before, const EncodedStrip& strip)
 {
-    if (TIFFWriteDirectory(tiff_.get()) != 1 || TIFFFlush(tiff_.get()) != 1) {
+    return static_cast<std::uint32_t>(
+        crc32_z(before, reinterpret_cast<const Bytef*>(strip.data()), strip.size()));
+}
+
+void StripWriter::Finish(const std::string& description)
+{
+    if ((!description.empty() &&
+         TIFFSetField(tiff_.get(), TIFFTAG_IMAGEDESCRIPTION, description.c_str()) != 1) ||
+        TIFFWriteDirectory(tiff_.get()) != 1 || TIFFFlush(tiff_.get()) != 1)
+    {
         file_->Fail();
     }
 }

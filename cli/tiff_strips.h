@@ -60,7 +60,11 @@ public:
     /// Where the next strip begins, in bytes.
     std::int64_t End() const;
 
-    void Finish();
+    /// @param description  text for programs; none where empty.
+    void Finish(const std::string& description = {});
+
+    /// CRC-32 of bytes that follow others.
+    static std::uint32_t Checksum(std::uint32_t before, const EncodedStrip& strip);
 
 private:
     struct File;

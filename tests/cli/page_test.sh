@@ -58,7 +58,7 @@ expect_output '"peakMemory"'
 grep -q '"stage":"bands","done":5,"all":5' stderr.txt || fail "no progress for programs"
 
 # A print that does not fit goes the same way.
-"$qva" print large.tif -o banded.tif --profile device.icc --max-memory 135M 2>stderr.txt ||
+"$qva" print large.tif -o banded.tif --profile device.icc --max-memory 155M 2>stderr.txt ||
     fail "a large print fails: $(cat stderr.txt)"
 grep -q "printed in bands" stderr.txt || fail "a print in bands is not told"
 expect 0 "" info banded.tif
@@ -110,6 +110,9 @@ expect 1 "other.tif: does not belong to share1.tif: threshold is 20.0 and 1.3" \
     join share1.tif other.tif share[3-5].tif -o result.tif
 head -c $(($(stat -c %s share3.tif) / 2)) share3.tif >cut.tif
 expect 1 "cut.tif: " join share[12].tif cut.tif share[45].tif -o result.tif
+cp share3.tif flipped.tif
+printf 'x' | dd of=flipped.tif bs=1 seek=2000 conv=notrunc 2>/dev/null
+expect 1 "flipped.tif: is damaged" join share[12].tif flipped.tif share[45].tif -o result.tif
 expect 1 "whole.tif: is not a share of a page" join whole.tif -o result.tif
 gone result.tif
 expect 1 "few for 6 shares" page tall.tif -o result.tif $options $hundred --band 1/6
