@@ -1,6 +1,7 @@
 // The superpixel runs of a reduced page.
 #include "bench_support.h"
 
+#include "core/block_pool.h"
 #include "segmentation/fast_slic.h"
 #include "segmentation/segment_evaluater.h"
 #include "tone/htr_parameters.h"
@@ -20,6 +21,7 @@ void SixCandidates(benchmark::State& state)
     const Matrix intensity = MakeScenePlane(rows, cols);
     const HtrParameters params;
     for (auto _ : state) {
+        const CallMemory memory; // as in every call
         SegmentEvaluater evaluater(FastSlic(655.35, 4), params.segmentEvaluationParam);
         evaluater.CalculateOptimalSegmentsNumber<uint16_t>(image, intensity, params.numSegmentsSet);
     }
