@@ -24,6 +24,11 @@ Failure::Failure(const Failure& failure, const std::string& place)
 {
 }
 
+Failure::Failure(const Failure& failure, std::int64_t row)
+    : Error(failure.ExitCode(), failure.what()), row_(row)
+{
+}
+
 Misuse::Misuse(const std::string& name, const std::string& reason)
     : Error(exitMisused, name, reason)
 {

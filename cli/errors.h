@@ -1,6 +1,7 @@
 // Failures of the host program, each with the exit code it ends in.
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -30,6 +31,15 @@ public:
 
     /// The same failure with the place it happened at in parentheses.
     Failure(const Failure& failure, const std::string& place);
+
+    /// The same failure at a stored row of a picture.
+    Failure(const Failure& failure, std::int64_t row);
+
+    /// @return -1 where the failure is not that of a row.
+    std::int64_t Row() const noexcept { return row_; }
+
+private:
+    std::int64_t row_ = -1;
 };
 
 /// The program was asked for something that makes no sense. Exit code 2.

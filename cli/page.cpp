@@ -73,7 +73,8 @@ void ForEachBlock(ImageSource& source, const char* stage, Progress& progress, co
         try {
             source.ReadRows(count, block.data());
         } catch (const Failure& failure) {
-            throw Failure(failure, fmt::format("rows {} to {}", first, first + count - 1));
+            const std::string place = fmt::format("rows {} to {}", first, first + count - 1);
+            throw Failure(Failure(failure, place), first);
         }
         body(block.data(), first, count);
         progress.Show(stage, static_cast<double>(first + count) / static_cast<double>(size.height));

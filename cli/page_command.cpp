@@ -353,6 +353,29 @@ void RunPageOf(const PageOptions& options, const PrinterProfile& profile, const 
     PageRun(options, profile, found, source).Run();
 }
 
+namespace {
+
+/// Names the band of a damaged row, where bands are runs of stored rows.
+Examination ExaminePage(const PageOptions& options, const BandPlan& plan, Progress& progress,
+                        std::unique_ptr<ImageSource>& source)
+{
+    const LineOrder order = OrderOf(source->Describe().orientation, plan.direction);
+    try {
+        return Examine(options.print.photo, options.print.source, options.print.maxPixels, progress,
+                       source);
+    } catch (const Failure& failure) {
+        if (failure.Row() < 0 || order.across) {
+            throw;
+        }
+        const std::int64_t line = order.backward ? plan.Lines() - 1 - failure.Row() : failure.Row();
+        // The rows were read together, and a small page has several bands in as many rows.
+        throw Failure(failure, fmt::format("at band {} of {} or behind it",
+                                           line / plan.bandLines + 1, plan.Bands()));
+    }
+}
+
+} // namespace
+
 void RunPage(const PageOptions& options)
 {
     CheckNames(options.print);
@@ -369,8 +392,7 @@ void RunPage(const PageOptions& options)
         return;
     }
     Progress progress(options.progress);
-    const Examination found = Examine(options.print.photo, options.print.source,
-                                      options.print.maxPixels, progress, source);
+    const Examination found = ExaminePage(options, plan, progress, source);
     progress.Clear();
     RunPageOf(options, profile, found, *source);
 }

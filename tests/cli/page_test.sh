@@ -93,8 +93,11 @@ same fine.tif stopped.tif
 # What is wrong is named, with the band where that can be told; nothing gets the final name.
 head -c $(($(stat -c %s tall.tif) / 2)) tall.tif >cut.tif
 expect 1 "cut.tif: " page cut.tif -o result.tif $options
-head -c $(($(stat -c %s stripped.tif) * 2 / 3)) stripped.tif >cut.tif
-expect 1 "cut.tif: " page cut.tif -o result.tif $options
+# Bytes in the middle of the pixels; the directory lies behind them.
+cp stripped.tif cut.tif
+head -c 400 /dev/zero | dd of=cut.tif bs=1 seek=$(($(stat -c %s cut.tif) / 2)) conv=notrunc 2>/dev/null
+expect 1 "(at band 1 of 5 or behind it)" page cut.tif -o result.tif $options $hundred
+grep -q "^qva: cut.tif: is damaged" stderr.txt || fail "damage: $(cat stderr.txt)"
 (ulimit -f 64; exec "$qva" page tall.tif -o result.tif $options $hundred --compression none 2>stderr.txt)
 [ $? = 1 ] || fail "a full disk goes unnoticed"
 grep -q "result.tif: cannot be written: .* (band [2-5] of 5, rows " stderr.txt ||
