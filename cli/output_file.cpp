@@ -89,6 +89,12 @@ std::string FollowLinks(const std::string& path)
 
 } // namespace
 
+std::string FolderOf(const std::string& path)
+{
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
+
 OutputTarget ResolveOutput(const std::string& path)
 {
     const std::string target = FollowLinks(path);

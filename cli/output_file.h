@@ -6,6 +6,9 @@
 
 namespace qva {
 
+/// The folder a name lies in, "." where it names none.
+std::string FolderOf(const std::string& path);
+
 /// Where an output really goes.
 struct OutputTarget {
     std::string path; ///< symbolic links followed

@@ -4,7 +4,6 @@
 #include "turned_lines.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <unistd.h>
 
 namespace qva {
@@ -69,12 +68,6 @@ void CopyRows(std::vector<StripReader>& shares, const BandPlan& plan, RowWriter&
         writer.Write(codes.data(), count);
         progress.Show("writing", ShareOf(first + count, plan.Lines()));
     });
-}
-
-std::string FolderOf(const std::string& path)
-{
-    const std::string folder = std::filesystem::path(path).parent_path().string();
-    return folder.empty() ? "." : folder;
 }
 
 void TurnColumns(std::vector<StripReader>& shares, const BandPlan& plan, RowWriter& writer,

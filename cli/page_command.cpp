@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -23,12 +22,6 @@ namespace qva {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string FolderOf(const std::string& path)
-{
-    const std::string folder = std::filesystem::path(path).parent_path().string();
-    return folder.empty() ? "." : folder;
-}
 
 Direction DirectionOf(const PageOptions& options, const SourceDescription& description)
 {
