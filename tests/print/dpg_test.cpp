@@ -52,7 +52,9 @@ Matrix Literal(const Matrix& src, const DpgParameters& params, int (&taken)[3])
             code = Saturate<T>(decoding.table.Evaluate(code));
         }
         toWork(in, out, 3);
-        std::transform(out, out + 3, &At<T>(work, 0, x), Saturate<T>);
+        for (int32_t c = 0; c < 3; ++c) {
+            At<T>(work, 0, x, c) = Saturate<T>(out[c]);
+        }
         At<T>(i, 0, x) = At<T>(work, 0, x);
     }
     MultiplyByScalar(i, 255.0 / 65535.0, guide, MatrixOperatorMultiply<T>());

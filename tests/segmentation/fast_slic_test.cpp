@@ -44,6 +44,34 @@ TEST(SegmentEvaluater, RefusesCandidatesBeforeAnyWork)
     });
 }
 
+// Segments of 0 and 65535 deviate so far that exp(-deviation) is 0: every candidate scores 0.
+TEST(SegmentEvaluater, TakesTheFirstOfEqualCandidates)
+{
+    const Matrix flat = MakeMatrix<uint16_t>(8, 8, {9}, 3);
+    const Matrix stripes = MakeMatrix<uint16_t>(8, 8, {0, 65535});
+    SegmentEvaluater evaluater(FastSlic(655.35, 4), 1.0);
+    Vector<int> candidates(2, 1);
+    candidates[1] = 4; // centres at (2, 2), (6, 2) and (4, 6)
+    EXPECT_EQ(1, evaluater.CalculateOptimalSegmentsNumber<uint16_t>(flat, stripes, candidates));
+    std::swap(candidates[0], candidates[1]);
+    EXPECT_EQ(3, evaluater.CalculateOptimalSegmentsNumber<uint16_t>(flat, stripes, candidates));
+}
+
+// Sums of many rounded squares fall short of the square of the mean.
+TEST(ImagSegments, GiveFlatFloatsNoDeviation)
+{
+    const Matrix_t<int> labels = [] {
+        Matrix_t<int> one;
+        static_cast<Matrix&>(one) = MakeMatrix<int32_t>(1, 1000, {0});
+        return one;
+    }();
+    for (const float value : {0.1f, 0.7f, 3.3f, 12345.67f, 54321.1f}) {
+        SegmentsInfo info;
+        ImagSegments::GetSegmentsInfo<float>(MakeMatrix<float>(1, 1000, {value}), labels, 1, info);
+        EXPECT_NEAR(0.0, info.stdDev[0], 1e-6 * static_cast<double>(value));
+    }
+}
+
 TEST(FastSlic, TakesValuesOfEveryDepthAsTheyAre)
 {
     const Matrix bytes = PatchyImage<uint8_t>(61, 83, 3, 0.0, 255.0, 1);

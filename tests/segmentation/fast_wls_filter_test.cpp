@@ -56,7 +56,7 @@ std::vector<T> SmoothByLines(const FastWlsFilter& filter, const Matrix& src, con
         solve(int64_t{row} * src.cols, 1, src.cols);
     }
     std::vector<T> out(value.size());
-    std::transform(value.begin(), value.end(), out.begin(), Saturate<T>);
+    std::transform(value.begin(), value.end(), out.begin(), [](float v) { return Saturate<T>(v); });
     return out;
 }
 
