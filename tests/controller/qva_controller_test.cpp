@@ -76,6 +76,18 @@ TEST(QvaController, AnalysisTakesTheThresholdThenChecksTheSize)
     }
 }
 
+TEST(QvaController, LowersAThresholdAboveTheBrightestLevel)
+{
+    PrintOnPaper(164);
+    Caller c;
+    c.encoding.luminanceMax = c.encoding.luminanceThreshold = 1.0f;
+    QvaController controller; // of 1.3
+    EXPECT_EQ(QVA_OK, c.Apply(controller, true));
+    c.conditions.paramLuminanceThreshold = 100.0f;
+    EXPECT_EQ(QVA_OK, c.Analyse(controller));
+    EXPECT_EQ(100.0, controller.htrParameters.luminanceThreshold);
+}
+
 TEST(QvaController, ValidatesTheAnalysisOfACorrection)
 {
     const auto validate = [](auto&& change) {
