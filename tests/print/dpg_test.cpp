@@ -107,6 +107,19 @@ TYPED_TEST(DpgForms, EqualTheLiteralLoop)
     EXPECT_EQ(expected, Elements<T>(image));
 }
 
+// With a base of black there is no toe, which would lift the intensity to 327.675 and with it the
+// light to 2e-4 cd/m2, a code of 57.
+TEST(Dpg, LeavesBlackOnABlackBase)
+{
+    DpgParameters params;
+    params.printLut = SharedObject<Lut3D>(new Lut3D(DullPrint(), 65535.0));
+    Matrix image = MakeMatrix<float>(4, 70, {0.0f}, 3);
+    Dpg({paper, paper}, params)(image, image);
+    for (const float code : Elements<float>(image)) {
+        ASSERT_NEAR(0.0f, code, 1.0f);
+    }
+}
+
 TEST(Dpg, RefusesImagesAndWorkingSpaces)
 {
     DpgParameters params;
