@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
+#include <omp.h>
 #include <vector>
 
 namespace qva {
@@ -101,26 +102,28 @@ void EncodeBlock(float* rgb, std::size_t pixels, const SceneDecoder& decoder,
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
                        Progress& progress)
 {
+    struct Part {
+        PictureStatistics statistics;
+        SampleCounts counts;
+    };
     const std::int64_t width = source.Size().width;
-    PictureStatistics statistics;
+    // One a thread, made before the loops: a request for memory that fails in a parallel loop would
+    // end the program.
+    std::vector<Part> parts(static_cast<std::size_t>(omp_get_max_threads()));
     ForEachBlock(source, "measuring", progress, [&](float* rgb, std::int64_t, std::int64_t count) {
-#pragma omp parallel
-        {
-            PictureStatistics some;
-            SampleCounts someCounts;
-#pragma omp for schedule(static)
-            for (std::int64_t row = 0; row < count; ++row) {
-                float* pixels = rgb + row * width * 3;
-                decoder.Decode(pixels, static_cast<std::size_t>(width), someCounts);
-                some.Add(pixels, static_cast<std::size_t>(width));
-            }
-#pragma omp critical
-            {
-                statistics.Add(some);
-                counts.Add(someCounts);
-            }
+#pragma omp parallel for schedule(static)
+        for (std::int64_t row = 0; row < count; ++row) {
+            Part& part = parts[static_cast<std::size_t>(omp_get_thread_num())];
+            float* pixels = rgb + row * width * 3;
+            decoder.Decode(pixels, static_cast<std::size_t>(width), part.counts);
+            part.statistics.Add(pixels, static_cast<std::size_t>(width));
         }
     });
+    PictureStatistics statistics;
+    for (const Part& part : parts) {
+        statistics.Add(part.statistics);
+        counts.Add(part.counts);
+    }
     return statistics;
 }
 

@@ -5,6 +5,7 @@
 #include "transfer_functions.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -18,10 +19,16 @@ double Between(double signal, double bottom, double top)
     return bottom + signal * (top - bottom);
 }
 
-/// Takes the samples that are no light out of the picture, remembering where +infinity stood.
-void Clean(float* rgb, std::size_t samples, std::vector<std::size_t>& infinite,
-           SampleCounts& counts)
+// Pixels that are decoded together, so that what is remembered of them lies on the stack: rows are
+// decoded in parallel loops, which a failed request for memory would end together with the program.
+constexpr std::size_t pixelsAtOnce = 1024;
+using Places = std::bitset<pixelsAtOnce * 3>;
+
+/// Takes the samples that are no light out of the picture.
+/// @return where +infinity stood.
+Places Clean(float* rgb, std::size_t samples, SampleCounts& counts)
 {
+    Places infinite;
     for (std::size_t i = 0; i < samples; ++i) {
         const float sample = rgb[i];
         if (std::isnan(sample)) {
@@ -30,13 +37,12 @@ void Clean(float* rgb, std::size_t samples, std::vector<std::size_t>& infinite,
         } else if (std::isinf(sample)) {
             ++counts.infinite;
             rgb[i] = 0.0f;
-            if (sample > 0.0f) {
-                infinite.push_back(i);
-            }
+            infinite[i] = sample > 0.0f;
         } else if (sample < 0.0f) {
             ++counts.negative;
         }
     }
+    return infinite;
 }
 
 } // namespace
@@ -132,11 +138,14 @@ void SceneDecoder::Decode(float* rgb, std::size_t pixels, SampleCounts& counts) 
         DecodeRun(rgb, pixels);
         return;
     }
-    std::vector<std::size_t> infinite;
-    Clean(rgb, pixels * 3, infinite, counts);
-    DecodeRun(rgb, pixels);
-    for (const std::size_t place : infinite) {
-        rgb[place] = std::numeric_limits<float>::infinity();
+    for (std::size_t first = 0; first < pixels; first += pixelsAtOnce) {
+        float* some = rgb + first * 3;
+        const std::size_t count = std::min(pixelsAtOnce, pixels - first);
+        const Places infinite = Clean(some, count * 3, counts);
+        DecodeRun(some, count);
+        for (std::size_t i = 0; infinite.any() && i < count * 3; ++i) {
+            some[i] = infinite[i] ? std::numeric_limits<float>::infinity() : some[i];
+        }
     }
 }
 

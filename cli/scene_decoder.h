@@ -38,7 +38,7 @@ public:
 
     /// Decodes interleaved R, G, B in place. The results are finite except where a sample was
     /// +infinity: there the same channel stays +infinity. Results can be negative where a colour
-    /// lies outside BT.2020.
+    /// lies outside BT.2020. Takes no memory, so that it may stand in a parallel loop.
     /// @param counts  added to.
     void Decode(float* rgb, std::size_t pixels, SampleCounts& counts) const;
 
