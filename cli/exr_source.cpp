@@ -1,6 +1,7 @@
 // OpenEXR pictures.
 #include "errors.h"
 #include "image_source.h"
+#include "input_file.h"
 
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
@@ -9,6 +10,7 @@
 #include <OpenEXR/ImfPartType.h>
 #include <OpenEXR/ImfStandardAttributes.h>
 #include <OpenEXR/ImfThreading.h>
+#include <OpenEXR/ImfTileDescriptionAttribute.h>
 #include <algorithm>
 #include <fmt/format.h>
 #include <vector>
@@ -29,6 +31,7 @@ public:
 
 private:
     void CheckChannels();
+    void CheckTiles();
     void DescribeColour();
     void ReadOverlap(std::int64_t first, std::int64_t last);
     void CopyRow(std::int64_t row, float* out) const;
@@ -61,6 +64,9 @@ void ExrSource::Open(const std::string& path, std::uint64_t maxPixels)
     description_.isFloat = true;
     description_.sceneLinear = true;
     next_ = 0;
+    // The library takes memory for every row before it tells the size.
+    Imf::Header::setMaxImageSize(static_cast<int>(longestSide), static_cast<int>(longestSide));
+    Imf::Header::setMaxTileSize(static_cast<int>(longestSide), static_cast<int>(longestSide));
     try {
         file_ = std::make_unique<Imf::InputFile>(path.c_str());
     } catch (const std::bad_alloc&) {
@@ -73,7 +79,9 @@ void ExrSource::Open(const std::string& path, std::uint64_t maxPixels)
     description_.size = SizeOf(display_);
     CheckSize(path, description_.size, maxPixels);
     CheckSize(path, SizeOf(data_), maxPixels);
+    CheckPromise(path, SizeOf(data_));
     CheckChannels();
+    CheckTiles();
     DescribeColour();
 }
 
@@ -103,6 +111,22 @@ void ExrSource::CheckChannels()
     description_.hasAlpha = channels.findChannel("A") != nullptr;
 }
 
+void ExrSource::CheckTiles()
+{
+    const Imf::Header& header = file_->header();
+    if (!header.hasTileDescription()) {
+        return;
+    }
+    // The library holds a row of tiles, all channels, at up to 4 bytes a sample.
+    std::uint64_t channels = 0;
+    for (auto channel = header.channels().begin(); channel != header.channels().end(); ++channel) {
+        ++channels;
+    }
+    description_.decodeBytes =
+        static_cast<std::uint64_t>(WidthOf(data_)) * header.tileDescription().ySize * channels * 4;
+    CheckMemory(description_.path, "a row of tiles", description_.decodeBytes);
+}
+
 void ExrSource::DescribeColour()
 {
     const Imf::Header& header = file_->header();
@@ -121,13 +145,19 @@ void ExrSource::DescribeColour()
 
 void ExrSource::ReadRows(std::int64_t count, float* rgb)
 {
-    const std::int64_t top = display_.min.y + next_;
-    ReadOverlap(std::max<std::int64_t>(top, data_.min.y),
-                std::min<std::int64_t>(top + count - 1, data_.max.y));
-    for (std::int64_t row = 0; row < count; ++row) {
-        CopyRow(top + row, rgb + row * description_.size.width * 3);
+    // The data window can be much wider than the picture.
+    constexpr std::int64_t pixelsAtOnce = 1 << 20;
+    const std::int64_t rows = std::max<std::int64_t>(pixelsAtOnce / WidthOf(data_), 1);
+    for (std::int64_t first = 0; first < count; first += rows) {
+        const std::int64_t top = display_.min.y + next_;
+        const std::int64_t some = std::min(rows, count - first);
+        ReadOverlap(std::max<std::int64_t>(top, data_.min.y),
+                    std::min<std::int64_t>(top + some - 1, data_.max.y));
+        for (std::int64_t row = 0; row < some; ++row) {
+            CopyRow(top + row, rgb + (first + row) * description_.size.width * 3);
+        }
+        next_ += some;
     }
-    next_ += count;
 }
 
 void ExrSource::ReadOverlap(std::int64_t first, std::int64_t last)

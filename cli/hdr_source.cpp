@@ -2,6 +2,7 @@
 #include "errors.h"
 #include "hdr_header.h"
 #include "image_source.h"
+#include "input_file.h"
 
 #include <cerrno>
 #include <cmath>
@@ -43,6 +44,7 @@ void HdrSource::Open(const std::string& path, std::uint64_t maxPixels)
     }
     const HdrHeader header = ReadHdrHeader(file_.get(), path);
     CheckSize(path, header.size, maxPixels);
+    CheckPromise(path, header.size);
     description_ = {};
     description_.path = path;
     description_.format = "Radiance HDR";

@@ -1,6 +1,7 @@
 #include "image_source.h"
 
 #include "errors.h"
+#include "input_file.h"
 
 #include <algorithm>
 #include <array>
@@ -8,9 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fmt/format.h>
-#include <limits>
 #include <string_view>
-#include <sys/stat.h>
 #include <vector>
 
 namespace qva {
@@ -36,16 +35,13 @@ constexpr Signature signatures[] = {
 
 std::string FirstBytes(const std::string& path)
 {
-    struct stat status {};
+    // The readers go over a picture twice, which a pipe does not allow.
+    SizeOfRegularFile(path);
     std::FILE* file = std::fopen(path.c_str(), "rb");
     if (file == nullptr) {
         throw Failure(path, SystemReason(errno));
     }
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> closer(file, std::fclose);
-    // The readers go over a picture twice, which a pipe does not allow.
-    if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) {
-        throw Failure(path, S_ISDIR(status.st_mode) ? "is a directory" : "is not a regular file");
-    }
     std::array<char, 8> bytes{};
     const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), file);
     if (std::ferror(file) != 0) {
@@ -82,7 +78,6 @@ std::unique_ptr<ImageSource> OpenImage(const std::string& path, std::uint64_t ma
 
 void CheckSize(const std::string& path, ImageSize size, std::uint64_t maxPixels)
 {
-    constexpr std::int64_t longestSide = std::numeric_limits<std::int32_t>::max();
     if (size.width < 1 || size.height < 1) {
         throw Failure(path, "the picture has no pixels");
     }
@@ -90,7 +85,6 @@ void CheckSize(const std::string& path, ImageSize size, std::uint64_t maxPixels)
         throw Failure(path, fmt::format("{} x {} pixels: a side is longer than {}", size.width,
                                         size.height, longestSide));
     }
-    // Both sides fit 31 bits, so the product fits 62.
     if (static_cast<std::uint64_t>(size.width) * static_cast<std::uint64_t>(size.height) >
         maxPixels) {
         throw Failure(path, fmt::format("{} x {} pixels are more than the {} that --max-pixels "

@@ -51,7 +51,10 @@ std::unique_ptr<ImageSource> OpenImage(const std::string& path, std::uint64_t ma
 /// Sets how many threads a reader that can share its work may use; 0 reads on the caller's.
 void SetReaderThreads(int threads);
 
-/// @throws Failure for a side outside 1 ... 2^31 - 1, or more than maxPixels pixels.
+/// The longest side that is read: a row of it takes 50 MB as floats.
+constexpr std::int64_t longestSide = 1 << 22;
+
+/// @throws Failure for a side outside 1 ... longestSide, or more than maxPixels pixels.
 void CheckSize(const std::string& path, ImageSize size, std::uint64_t maxPixels);
 
 /// Rows that make a block of a sensible size to read and convert at once, at least 1.

@@ -98,7 +98,8 @@ void AddSourceOptions(CLI::App& app, std::string& photo, SourceOptions& source,
     for (CLI::Option* option : {white, lowest, highest, top}) {
         option->group(group);
     }
-    AddNumber(app, "--max-pixels", "Refuse larger pictures (1e9)", 1.0, 1e15,
+    AddNumber(app, "--max-pixels",
+              "Refuse larger pictures (1e9); no side may be longer than 4194304", 1.0, 1e15,
               [&maxPixels](const double& value) { maxPixels = static_cast<std::uint64_t>(value); });
 }
 

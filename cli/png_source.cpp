@@ -1,6 +1,7 @@
 // PNG pictures of 8 or 16 bits.
 #include "errors.h"
 #include "image_source.h"
+#include "input_file.h"
 #include "scratch_file.h"
 
 #include <cerrno>
@@ -30,8 +31,9 @@ private:
     template <typename Body>
     void Guard(const Body& body);
     static void OnError(png_structp png, png_const_charp message);
-    static void OnWarning(png_structp, png_const_charp) {}
+    static void OnWarning(png_structp png, png_const_charp message);
     void ReadHeader();
+    std::uint64_t PackedBytes() const;
     void ReadColour();
     void ReadCodePoints();
     void ReadOrientation();
@@ -44,6 +46,7 @@ private:
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
     std::string message_;
+    bool profileRefused_ = false;
     std::size_t rowBytes_ = 0;
     std::int64_t next_ = 0;
     std::vector<unsigned char> row_;
@@ -54,6 +57,14 @@ void PngSource::OnError(png_structp png, png_const_charp message)
 {
     static_cast<PngSource*>(png_get_error_ptr(png))->message_ = message;
     png_longjmp(png, 1);
+}
+
+// What is wrong with a profile is only worth a warning to the library, which goes on without it.
+void PngSource::OnWarning(png_structp png, png_const_charp message)
+{
+    if (std::strncmp(message, "iCCP", 4) == 0) {
+        static_cast<PngSource*>(png_get_error_ptr(png))->profileRefused_ = true;
+    }
 }
 
 template <typename Body>
@@ -68,6 +79,7 @@ void PngSource::Guard(const Body& body)
 void PngSource::Open(const std::string& path, std::uint64_t maxPixels)
 {
     Close();
+    profileRefused_ = false;
     description_ = {};
     description_.path = path;
     description_.format = "PNG";
@@ -81,6 +93,8 @@ void PngSource::Open(const std::string& path, std::uint64_t maxPixels)
     }
     ReadHeader();
     CheckSize(path, description_.size, maxPixels);
+    // Deflate makes 258 bytes of two bits.
+    CheckPromise(path, description_.size, PackedBytes(), 1032);
     ReadColour();
     ReadCodePoints();
     ReadOrientation();
@@ -105,6 +119,11 @@ void PngSource::ReadHeader()
     description_.isInterlaced = png_get_interlace_type(png_, info_) != PNG_INTERLACE_NONE;
 }
 
+std::uint64_t PngSource::PackedBytes() const
+{
+    return png_get_rowbytes(png_, info_) * static_cast<std::uint64_t>(description_.size.height);
+}
+
 void PngSource::ReadColour()
 {
     ColourTags& tags = description_.tags;
@@ -114,6 +133,9 @@ void PngSource::ReadColour()
     png_uint_32 size = 0;
     if (png_get_iCCP(png_, info_, &name, &method, &profile, &size) != 0) {
         tags.profile.assign(profile, profile + size);
+    } else if (profileRefused_) {
+        // Not without a word: other colours would be printed. No profile is so short.
+        tags.profile.assign(1, 0);
     }
     tags.srgb = png_get_valid(png_, info_, PNG_INFO_sRGB) != 0;
     double gamma = 0.0;

@@ -1,6 +1,7 @@
 #include "printer_profile.h"
 
 #include "errors.h"
+#include "input_file.h"
 #include "lcms_handles.h"
 #include "photo_paper_profile.h"
 
@@ -9,7 +10,6 @@
 #include <cstdio>
 #include <fmt/format.h>
 #include <string_view>
-#include <sys/stat.h>
 
 namespace qva {
 
@@ -21,19 +21,16 @@ constexpr std::size_t largestProfile = std::size_t{64} << 20;
 
 std::vector<unsigned char> ReadFile(const std::string& path)
 {
+    const std::uint64_t size = SizeOfRegularFile(path);
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                                std::fclose);
-    struct stat status {};
-    if (!file || fstat(fileno(file.get()), &status) != 0) {
+    if (!file) {
         throw Failure(path, SystemReason(errno));
     }
-    if (!S_ISREG(status.st_mode)) {
-        throw Failure(path, S_ISDIR(status.st_mode) ? "is a directory" : "is not a regular file");
-    }
-    if (static_cast<std::uint64_t>(status.st_size) > largestProfile) {
+    if (size > largestProfile) {
         throw Failure(path, "is larger than 64 MiB and no ICC profile");
     }
-    std::vector<unsigned char> bytes(static_cast<std::size_t>(status.st_size));
+    std::vector<unsigned char> bytes(size);
     if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) {
         throw Failure(path, std::ferror(file.get()) != 0 ? SystemReason(errno)
                                                          : "became shorter while it was read");

@@ -43,9 +43,11 @@ ProfileTransform::ProfileTransform(const std::vector<unsigned char>& profile,
 {
     engine_->context = MakeContext();
     cmsContext context = engine_->context.get();
-    const ProfileHandle source = OpenProfile(context, profile);
+    // A longer size would let tags lie in what follows; bytes behind the profile are only padding.
+    const bool isWhole = profile.size() >= 128 && Number32(profile, 0) <= profile.size();
+    const ProfileHandle source = isWhole ? OpenProfile(context, profile) : nullptr;
     if (!source) {
-        throw Failure(name, "the embedded ICC profile is damaged");
+        throw Failure(name, "the embedded ICC profile is damaged; give --encoding to set it aside");
     }
     if (cmsGetColorSpace(source.get()) != cmsSigRgbData) {
         throw Failure(name, "the embedded ICC profile is not for RGB; give --encoding to set it "

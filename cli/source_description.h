@@ -10,7 +10,7 @@
 
 namespace qva {
 
-/// Columns and rows. Sides lie in 1 ... 2^31 - 1 once a size has been checked.
+/// Columns and rows. Sides lie in 1 ... 2^22 once a size has been checked.
 struct ImageSize {
     std::int64_t width = 0;
     std::int64_t height = 0;

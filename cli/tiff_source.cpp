@@ -1,6 +1,7 @@
 // TIFF pictures of 8- or 16-bit integers or 16- or 32-bit floating-point samples.
 #include "errors.h"
 #include "image_source.h"
+#include "input_file.h"
 
 #include <Imath/half.h>
 #include <algorithm>
@@ -39,6 +40,7 @@ private:
     void DescribeColour();
     void PlanBands(std::uint64_t maxPixels);
     std::uint64_t LargestStrip() const;
+    std::uint64_t Expansion() const;
     void ReadBand(std::int64_t first);
     void ReadStripBand(std::int64_t first);
     void ReadTileBand(std::int64_t first);
@@ -56,6 +58,8 @@ private:
     std::int64_t tileWidth_ = 0; ///< 0 for strips
     std::int64_t bandRows_ = 1;
     bool scanlines_ = false; ///< of strips too large to be decoded at once
+    std::size_t bandBytes_ = 0;
+    std::size_t tileBytes_ = 0;
     std::int64_t bandFirst_ = -1;
     std::int64_t next_ = 0;
     std::vector<unsigned char> band_; ///< plane after plane, packed rows
@@ -157,6 +161,7 @@ void TiffSource::PlanBands(std::uint64_t maxPixels)
     planes_ = isPlanar && !description_.isGrey ? 3 : 1;
     pixelBytes_ = sampleBytes_ * (isPlanar ? 1 : channels_);
     tileWidth_ = 0;
+    tileBytes_ = 0;
     bandRows_ = 1;
     scanlines_ = false;
     if (TIFFIsTiled(file_.get()) != 0) {
@@ -166,7 +171,7 @@ void TiffSource::PlanBands(std::uint64_t maxPixels)
         CheckSize(description_.path, tile, std::max<std::uint64_t>(maxPixels, 1U << 20));
         tileWidth_ = tile.width;
         bandRows_ = tile.height;
-        tile_.resize(static_cast<std::size_t>(TIFFTileSize64(file_.get())));
+        tileBytes_ = TIFFTileSize64(file_.get());
     } else {
         constexpr std::int64_t largestBand = 1 << 26;
         const std::int64_t rows = std::clamp<std::int64_t>(
@@ -186,8 +191,32 @@ void TiffSource::PlanBands(std::uint64_t maxPixels)
     {
         Fail("its rows are not packed");
     }
-    band_.resize(bytes);
+    CheckPromise(description_.path, description_.size,
+                 static_cast<std::uint64_t>(description_.size.width * description_.size.height) *
+                     pixelBytes_ * planes_,
+                 Expansion());
+    CheckMemory(description_.path, tileWidth_ != 0 ? "a row of tiles" : "a strip",
+                bytes + tileBytes_);
+    bandBytes_ = bytes;
     description_.decodeBytes = LargestStrip() + bytes;
+}
+
+// Deflate makes 258 bytes of two bits, LZW at most 4093 of 12; 0 where none is known.
+std::uint64_t TiffSource::Expansion() const
+{
+    switch (Field<std::uint16_t>(TIFFTAG_COMPRESSION)) {
+    case COMPRESSION_NONE:
+        return 1;
+    case COMPRESSION_PACKBITS:
+        return 64;
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_DEFLATE:
+        return 1032;
+    case COMPRESSION_LZW:
+        return 2729;
+    default:
+        return 0;
+    }
 }
 
 std::uint64_t TiffSource::LargestStrip() const
@@ -205,6 +234,9 @@ std::uint64_t TiffSource::LargestStrip() const
 void TiffSource::ReadBand(std::int64_t first)
 {
     message_.clear();
+    // Not before: a page in bands may refuse what decoding takes.
+    band_.resize(bandBytes_);
+    tile_.resize(tileBytes_);
     if (tileWidth_ != 0) {
         ReadTileBand(first);
     } else {

@@ -1,12 +1,15 @@
 #include "tiff_strips.h"
 
 #include "errors.h"
+#include "image_source.h"
+#include "input_file.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
 #include <fmt/format.h>
+#include <limits>
 #include <sys/types.h>
 #include <tiffio.h>
 #include <unistd.h>
@@ -96,7 +99,12 @@ tmsize_t WriteMemory(thandle_t handle, void* data, tmsize_t count)
 {
     auto& file = *reinterpret_cast<MemoryFile*>(handle);
     const auto size = static_cast<std::size_t>(count);
-    file.bytes.resize(std::max(file.bytes.size(), file.position + size));
+    // The library cannot be passed by an exception, and closing a strip writes as well.
+    try {
+        file.bytes.resize(std::max(file.bytes.size(), file.position + size));
+    } catch (const std::bad_alloc&) {
+        return -1;
+    }
     std::memcpy(file.bytes.data() + file.position, data, size);
     file.position += size;
     return count;
@@ -302,6 +310,7 @@ struct StripReader::File {
 
 StripReader::StripReader(const std::string& path) : path_(path), file_(std::make_unique<File>())
 {
+    fileBytes_ = SizeOfRegularFile(path);
     const auto options = MakeOptions(file_->message);
     file_->tiff.reset(TIFFOpenExt(path.c_str(), "rm", options.get()));
     TIFF* tiff = file_->tiff.get();
@@ -327,6 +336,7 @@ StripReader::StripReader(const std::string& path) : path_(path), file_(std::make
     {
         Fail("is not a rendered page in strips");
     }
+    CheckSize(path, {width, height}, std::numeric_limits<std::uint64_t>::max());
     page_.layout = {width, height, std::min(stripLines, height)};
     page_.settings.compression = scheme == COMPRESSION_NONE  ? Compression::None
                                  : scheme == COMPRESSION_LZW ? Compression::Lzw
@@ -353,7 +363,7 @@ EncodedStrip StripReader::Encoded(std::int64_t strip)
     const auto index = static_cast<std::uint32_t>(strip);
     const std::uint64_t size = TIFFGetStrileByteCount(file_->tiff.get(), index);
     // Compression can make a strip of noise a little longer, not twice as long.
-    if (size == 0 || size > 2 * page_.layout.SizeOf(strip) + 1024) {
+    if (size == 0 || size > fileBytes_ || size > 2 * page_.layout.SizeOf(strip) + 1024) {
         Fail("is damaged: a strip has no sensible length");
     }
     EncodedStrip bytes(size);

@@ -95,6 +95,7 @@ private:
     [[noreturn]] void Fail(const std::string& what) const;
 
     std::string path_;
+    std::uint64_t fileBytes_ = 0;
     std::unique_ptr<File> file_;
     TiffPage page_;
 };
