@@ -10,7 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
+#include <random>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -62,6 +65,17 @@ extern "C" void OnSignal(int signal)
     raise(signal);
 }
 
+std::string RandomName()
+{
+    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device random;
+    std::string name = ".qva-";
+    for (int i = 0; i < 10; ++i) {
+        name.push_back(letters[random() % letters.size()]);
+    }
+    return name;
+}
+
 /// The permissions of the old file, or those a new one gets.
 mode_t ModeFor(const std::string& target)
 {
@@ -108,12 +122,18 @@ OutputTarget ResolveOutput(const std::string& path)
 OutputFile::OutputFile(const std::string& path) : path_(path), target_(ResolveOutput(path))
 {
     const std::filesystem::path target(target_.path);
-    temporary_ = (target.parent_path() / ".qva-XXXXXX").string();
-    descriptor_ = mkstemp(temporary_.data());
+    do {
+        temporary_ = (target.parent_path() / RandomName()).string();
+        // Before it is there, so that a signal finds it from its first moment.
+        slot_ = Remember(temporary_);
+        descriptor_ = open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (descriptor_ < 0) {
+            Forget(slot_);
+        }
+    } while (descriptor_ < 0 && errno == EEXIST);
     if (descriptor_ < 0) {
         throw Failure(path, "cannot be written: " + SystemReason(errno));
     }
-    slot_ = Remember(temporary_);
 }
 
 OutputFile::~OutputFile()

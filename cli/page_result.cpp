@@ -40,7 +40,14 @@ bool HasBands(const std::string& journal)
 
 bool WriteAll(int descriptor, const std::string& text)
 {
-    return write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
+        if (count <= 0 && errno != EINTR) {
+            return false;
+        }
+        done += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    return true;
 }
 
 } // namespace
@@ -94,7 +101,8 @@ PageResult::PageResult(const std::string& path, const TiffPage& page, std::int64
         // Written anew up to here: what was found damaged is forgotten.
         if (bands_ == 0) {
             close(journalDescriptor_);
-            journalDescriptor_ = open(journal_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+            journalDescriptor_ =
+                open(journal_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
             if (journalDescriptor_ < 0 || !WriteAll(journalDescriptor_, plan_ + "\n")) {
                 FailToWrite();
             }
@@ -123,7 +131,7 @@ void PageResult::FailToWrite() const
 
 void PageResult::OpenPart(Continuation continuation)
 {
-    descriptor_ = open(part_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, target_.mode);
+    descriptor_ = open(part_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, target_.mode);
     if (descriptor_ < 0) {
         FailToWrite();
     }
@@ -138,7 +146,8 @@ void PageResult::OpenPart(Continuation continuation)
                                          "--restart begins anew",
                                          part_));
     }
-    journalDescriptor_ = open(journal_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    journalDescriptor_ =
+        open(journal_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0666);
     if (journalDescriptor_ < 0) {
         const int error = errno;
         close(descriptor_);

@@ -4,12 +4,18 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace qva {
 
 ScratchFile::ScratchFile(const std::string& folder) : name_("a temporary file in " + folder)
 {
+    // Never under a name, where the file system can do that.
+    descriptor_ = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (descriptor_ >= 0) {
+        return;
+    }
     std::string name = folder + "/.qva-XXXXXX";
     descriptor_ = mkstemp(name.data());
     if (descriptor_ < 0) {
