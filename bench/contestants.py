@@ -228,7 +228,7 @@ def stage_rows():
         Row("smoother, one plane, both passes", "ns per pixel", page, own("BothPasses"), [
             Bench("OpenCV fastGlobalSmootherFilter", "peer_opencv", "Smoother",
                   "one iteration, 8-bit guide; allocates its result")]),
-        Row("smoother, two planes, columns", "ns per pixel", page, own("Columns/planes:2")),
+        Row("smoother, two planes, both passes", "ns per pixel", page, own("TwoPlanes")),
         Row("superpixels, six counts, 1024 × 683", "ms", 1e3, own("SixCandidates/threads:1"), [
             Bench("OpenCV SLICO", "peer_opencv", "Slico",
                   "five of the counts, without its connectivity pass")]),

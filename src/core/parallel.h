@@ -1,8 +1,10 @@
 // The only parallel regions of the library: loops split statically over the threads.
 #pragma once
 
+#include "core/small_work.h"
 #include "core/team_size.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <exception>
@@ -11,32 +13,18 @@
 
 namespace lumo {
 
-/// While one lives, the loops of its thread run on that thread alone: for work so small that waking
-/// other threads, and waiting for them on a busy machine, costs more than they give. Every call has
-/// one, small or not.
-class SmallWork {
-public:
-    explicit SmallWork(bool small) : small_(small)
-    {
-        depth_ += small_ ? 1 : 0;
-        parallel::ForgetShortage();
-    }
-    SmallWork(const SmallWork&) = delete;
-    SmallWork& operator=(const SmallWork&) = delete;
-    ~SmallWork() { depth_ -= small_ ? 1 : 0; }
-    static bool UnderWay() { return depth_ > 0; }
-
-private:
-    static inline thread_local int depth_ = 0;
-    bool small_;
-};
-
 namespace parallel {
+
+/// How many threads a loop may have here.
+inline int Threads()
+{
+    return SmallWork::UnderWay() || omp_in_parallel() != 0 ? 1 : TeamSize();
+}
 
 /// Whether a loop of `count` items should stay on its thread.
 inline bool StaysOnThread(int64_t count)
 {
-    return count == 1 || SmallWork::UnderWay() || omp_in_parallel() != 0 || TeamSize() == 1;
+    return count == 1 || Threads() == 1;
 }
 
 /// Keeps the first exception of a region.
@@ -70,23 +58,29 @@ private:
 
 } // namespace parallel
 
-/// Calls body(first, last, scratch) for contiguous parts of [begin, end), one part a thread, each
-/// with its own scratch = prepare().
+/// Calls body(phase, first, last, scratch) for contiguous parts of [0, count(phase)), one part a
+/// thread, each thread with its own scratch = prepare(), phase after phase: none begins before the
+/// one ahead of it has ended everywhere.
 ///
 /// What a body computes must not depend on where the parts begin. No body starts before every
 /// scratch is there, so a loop that fails for want of memory has written nothing. Inside another
-/// region, or for a single item, everything runs on the calling thread. The first exception is
-/// rethrown after all parts have ended.
-template <typename Prepare, typename Body>
-void ParallelRangesWith(int64_t begin, int64_t end, Prepare&& prepare, Body&& body)
+/// region, or for phases of a single item, everything runs on the calling thread. The first
+/// exception is rethrown after all parts have ended; what comes after it is left out.
+template <typename Count, typename Prepare, typename Body>
+void ParallelPhases(int32_t phases, Count&& count, Prepare&& prepare, Body&& body)
 {
-    const int64_t count = end - begin;
-    if (count <= 0) {
+    int64_t most = 0;
+    for (int32_t phase = 0; phase < phases; ++phase) {
+        most = std::max<int64_t>(most, count(phase));
+    }
+    if (most <= 0) {
         return;
     }
-    if (parallel::StaysOnThread(count)) {
+    if (parallel::StaysOnThread(most)) {
         auto scratch = prepare();
-        body(begin, end, scratch);
+        for (int32_t phase = 0; phase < phases; ++phase) {
+            body(phase, int64_t{0}, static_cast<int64_t>(count(phase)), scratch);
+        }
         return;
     }
     parallel::FirstFailure failure;
@@ -97,18 +91,35 @@ void ParallelRangesWith(int64_t begin, int64_t end, Prepare&& prepare, Body&& bo
         if (part == 0) {
             parallel::NoteTeam(static_cast<int>(parts));
         }
-        const int64_t first = begin + count * part / parts;
-        const int64_t last = begin + count * (part + 1) / parts;
+        const auto bound = [&](int32_t phase, int64_t of) { return count(phase) * of / parts; };
         std::optional<decltype(prepare())> scratch;
-        if (first < last) {
-            failure.Guard([&] { scratch.emplace(prepare()); });
+        for (int32_t phase = 0; phase < phases; ++phase) {
+            if (bound(phase, part) < bound(phase, part + 1)) {
+                failure.Guard([&] { scratch.emplace(prepare()); });
+                break;
+            }
         }
+        for (int32_t phase = 0; phase < phases; ++phase) {
 #pragma omp barrier
-        if (first < last && !failure.Failed()) {
-            failure.Guard([&] { body(first, last, *scratch); });
+            const int64_t first = bound(phase, part);
+            const int64_t last = bound(phase, part + 1);
+            if (first < last && !failure.Failed()) {
+                failure.Guard([&] { body(phase, first, last, *scratch); });
+            }
         }
     }
     failure.Rethrow();
+}
+
+/// One phase over [begin, end): body(first, last, scratch).
+template <typename Prepare, typename Body>
+void ParallelRangesWith(int64_t begin, int64_t end, Prepare&& prepare, Body&& body)
+{
+    ParallelPhases(
+        1, [&](int32_t) { return end - begin; }, prepare,
+        [&](int32_t, int64_t first, int64_t last, auto& scratch) {
+            body(begin + first, begin + last, scratch);
+        });
 }
 
 /// The same for a body(first, last) that needs no scratch.

@@ -12,7 +12,6 @@ struct WorkPlanes {
     Matrix chroma1;   ///< Ct, or x
     Matrix chroma2;   ///< Cp, or y
     Matrix second;    ///< the base of tone mapping, then the intensity of the print
-    Matrix solved[2]; ///< float columns of the smoother
 };
 
 } // namespace lumo

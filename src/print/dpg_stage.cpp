@@ -2,7 +2,6 @@
 
 #include "colorspace/pq.h"
 #include "core/exception.h"
-#include "core/parallel.h"
 #include "core/power_curve.h"
 #include "core/saturate.h"
 #include "segmentation/fast_wls_filter.h"
@@ -186,17 +185,21 @@ void DpgStage<T>::Send(int32_t row, int32_t col, int32_t count, PixelBlock& bloc
     }
 }
 
+// Takes the smoothed rows of the image and of its print.
 template <typename T>
-struct DpgStage<T>::DrainScratch {
-    explicit DrainScratch(int32_t cols) : solver(cols, 2)
+class DpgStage<T>::SmoothedRows : public WlsRows<T> {
+public:
+    SmoothedRows(const DpgStage& stage, PixelSink& sink) : stage_(stage), sink_(sink) {}
+    void Take(int32_t first, int32_t count, const T* const (*rows)[rowLanes]) override
     {
-        for (auto& rows : base) {
-            rows = Vector<T>(static_cast<uint64_t>(cols) * rowLanes);
+        for (int32_t lane = 0; lane < count; ++lane) {
+            stage_.DrainRow(first + lane, rows[0][lane], rows[1][lane], sink_);
         }
     }
-    WlsRowScratch solver;
-    Vector<T> base[2]; // the smoothed rows of both planes
-    PixelBlock block;
+
+private:
+    const DpgStage& stage_;
+    PixelSink& sink_;
 };
 
 template <typename T>
@@ -204,50 +207,24 @@ void DpgStage<T>::Drain(PixelSink& sink)
 {
     const FastWlsFilter filter(dpg_.params.wlsSigma, dpg_.params.wlsLambda);
     const WlsSolver<T> solver(filter.weights_, filter.lambda_);
-    const WlsGuide guide = {planes_.intensity, 255.0 / dpg_.work.valueMax};
-    Matrix* const written[] = {&planes_.solved[0], &planes_.solved[1]};
-    for (Matrix* solved : written) {
-        solved->Ensure(rows_, cols_, D32F);
-    }
-    solver.SolveColumns({{&planes_.intensity, &planes_.second}, 2}, guide, written);
-    const Matrix* const read[] = {&planes_.solved[0], &planes_.solved[1]};
-    const int64_t groups = (static_cast<int64_t>(rows_) + rowLanes - 1) / rowLanes;
-    ParallelRangesWith(
-        0, groups, [&] { return DrainScratch(cols_); },
-        [&](int64_t begin, int64_t end, DrainScratch& scratch) {
-            for (int64_t group = begin; group < end; ++group) {
-                const auto first = static_cast<int32_t>(group * rowLanes);
-                const int32_t count = std::min(rowLanes, rows_ - first);
-                T* out[2][rowLanes];
-                for (int64_t lane = 0; lane < rowLanes; ++lane) {
-                    out[0][lane] = scratch.base[0].data + lane * cols_;
-                    out[1][lane] = scratch.base[1].data + lane * cols_;
-                }
-                solver.SolveRowGroup(read, 2, guide, first, count, out, scratch.solver);
-                DrainGroup(first, count, scratch, sink);
-            }
-        });
+    SmoothedRows smoothed(*this, sink);
+    solver.Smooth({{&planes_.intensity, &planes_.second}, 2},
+                  {planes_.intensity, 255.0 / dpg_.work.valueMax}, smoothed);
 }
 
 template <typename T>
-void DpgStage<T>::DrainGroup(int32_t first, int32_t rowCount, DrainScratch& scratch,
-                             PixelSink& sink) const
+void DpgStage<T>::DrainRow(int32_t row, const T* base, const T* printBase, PixelSink& sink) const
 {
-    PixelBlock& block = scratch.block;
-    for (int32_t lane = 0; lane < rowCount; ++lane) {
-        const int32_t row = first + lane;
-        for (int32_t col = 0; col < cols_; col += blockSize) {
-            const int32_t count = std::min(blockSize, cols_ - col);
-            const int64_t at = static_cast<int64_t>(lane) * cols_ + col;
-            CombineBlock(RowOf<T>(planes_.intensity, row) + col, scratch.base[0].data + at,
-                         RowOf<T>(planes_.second, row) + col, scratch.base[1].data + at, count,
-                         block.channel[0]);
-            LoadPlane(RowOf<T>(planes_.chroma1, row) + col, count, block.channel[1]);
-            LoadPlane(RowOf<T>(planes_.chroma2, row) + col, count, block.channel[2]);
-            SaturateBlock<T>(block);
-            tables_->fromWork.ConvertBlock(block, count, 3);
-            Send(row, col, count, block, sink);
-        }
+    PixelBlock block;
+    for (int32_t col = 0; col < cols_; col += blockSize) {
+        const int32_t count = std::min(blockSize, cols_ - col);
+        CombineBlock(RowOf<T>(planes_.intensity, row) + col, base + col,
+                     RowOf<T>(planes_.second, row) + col, printBase + col, count, block.channel[0]);
+        LoadPlane(RowOf<T>(planes_.chroma1, row) + col, count, block.channel[1]);
+        LoadPlane(RowOf<T>(planes_.chroma2, row) + col, count, block.channel[2]);
+        SaturateBlock<T>(block);
+        tables_->fromWork.ConvertBlock(block, count, 3);
+        Send(row, col, count, block, sink);
     }
 }
 

@@ -48,8 +48,8 @@ public:
     void Drain(PixelSink& sink);
 
 private:
-    struct DrainScratch;
-    void DrainGroup(int32_t first, int32_t count, DrainScratch& scratch, PixelSink& sink) const;
+    class SmoothedRows;
+    void DrainRow(int32_t row, const T* base, const T* printBase, PixelSink& sink) const;
     void CombineBlock(const T* i, const T* b1, const T* p, const T* b2, int32_t count,
                       double* r) const;
     void StorePredicted(int32_t row, int32_t col, int32_t count, const PixelBlock& printed);

@@ -38,10 +38,9 @@ void Smooth(const FastWlsFilter& filter, const Matrix& src, const Matrix& guidan
         return;
     }
     if (src.channels == 1 && guidance.channels == 1) {
-        Matrix solved;
         Matrix result(src.rows, src.cols, src.type);
         const WlsSolver<T> solver(filter.weights_, filter.lambda_);
-        solver.Smooth(src, {guidance, 1.0}, solved, result);
+        solver.Smooth(src, {guidance, 1.0}, result);
         dst = result;
         return;
     }

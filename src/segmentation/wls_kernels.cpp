@@ -154,11 +154,11 @@ LUMO_CLONES void EliminateNext(const float* edge, int32_t planes, float* const* 
     }
 }
 
-LUMO_CLONES void Substitute(const float* x, const float* upper, float* next)
+LUMO_CLONES void Substitute(const float* below, const float* upper, float* x)
 {
     LUMO_SIMD
     for (int32_t j = 0; j < columnLanes; ++j) {
-        next[j] = x[j] - upper[j] * next[j];
+        x[j] = x[j] - upper[j] * below[j];
     }
 }
 

@@ -42,8 +42,8 @@ void EliminateFirst(const float* edge, int32_t planes, float* const* x, float* u
 void EliminateNext(const float* edge, int32_t planes, float* const* x, float* upper,
                    ColumnState& state);
 
-/// next = x - upper * next, one step of the back substitution.
-void Substitute(const float* x, const float* upper, float* next);
+/// x = x - upper * below, one step of the back substitution.
+void Substitute(const float* below, const float* upper, float* x);
 
 /// Solves rowLanes rows at once, laid out position by position: x[plane][i * rowLanes + lane].
 /// `edge` holds e of the step from i - 1 to i at i * rowLanes, and receives c'.

@@ -152,8 +152,7 @@ void Htr::SplitBase(WorkPlanes& planes) const
     const FastWlsFilter filter(params.wlsSigma, params.wlsLambda);
     const WlsSolver<T> solver(filter.weights_, filter.lambda_);
     planes.second.Ensure(planes.intensity.rows, planes.intensity.cols, planes.intensity.type);
-    solver.Smooth(planes.intensity, {planes.intensity, 255.0 / inputCode.codeMax}, planes.solved[0],
-                  planes.second);
+    solver.Smooth(planes.intensity, {planes.intensity, 255.0 / inputCode.codeMax}, planes.second);
 }
 
 template <typename T>
