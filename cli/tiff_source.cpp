@@ -31,7 +31,7 @@ public:
 
 private:
     static int OnError(TIFF*, void* source, const char*, const char* format, va_list arguments);
-    static int OnWarning(TIFF*, void*, const char*, const char*, va_list) { return 1; }
+    static int OnWarning(TIFF*, void* source, const char*, const char* format, va_list arguments);
     template <typename T>
     T Field(std::uint32_t tag) const;
     [[noreturn]] void Fail(const std::string& what) const;
@@ -51,6 +51,7 @@ private:
     SourceDescription description_;
     std::unique_ptr<TIFF, TiffCloser> file_;
     std::string message_;
+    bool profileRefused_ = false;
     std::size_t channels_ = 0;
     std::size_t sampleBytes_ = 0;
     std::size_t planes_ = 1;     ///< planes that are read: 1, or the colour channels
@@ -74,6 +75,17 @@ int TiffSource::OnError(TIFF*, void* source, const char*, const char* format, va
     return 1;
 }
 
+// A profile that cannot be read is only worth a warning to the library, which goes on without it.
+int TiffSource::OnWarning(TIFF*, void* source, const char*, const char* format, va_list arguments)
+{
+    char text[256];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    if (std::strstr(text, "ICC Profile") != nullptr) {
+        static_cast<TiffSource*>(source)->profileRefused_ = true;
+    }
+    return 1;
+}
+
 void TiffSource::Fail(const std::string& what) const
 {
     throw Failure(description_.path, message_.empty() ? what : what + ": " + message_);
@@ -94,6 +106,7 @@ void TiffSource::OpenFile(const std::string& path)
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), OnError, this);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), OnWarning, this);
     message_.clear();
+    profileRefused_ = false;
     // Not mapped into memory: what was read of a large file would count as the program's.
     file_.reset(TIFFOpenExt(path.c_str(), "rm", options.get()));
     if (!file_) {
@@ -152,6 +165,9 @@ void TiffSource::DescribeColour()
     if (TIFFGetField(file_.get(), TIFFTAG_ICCPROFILE, &size, &profile) == 1) {
         const auto* bytes = static_cast<const unsigned char*>(profile);
         description_.tags.profile.assign(bytes, bytes + size);
+    } else if (profileRefused_) {
+        // Not without a word: other colours would be printed. No profile is so short.
+        description_.tags.profile.assign(1, 0);
     }
 }
 
