@@ -147,27 +147,32 @@ def own(name, literal=None, **options):
     return found
 
 
-def whole_print(size, frames, title, slowest=()):
-    """Print beside other tone mappings, and preview."""
-    name = f"{size[0]}/{size[1]}"
+def mapping(size, program, operator, note=FLOATS):
+    """Another library's tone mapping of a whole page."""
+    label = {"peer_opencv": "OpenCV ", "peer_pfstools": "pfstools "}[program]
+    name = operator if program == "peer_opencv" else operator.lower()
+    return Bench(label + name, program, f"{operator}/{size[0]}/{size[1]}", note, min_time=0.01)
+
+
+def title_of(size):
+    return f"{size[0]} × {size[1]}"
+
+
+def print_row(size, others):
     page = f"width:{size[0]}/height:{size[1]}/threads:1"
+    return Row(f"print, {title_of(size)}", "ns per pixel", 1e9 / pixels(size),
+               own("Print/" + page, min_time=0.01), others)
 
-    def other(label, program, operator, note=FLOATS):
-        return Bench(label, program, f"{operator}/{name}", note, min_time=0.01)
 
-    others = [
-        Filter("FFmpeg zscale and tonemap", size, "gbrp16le", TONE_MAP, frames,
-               "one global curve, floats, planar"),
-        other("OpenCV Reinhard", "peer_opencv", "Reinhard"),
-        other("OpenCV Mantiuk", "peer_opencv", "Mantiuk"),
-        other("pfstools reinhard05", "peer_pfstools", "Reinhard05"),
-        other("pfstools fattal02", "peer_pfstools", "Fattal02", "luminance alone, in floats"),
-        *[other(f"pfstools {operator.lower()}", "peer_pfstools", operator)
-          for operator in slowest]]
-    scale = 1e9 / pixels(size)
-    return [Row(f"print, {title}", "ns per pixel", scale, own("Print/" + page, min_time=0.01),
-                others),
-            Row(f"preview, {title}", "ns per pixel", scale, own("Preview/" + page, min_time=0.01))]
+def preview_row(size):
+    page = f"width:{size[0]}/height:{size[1]}/threads:1"
+    return Row(f"preview, {title_of(size)}", "ns per pixel", 1e9 / pixels(size),
+               own("Preview/" + page, min_time=0.01))
+
+
+def filtered(size, frames):
+    return Filter("FFmpeg zscale and tonemap", size, "gbrp16le", TONE_MAP, frames,
+                  "one global curve, floats, planar")
 
 
 def luminance(operator, note):
@@ -177,10 +182,16 @@ def luminance(operator, note):
 
 
 def page_rows():
-    """Whole pages; the peaks are those of the same runs."""
-    title = "6720 × 4480"
-    page, preview = whole_print(PAGE, 2, title)
-    small = whole_print(MEGAPIXEL, 40, "1224 × 816", ("Mantiuk06",))
+    """Whole pages; the peaks are those of the same runs. The slow ones have smaller pages."""
+    title = title_of(PAGE)
+    page = print_row(PAGE, [filtered(PAGE, 2), mapping(PAGE, "peer_opencv", "Reinhard")])
+    middle = print_row(FILE, [
+        mapping(FILE, "peer_opencv", "Mantiuk"), mapping(FILE, "peer_pfstools", "Reinhard05"),
+        mapping(FILE, "peer_pfstools", "Fattal02", "luminance alone, in floats")])
+    small = print_row(MEGAPIXEL, [
+        filtered(MEGAPIXEL, 40), mapping(MEGAPIXEL, "peer_opencv", "Reinhard"),
+        mapping(MEGAPIXEL, "peer_opencv", "Mantiuk"),
+        mapping(MEGAPIXEL, "peer_pfstools", "Mantiuk06")])
     cores = [Bench(label, "lumo_bench", f"Print/width:{PAGE[0]}/height:{PAGE[1]}/threads:{count}",
                    threads=count, min_time=0.01)
              for count, label in ((1, "the library on one core"), (2, "library"))]
@@ -190,12 +201,14 @@ def page_rows():
                  luminance("fattal", "gradients; no device step"),
                  luminance("mantiuk06", "contrasts; no device step")])
     return [
-        page, preview, *small,
+        page, preview_row(PAGE), middle, small, preview_row(MEGAPIXEL),
         Row(f"print on two cores, {title}", "ns per pixel", page.scale, {"library": cores[1]},
             cores[:1]),
         files,
         Row(f"peak memory of a print, {title}", "bytes per pixel", 1.0 / pixels(PAGE),
             page.own, page.others, peak=True),
+        Row(f"peak memory of a print, {title_of(FILE)}", "bytes per pixel", 1.0 / pixels(FILE),
+            middle.own, middle.others, peak=True),
         Row("peak memory of the program, 2448 × 1632", "bytes per pixel", 1.0 / pixels(FILE),
             files.own, files.others, peak=True)]
 

@@ -113,7 +113,7 @@ void ResizeArea(benchmark::State& state)
 
 void Pages(benchmark::internal::Benchmark* bench)
 {
-    bench->Args({1224, 816})->Args({6720, 4480})->Unit(benchmark::kMillisecond);
+    bench->Args({1224, 816})->Args({2448, 1632})->Args({6720, 4480})->Unit(benchmark::kMillisecond);
 }
 
 BENCHMARK(Reinhard)->Apply(Pages);

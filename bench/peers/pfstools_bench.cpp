@@ -75,7 +75,7 @@ void Mantiuk06(benchmark::State& state)
 
 void Pages(benchmark::internal::Benchmark* bench)
 {
-    bench->Args({1224, 816})->Args({6720, 4480})->Unit(benchmark::kMillisecond);
+    bench->Args({1224, 816})->Args({2448, 1632})->Args({6720, 4480})->Unit(benchmark::kMillisecond);
 }
 
 BENCHMARK(Reinhard05)->Apply(Pages);
