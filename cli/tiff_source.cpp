@@ -71,7 +71,11 @@ int TiffSource::OnError(TIFF*, void* source, const char*, const char* format, va
 {
     char text[256];
     std::vsnprintf(text, sizeof text, format, arguments);
-    static_cast<TiffSource*>(source)->message_ = text;
+    try {
+        static_cast<TiffSource*>(source)->message_ = text;
+    } catch (const std::bad_alloc&) {
+        // Then without a reason: the library cannot be passed by an exception.
+    }
     return 1;
 }
 
@@ -166,7 +170,6 @@ void TiffSource::DescribeColour()
         const auto* bytes = static_cast<const unsigned char*>(profile);
         description_.tags.profile.assign(bytes, bytes + size);
     } else if (profileRefused_) {
-        // Not without a word: other colours would be printed. No profile is so short.
         description_.tags.profile.assign(1, 0);
     }
 }

@@ -26,7 +26,11 @@ int OnError(TIFF*, void* message, const char*, const char* format, va_list argum
 {
     char text[256];
     std::vsnprintf(text, sizeof text, format, arguments);
-    *static_cast<std::string*>(message) = text;
+    try {
+        *static_cast<std::string*>(message) = text;
+    } catch (const std::bad_alloc&) {
+        // The library cannot be passed by an exception; the failure is told without a reason.
+    }
     return 1;
 }
 
