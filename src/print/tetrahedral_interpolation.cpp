@@ -4,7 +4,6 @@
 #include "core/simd.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 
 namespace lumo {
@@ -92,18 +91,19 @@ LUMO_CLONES void LocateCells(const Grid* gridIn, const double* x, const double* 
     }
 }
 
-using Node = double __attribute__((vector_size(4 * sizeof(double))));
+// Loaded where it stands: a copy by memcpy is put together on the stack from halves by compilers
+// that split loads, and read back before they have arrived.
+using Node = double __attribute__((vector_size(4 * sizeof(double)), may_alias));
 
 LUMO_CLONES void MixNodes(const double* nodes, const GridCells* cells, double* x, double* y,
                           double* z)
 {
     for (int32_t i = 0; i < blockSize; ++i) {
-        Node n[4];
-        for (int32_t k = 0; k < 4; ++k) {
-            std::memcpy(&n[k], nodes + cells->node[k][i], sizeof(Node));
-        }
-        const Node sum = cells->weight[0][i] * n[0] + cells->weight[1][i] * n[1] +
-                         cells->weight[2][i] * n[2] + cells->weight[3][i] * n[3];
+        const auto node = [&](int k) {
+            return reinterpret_cast<const Node*>(nodes + cells->node[k][i]);
+        };
+        const Node sum = cells->weight[0][i] * *node(0) + cells->weight[1][i] * *node(1) +
+                         cells->weight[2][i] * *node(2) + cells->weight[3][i] * *node(3);
         x[i] = sum[0];
         y[i] = sum[1];
         z[i] = sum[2];
