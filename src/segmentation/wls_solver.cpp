@@ -114,7 +114,8 @@ private:
 template <typename T>
 void WlsSolver<T>::Smooth(const WlsPlanes& planes, const WlsGuide& guide, WlsRows<T>& rows) const
 {
-    const int32_t slabRows = groupsAThread * parallel::Threads() * rowLanes;
+    const int32_t groups = (guide.image.rows - 1) / rowLanes + 1;
+    const int32_t slabRows = std::min(groups, groupsAThread * parallel::Threads()) * rowLanes;
     Smoothing<T> smoothing(planes, guide, edges_, slabRows, rows);
     ParallelPhases(
         smoothing.Phases(), [&](int32_t phase) { return smoothing.Items(phase); },
