@@ -1,8 +1,11 @@
 #include "segmentation/fast_slic.h"
 
+#include "literal/superpixels.h"
 #include "segmentation/segment_evaluater.h"
 #include "segmentation/segments_info.h"
 #include "support/random_images.h"
+
+#include <omp.h>
 
 namespace lumo::test {
 namespace {
@@ -21,6 +24,41 @@ TEST(FastSlic, RefusesCountThenDepthThenChannelsAndLeavesLabels)
     ExpectException(2, "", [&] { slic(Matrix(10, 10, D16U), 1, labels); });
     EXPECT_EQ(nullptr, labels.data);
     EXPECT_EQ(1, slic(Matrix(0, 0, rgb16Type), 2, labels));
+}
+
+template <typename T>
+void ExpectLiteralRegions(double lowest, double span)
+{
+    constexpr int32_t sizes[][2] = {{1, 1},   {1, 90},  {90, 1},  {2, 37},   {37, 2},
+                                    {7, 9},   {33, 65}, {61, 83}, {64, 64},  {160, 107},
+                                    {10, 10}, {5, 300}, {300, 5}, {131, 200}};
+    for (const auto& [rows, cols] : sizes) {
+        const Matrix src = PatchyImage<T>(rows, cols, 3, lowest, span, rows + cols);
+        omp_set_num_threads(1 + cols % 3);
+        for (const int32_t request : {1, 2, 3, 8, 20, 100, 5000}) {
+            SCOPED_TRACE(testing::Message() << rows << " x " << cols << ", " << request);
+            const double compactness = 0.01 * (lowest + span);
+            const int32_t iterations = 1 + request % 5;
+            Matrix labels;
+            Matrix_t<int> expected;
+            const int32_t n =
+                literal::Superpixels<T>(src, compactness, iterations, request, expected);
+            ASSERT_EQ(n, FastSlic(compactness, iterations)(src, request, labels));
+            ASSERT_EQ(Elements<int32_t>(expected), Elements<int32_t>(labels));
+        }
+    }
+}
+
+// Dark, bright and flat images, small and large floats.
+TEST(FastSlic, FindsTheRegionsOfOneCentreAndPixelAfterTheOther)
+{
+    ExpectLiteralRegions<uint8_t>(0.0, 255.0);
+    ExpectLiteralRegions<uint16_t>(0.0, 65535.0);
+    ExpectLiteralRegions<uint16_t>(0.0, 40.0);
+    ExpectLiteralRegions<uint16_t>(65500.0, 36.0);
+    ExpectLiteralRegions<uint16_t>(700.0, 0.0);
+    ExpectLiteralRegions<float>(-1.0, 2.0);
+    ExpectLiteralRegions<float>(1e18, 1e19);
 }
 
 TEST(SegmentEvaluater, RefusesCandidatesBeforeAnyWork)

@@ -1,64 +1,12 @@
 #include "segmentation/fast_wls_filter.h"
 
-#include "core/saturate.h"
+#include "literal/smoother.h"
 #include "support/random_images.h"
 
-#include <limits>
 #include <omp.h>
 
 namespace lumo::test {
 namespace {
-
-// The tridiagonal systems one line after the other: all columns, then all rows.
-template <typename T>
-std::vector<T> SmoothByLines(const FastWlsFilter& filter, const Matrix& src, const Matrix& guidance)
-{
-    const std::vector<T> in = Elements<T>(src);
-    const std::vector<T> guides = Elements<T>(guidance);
-    const std::vector<float> guide(guides.begin(), guides.end());
-    std::vector<float> value(in.begin(), in.end());
-    const auto solve = [&](int64_t first, int64_t step, int32_t n) {
-        std::vector<float> a(n, 0.0f), b(n), c(n, 0.0f);
-        for (int32_t i = 1; i < n; ++i) {
-            float distance = 0.0f;
-            for (int64_t k = 0; k < guidance.channels; ++k) {
-                const int64_t at = (first + i * step) * guidance.channels + k;
-                const float d = guide[at] - guide[at - step * guidance.channels];
-                distance += d * d;
-            }
-            const auto entry = static_cast<uint64_t>(std::min(distance, 195075.0f));
-            a[i] = c[i - 1] = -(filter.lambda_ * filter.weights_[entry]);
-        }
-        for (int32_t i = 0; i < n; ++i) {
-            b[i] = 1.0f - a[i] - c[i];
-        }
-        for (int64_t k = 0; k < src.channels; ++k) {
-            const auto x = [&](int32_t i) -> float& {
-                return value[(first + i * step) * src.channels + k];
-            };
-            std::vector<float> e = c;
-            e[0] = e[0] / b[0];
-            x(0) = x(0) / b[0];
-            for (int32_t i = 1; i < n; ++i) {
-                const float m = 1.0f / (b[i] - e[i - 1] * a[i]);
-                e[i] = e[i] * m;
-                x(i) = (x(i) - a[i] * x(i - 1)) * m;
-            }
-            for (int32_t i = n - 2; i >= 0; --i) {
-                x(i) = x(i) - e[i] * x(i + 1);
-            }
-        }
-    };
-    for (int32_t col = 0; col < src.cols; ++col) {
-        solve(col, src.cols, src.rows);
-    }
-    for (int32_t row = 0; row < src.rows; ++row) {
-        solve(int64_t{row} * src.cols, 1, src.cols);
-    }
-    std::vector<T> out(value.size());
-    std::transform(value.begin(), value.end(), out.begin(), [](float v) { return Saturate<T>(v); });
-    return out;
-}
 
 template <typename T>
 void ExpectLineByLine(double span, int32_t channels, int32_t guideChannels)
@@ -73,9 +21,10 @@ void ExpectLineByLine(double span, int32_t channels, int32_t guideChannels)
         omp_set_num_threads(1 + cols % 3);
         Matrix dst(src);
         filter(src, guide, dst);
-        ASSERT_EQ(SmoothByLines<T>(filter, src, guide), Elements<T>(dst));
+        ASSERT_EQ(Elements<T>(literal::SmoothByLines<T>(filter, src, guide)), Elements<T>(dst));
         filter(src, Matrix(), dst);
-        ASSERT_EQ(SmoothByLines<T>(filter, src, src), Elements<T>(dst)) << "its own guide";
+        ASSERT_EQ(Elements<T>(literal::SmoothByLines<T>(filter, src, src)), Elements<T>(dst))
+            << "its own guide";
     }
 }
 
