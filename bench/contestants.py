@@ -238,13 +238,14 @@ def stage_rows():
             own("ICtCpToRgb/block:1", "ICtCpToRgb/block:0")),
         Row("16-bit curve, three channels", "ns per pixel", table,
             own("Curve/block:1", "Curve/block:0")),
-        Row("smoother, one plane, both passes", "ns per pixel", page, own("BothPasses"), [
+        Row("smoother, one plane, both passes", "ns per pixel", page, own("BothPasses", "LiteralBothPasses"), [
             Bench("OpenCV fastGlobalSmootherFilter", "peer_opencv", "Smoother",
                   "one iteration, 8-bit guide; allocates its result")]),
         Row("smoother, two planes, both passes", "ns per pixel", page, own("TwoPlanes")),
-        Row("superpixels, six counts, 1024 × 683", "ms", 1e3, own("SixCandidates/threads:1"), [
-            Bench("OpenCV SLICO", "peer_opencv", "Slico",
-                  "five of the counts, without its connectivity pass")]),
+        Row("superpixels, six counts, 1024 × 683", "ms", 1e3,
+            own("SixCandidates/threads:1", "LiteralCandidates"), [
+                Bench("OpenCV SLICO", "peer_opencv", "Slico",
+                      "five of the counts, without its connectivity pass")]),
         Row("curves and weights of 20 segments, 1024 × 683", "ms", 1e3,
             own("CurvesAndMaps/segments:20")),
         Row("blend of 20 segments", "ns per pixel", 1e9 / (6720 * 2240), own("Blend/segments:20")),

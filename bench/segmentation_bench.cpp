@@ -2,6 +2,7 @@
 #include "bench_support.h"
 
 #include "core/block_pool.h"
+#include "literal/superpixels.h"
 #include "segmentation/fast_slic.h"
 #include "segmentation/segment_evaluater.h"
 #include "tone/htr_parameters.h"
@@ -28,6 +29,20 @@ void SixCandidates(benchmark::State& state)
     ReportPixels(state, int64_t{rows} * cols);
 }
 
+void LiteralCandidates(benchmark::State& state)
+{
+    const Matrix image = MakeSceneMatrix(rows, cols);
+    const Matrix intensity = MakeScenePlane(rows, cols);
+    const HtrParameters params;
+    const Vector<int>& set = params.numSegmentsSet;
+    Matrix_t<int> labels;
+    for (auto _ : state) {
+        literal::BestSuperpixels(image, intensity, 655.35, params.segmentEvaluationParam,
+                                 {set.data, set.data + set.size}, labels);
+    }
+    ReportPixels(state, int64_t{rows} * cols);
+}
+
 void OneRun(benchmark::State& state)
 {
     omp_set_num_threads(1);
@@ -46,6 +61,7 @@ BENCHMARK(SixCandidates)
     ->Arg(2)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
+BENCHMARK(LiteralCandidates)->Unit(benchmark::kMillisecond);
 BENCHMARK(OneRun)->ArgName("segments")->Arg(2)->Arg(8)->Arg(20)->Unit(benchmark::kMillisecond);
 
 } // namespace
