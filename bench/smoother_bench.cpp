@@ -1,6 +1,7 @@
 // The edge-preserving smoother on one plane and on two with one guide.
 #include "bench_support.h"
 
+#include "literal/pixels.h"
 #include "literal/smoother.h"
 #include "segmentation/fast_wls_filter.h"
 #include "segmentation/wls_solver.h"
@@ -52,7 +53,7 @@ void LiteralBothPasses(benchmark::State& state)
     const Matrix plane = MakeScenePlane(rows, cols);
     const FastWlsFilter filter(0.03f, 30.0f);
     for (auto _ : state) {
-        const Matrix guide = literal::MakeGuide(plane, 255.0 / 65535.0);
+        const Matrix guide = literal::MultiplyCodes(plane, 255.0 / 65535.0);
         literal::SmoothByLines<uint16_t>(filter, plane, guide);
     }
     ReportPixels(state, int64_t{rows} * cols);

@@ -79,15 +79,6 @@ Matrix SmoothByLines(const FastWlsFilter& filter, const Matrix& src, const Matri
     return result;
 }
 
-Matrix MakeGuide(const Matrix& plane, double scale)
-{
-    Matrix guide(plane.rows, plane.cols, plane.type);
-    const auto* in = RowOf<uint16_t>(plane, 0);
-    std::transform(in, in + plane.rows * RowLength(plane), RowOf<uint16_t>(guide, 0),
-                   [scale](uint16_t v) { return Saturate<uint16_t>(v * scale); });
-    return guide;
-}
-
 template Matrix SmoothByLines<uint8_t>(const FastWlsFilter&, const Matrix&, const Matrix&);
 template Matrix SmoothByLines<uint16_t>(const FastWlsFilter&, const Matrix&, const Matrix&);
 template Matrix SmoothByLines<float>(const FastWlsFilter&, const Matrix&, const Matrix&);

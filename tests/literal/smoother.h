@@ -11,7 +11,4 @@ namespace lumo::literal {
 template <typename T>
 Matrix SmoothByLines(const FastWlsFilter& filter, const Matrix& src, const Matrix& guidance);
 
-/// Codes of one plane as a guide, multiplied by `scale` and stored as codes again.
-Matrix MakeGuide(const Matrix& plane, double scale);
-
 } // namespace lumo::literal
