@@ -161,13 +161,13 @@ def title_of(size):
 def print_row(size, others):
     page = f"width:{size[0]}/height:{size[1]}/threads:1"
     return Row(f"print, {title_of(size)}", "ns per pixel", 1e9 / pixels(size),
-               own("Print/" + page, min_time=0.01), others)
+               own("Print/" + page, "LiteralPrint/" + page, min_time=0.01), others)
 
 
 def preview_row(size):
     page = f"width:{size[0]}/height:{size[1]}/threads:1"
     return Row(f"preview, {title_of(size)}", "ns per pixel", 1e9 / pixels(size),
-               own("Preview/" + page, min_time=0.01))
+               own("Preview/" + page, "LiteralPreview/" + page, min_time=0.01))
 
 
 def filtered(size, frames):

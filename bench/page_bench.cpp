@@ -3,6 +3,7 @@
 
 #include "api/source_encoding.h"
 #include "controller/qva_controller.h"
+#include "literal/print.h"
 
 #include <malloc.h>
 #include <omp.h>
@@ -67,6 +68,26 @@ void Print(benchmark::State& state)
 void Preview(benchmark::State& state)
 {
     WholePage(state, QVA_ApplyQVAForPreview_Wrapper);
+}
+
+// The literal form in place of the export.
+template <bool print>
+uint32_t ApplyLiterally(QVA_HANDLE, const QVA_IMAGE* dst, const QVA_IMAGE* src,
+                        const QVA_SOURCE_RANGE* range, int32_t,
+                        const QVA_OUTPUT_CONDITIONS* conditions)
+{
+    literal::Print(*dst, *src, MakeSourceEncoding(*range, *conditions), *conditions, print);
+    return QVA_OK;
+}
+
+void LiteralPrint(benchmark::State& state)
+{
+    WholePage(state, ApplyLiterally<true>);
+}
+
+void LiteralPreview(benchmark::State& state)
+{
+    WholePage(state, ApplyLiterally<false>);
 }
 
 void Analysis(benchmark::State& state)
@@ -172,6 +193,16 @@ void PageSizes(benchmark::internal::Benchmark* bench)
     bench->Unit(benchmark::kMillisecond)->UseRealTime();
 }
 
+void LiteralSizes(benchmark::internal::Benchmark* bench)
+{
+    const int64_t sizes[][2] = {{1224, 816}, {2448, 1632}, {6720, 4480}};
+    bench->ArgNames({"width", "height", "threads"});
+    for (const auto& size : sizes) {
+        bench->Args({size[0], size[1], 1});
+    }
+    bench->Unit(benchmark::kMillisecond)->UseRealTime();
+}
+
 void OfEach(benchmark::internal::Benchmark* bench, const char* name,
             const std::vector<int64_t>& values)
 {
@@ -191,6 +222,8 @@ void SegmentCounts(benchmark::internal::Benchmark* bench)
 
 BENCHMARK(Print)->Apply(PageSizes);
 BENCHMARK(Preview)->Apply(PageSizes);
+BENCHMARK(LiteralPrint)->Apply(LiteralSizes);
+BENCHMARK(LiteralPreview)->Apply(LiteralSizes);
 BENCHMARK(Analysis)->Unit(benchmark::kMillisecond);
 BENCHMARK(Band)->Apply(BandRows);
 BENCHMARK(Segments)->Apply(SegmentCounts);
