@@ -42,8 +42,8 @@ std::array<double, count> ReadNumbers(const std::string& text, const char* key,
 
 void DivideGain(double& gain, double factor, const char* key, const std::string& path)
 {
-    gain /= factor;
-    if (!(factor > 0.0) || !std::isfinite(gain) || gain <= 0.0) {
+    gain = factor > 0.0 ? gain / factor : 0.0;
+    if (!std::isfinite(gain) || gain <= 0.0) {
         throw Failure(path, std::string("the line ") + key + " of the header is not above 0");
     }
 }

@@ -56,6 +56,11 @@ struct Sweep {
     Operation operation;
     bool first; // call of its handle
 };
+void PrintTo(const Sweep& sweep, std::ostream* out)
+{
+    const char* const names[] = {"print", "preview", "analysis", "correction"};
+    *out << (sweep.first ? "first " : "") << names[sweep.operation];
+}
 class OutOfMemory : public testing::TestWithParam<Sweep>, protected Host {
 protected:
     OutOfMemory() : Host(64, 45, "any profile") {}

@@ -35,7 +35,8 @@ std::string Rgbe(const std::vector<float>& rgb)
         int exponent = 0;
         std::frexp(largest, &exponent);
         for (std::size_t k = 0; k < 3; ++k) {
-            bytes.push_back(static_cast<char>(std::ldexp(rgb[i + k], 8 - exponent)));
+            bytes.push_back(
+                static_cast<char>(static_cast<int>(std::ldexp(rgb[i + k], 8 - exponent))));
         }
         bytes.push_back(static_cast<char>(exponent + 128));
     }

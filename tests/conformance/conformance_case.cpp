@@ -166,6 +166,11 @@ uint32_t CorrectBands(QVA_HANDLE handle, const ConformanceCase& c, std::vector<u
 
 } // namespace
 
+void PrintTo(const ConformanceCase& c, std::ostream* out)
+{
+    *out << c.name;
+}
+
 std::vector<ConformanceCase> LoadConformanceCases()
 {
     std::vector<ConformanceCase> cases;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <lumo/qva.h>
 #include <string>
 #include <vector>
@@ -26,6 +27,9 @@ struct ConformanceCase {
     uint32_t status = 0;
     std::string expected; // file, or -
 };
+
+/// For the names of the tests.
+void PrintTo(const ConformanceCase& c, std::ostream* out);
 
 std::vector<ConformanceCase> LoadConformanceCases();
 
