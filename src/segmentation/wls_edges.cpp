@@ -42,7 +42,7 @@ void WlsEdges<T>::Between(const WlsGuideValue<T>* a, const WlsGuideValue<T>* b, 
         kernels::EdgesOfFloats(a, b, count, weights_.data, static_cast<int32_t>(weights_.size - 1),
                                lambda_, edge);
     } else {
-        uint16_t difference[kernels::columnLanes];
+        uint16_t difference[edgesAtOnce];
         kernels::Differences(a, b, count, difference);
         LookUpFloats(edgeOfDifference_.data, difference, count, edge);
     }

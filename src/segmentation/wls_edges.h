@@ -19,6 +19,9 @@ struct WlsGuide {
 template <typename T>
 using WlsGuideValue = std::conditional_t<std::is_same_v<T, float>, float, uint16_t>;
 
+/// The most edges that are asked for at once.
+constexpr int32_t edgesAtOnce = 256;
+
 /// Turns guide values into the off-diagonal entries of the smoother's systems.
 /// @tparam T  element type of the guide: uint8_t, uint16_t or float.
 template <typename T>
@@ -31,7 +34,7 @@ public:
     static void Load(const WlsGuide& guide, int32_t row, int32_t col, int32_t count,
                      WlsGuideValue<T>* values);
 
-    /// edge[i] = -(lambda * weight of the step from b[i] to a[i]), count up to columnLanes.
+    /// edge[i] = -(lambda * weight of the step from b[i] to a[i]), count up to edgesAtOnce.
     void Between(const WlsGuideValue<T>* a, const WlsGuideValue<T>* b, int32_t count,
                  float* edge) const;
 

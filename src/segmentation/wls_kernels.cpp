@@ -8,17 +8,18 @@
 namespace lumo::kernels {
 namespace {
 
-// Sixteen lanes as one value: the compiler splits it into what the instruction set has.
-using Lanes = float __attribute__((vector_size(rowLanes * sizeof(float))));
+// Eight lanes as one value, the widest that stays in a register without AVX-512.
+using Half = float __attribute__((vector_size(8 * sizeof(float))));
+constexpr int halves = rowLanes / 8;
 using Quad = float __attribute__((vector_size(4 * sizeof(float))));
 
-LUMO_INLINE Lanes LoadLanes(const float* p)
+LUMO_INLINE Half LoadHalf(const float* p)
 {
-    Lanes v;
+    Half v;
     std::memcpy(&v, p, sizeof v);
     return v;
 }
-LUMO_INLINE void StoreLanes(const Lanes& v, float* p)
+LUMO_INLINE void StoreHalf(const Half& v, float* p)
 {
     std::memcpy(p, &v, sizeof v);
 }
@@ -46,15 +47,60 @@ LUMO_INLINE void Transpose(Quad& a, Quad& b, Quad& c, Quad& d)
     d = __builtin_shufflevector(abHigh, cdHigh, 2, 3, 6, 7);
 }
 
+// What a step carries to the next stays in registers: through memory it would wait for the store.
+template <int planes>
+LUMO_INLINE void SolvePlanes(int32_t length, float* edge, float* const* x)
+{
+    const Half one = Half{} + 1.0f;
+    // Position i uses e of the step to i (lower) and of the step from i (the next entry).
+    Half lower[halves], upper[halves], carried[planes][halves];
+    for (int h = 0; h < halves; ++h) {
+        lower[h] = length > 1 ? LoadHalf(edge + rowLanes + 8 * h) : Half{};
+        upper[h] = lower[h] / (one - lower[h]);
+        for (int plane = 0; plane < planes; ++plane) {
+            carried[plane][h] = LoadHalf(x[plane] + 8 * h) / (one - lower[h]);
+            StoreHalf(carried[plane][h], x[plane] + 8 * h);
+        }
+        StoreHalf(upper[h], edge + 8 * h);
+    }
+    for (int32_t i = 1; i < length; ++i) {
+        for (int h = 0; h < halves; ++h) {
+            const int64_t at = static_cast<int64_t>(i) * rowLanes + 8 * h;
+            const Half next = i + 1 < length ? LoadHalf(edge + at + rowLanes) : Half{};
+            const Half diagonal = one - lower[h] - next;
+            const Half m = one / (diagonal - upper[h] * lower[h]);
+            upper[h] = next * m;
+            for (int plane = 0; plane < planes; ++plane) {
+                carried[plane][h] = (LoadHalf(x[plane] + at) - lower[h] * carried[plane][h]) * m;
+                StoreHalf(carried[plane][h], x[plane] + at);
+            }
+            StoreHalf(upper[h], edge + at);
+            lower[h] = next;
+        }
+    }
+    for (int32_t i = length - 2; i >= 0; --i) {
+        for (int h = 0; h < halves; ++h) {
+            const int64_t at = static_cast<int64_t>(i) * rowLanes + 8 * h;
+            const Half factor = LoadHalf(edge + at);
+            for (int plane = 0; plane < planes; ++plane) {
+                carried[plane][h] = LoadHalf(x[plane] + at) - factor * carried[plane][h];
+                StoreHalf(carried[plane][h], x[plane] + at);
+            }
+        }
+    }
+}
+
 } // namespace
 
 LUMO_CLONES void ScaleCodes(const uint16_t* code, int32_t count, double scale, uint16_t* guide)
 {
     if (scale == 255.0 / 65535.0) {
-        // v / 257 in integers, which is the same for every code: 65281 * 257 = 2^24 + 1.
+        // v / 257 in integers, which is the same for every code: 65281 * 257 = 2^24 + 1. The upper
+        // half of a 16-bit product is one instruction, so the shift by 24 is made of two.
         LUMO_SIMD
         for (int32_t i = 0; i < count; ++i) {
-            guide[i] = static_cast<uint16_t>((code[i] * 65281u) >> 24);
+            const auto high = static_cast<uint16_t>((code[i] * 65281u) >> 16);
+            guide[i] = static_cast<uint16_t>(high >> 8);
         }
         return;
     }
@@ -164,40 +210,10 @@ LUMO_CLONES void Substitute(const float* below, const float* upper, float* x)
 
 LUMO_CLONES void SolveRows(int32_t length, int32_t planes, float* edge, float* const* x)
 {
-    const Lanes one = Lanes{} + 1.0f;
-    // Position i uses e of the step to i (lower) and of the step from i (the next entry).
-    const Lanes none = {};
-    Lanes lower = none;
-    Lanes upper = none;
-    for (int32_t i = 0; i < length; ++i) {
-        const int64_t at = static_cast<int64_t>(i) * rowLanes;
-        const Lanes next = i + 1 < length ? LoadLanes(edge + at + rowLanes) : none;
-        if (i == 0) {
-            const Lanes diagonal = one - lower - next;
-            upper = next / diagonal;
-            for (int32_t plane = 0; plane < planes; ++plane) {
-                StoreLanes(LoadLanes(x[plane]) / diagonal, x[plane]);
-            }
-        } else {
-            const Lanes diagonal = one - lower - next;
-            const Lanes m = one / (diagonal - upper * lower);
-            upper = next * m;
-            for (int32_t plane = 0; plane < planes; ++plane) {
-                float* value = x[plane] + at;
-                const Lanes before = LoadLanes(value - rowLanes);
-                StoreLanes((LoadLanes(value) - lower * before) * m, value);
-            }
-        }
-        StoreLanes(upper, edge + at);
-        lower = next;
-    }
-    for (int32_t i = length - 2; i >= 0; --i) {
-        const int64_t at = static_cast<int64_t>(i) * rowLanes;
-        const Lanes factor = LoadLanes(edge + at);
-        for (int32_t plane = 0; plane < planes; ++plane) {
-            float* value = x[plane] + at;
-            StoreLanes(LoadLanes(value) - factor * LoadLanes(value + rowLanes), value);
-        }
+    if (planes == 1) {
+        SolvePlanes<1>(length, edge, x);
+    } else {
+        SolvePlanes<2>(length, edge, x);
     }
 }
 

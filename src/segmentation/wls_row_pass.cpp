@@ -10,7 +10,7 @@ namespace {
 
 using kernels::rowLanes;
 
-constexpr int32_t tileCols = 64;
+constexpr int32_t tileCols = edgesAtOnce; // 16 rows of them fit into the first cache
 
 template <typename T>
 void StoreFloats(const float* in, int32_t count, T* out)
