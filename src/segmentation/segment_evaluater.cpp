@@ -63,11 +63,18 @@ int SegmentEvaluater::CalculateOptimalSegmentsNumber(const Matrix& src, const Ma
 {
     EnsureCandidates(numSegmentsSet);
     FastSlic::EnsureImage(src);
+    return CalculateOptimalSegmentsNumber<T>(SlicPlanes(src), image, numSegmentsSet);
+}
+
+template <typename T>
+int SegmentEvaluater::CalculateOptimalSegmentsNumber(const SlicPlanes& planes, const Matrix& image,
+                                                     const Vector<int>& numSegmentsSet)
+{
+    EnsureCandidates(numSegmentsSet);
     const uint64_t candidates = numSegmentsSet.size;
     Vector<double> scores(candidates, 0.0);
     Vector<int> counts(candidates, 1);
     VectorC<Matrix_t<int>> labels(candidates);
-    const SlicPlanes planes(src);
     Matrix* target[candidatesMax] = {};
     for (uint64_t i = 0; i < candidates; ++i) {
         target[i] = &labels[i];
@@ -89,6 +96,12 @@ template int SegmentEvaluater::CalculateOptimalSegmentsNumber<uint16_t>(const Ma
                                                                         const Matrix&,
                                                                         const Vector<int>&);
 template int SegmentEvaluater::CalculateOptimalSegmentsNumber<float>(const Matrix&, const Matrix&,
+                                                                     const Vector<int>&);
+template int SegmentEvaluater::CalculateOptimalSegmentsNumber<uint16_t>(const SlicPlanes&,
+                                                                        const Matrix&,
+                                                                        const Vector<int>&);
+template int SegmentEvaluater::CalculateOptimalSegmentsNumber<float>(const SlicPlanes&,
+                                                                     const Matrix&,
                                                                      const Vector<int>&);
 
 } // namespace lumo

@@ -24,6 +24,11 @@ public:
     int CalculateOptimalSegmentsNumber(const Matrix& src, const Matrix& image,
                                        const Vector<int>& numSegmentsSet);
 
+    /// The same with the image to divide as planes.
+    template <typename T>
+    int CalculateOptimalSegmentsNumber(const SlicPlanes& planes, const Matrix& image,
+                                       const Vector<int>& numSegmentsSet);
+
     Matrix_t<int> labels_;
     FastSlic slic_;
     double alpha_;

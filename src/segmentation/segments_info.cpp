@@ -1,6 +1,7 @@
 #include "segmentation/segments_info.h"
 
 #include "core/exception.h"
+#include "core/simd.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,6 +9,44 @@
 #include <type_traits>
 
 namespace lumo {
+namespace kernels {
+
+struct CodeSums {
+    uint64_t sum;
+    uint64_t squares;
+    uint16_t highest;
+    uint16_t lowest;
+};
+
+// Halves of the squares, so that blocks of 2^15 of them fit into 32 bits.
+LUMO_CLONES void SumCodes(const uint16_t* value, int64_t count, CodeSums* sums)
+{
+    constexpr int64_t block = int64_t{1} << 15;
+    *sums = {0, 0, 0, 65535};
+    for (int64_t first = 0; first < count; first += block) {
+        const auto last = static_cast<int32_t>(std::min(block, count - first));
+        const uint16_t* v = value + first;
+        uint32_t sum = 0, lower = 0, upper = 0;
+        uint16_t highest = sums->highest;
+        uint16_t lowest = sums->lowest;
+#pragma omp simd reduction(+ : sum, lower, upper) reduction(max : highest) reduction(min : lowest)
+        for (int32_t i = 0; i < last; ++i) {
+            const uint32_t square = uint32_t{v[i]} * v[i];
+            sum += v[i];
+            lower += square & 65535u;
+            upper += square >> 16;
+            highest = v[i] > highest ? v[i] : highest;
+            lowest = v[i] < lowest ? v[i] : lowest;
+        }
+        sums->sum += sum;
+        sums->squares += lower + (uint64_t{upper} << 16);
+        sums->highest = highest;
+        sums->lowest = lowest;
+    }
+}
+
+} // namespace kernels
+
 namespace {
 
 constexpr int32_t lowestInt = std::numeric_limits<int32_t>::min();
@@ -53,21 +92,12 @@ void AddValues(const T* value, int64_t count, int32_t j, SegmentsInfo& info)
 // The same in integers, which is exact while every sum stays below 2^53.
 void AddCodes(const uint16_t* value, int64_t count, int32_t j, SegmentsInfo& info)
 {
-    uint64_t sum = 0;
-    uint64_t squares = 0;
-    uint32_t highest = 0;
-    uint32_t lowest = 65535;
-    for (int64_t i = 0; i < count; ++i) {
-        const uint32_t v = value[i];
-        sum += v;
-        squares += v * v;
-        highest = std::max(highest, v);
-        lowest = std::min(lowest, v);
-    }
-    info.mean[j] += static_cast<double>(sum);
-    info.stdDev[j] += static_cast<double>(squares);
-    info.maxValue[j] = std::max(info.maxValue[j], static_cast<double>(highest));
-    info.minValue[j] = std::min(info.minValue[j], static_cast<double>(lowest));
+    kernels::CodeSums sums;
+    kernels::SumCodes(value, count, &sums);
+    info.mean[j] += static_cast<double>(sums.sum);
+    info.stdDev[j] += static_cast<double>(sums.squares);
+    info.maxValue[j] = std::max(info.maxValue[j], static_cast<double>(sums.highest));
+    info.minValue[j] = std::min(info.minValue[j], static_cast<double>(sums.lowest));
 }
 
 void Finish(int32_t channels, int32_t numSegments, SegmentsInfo& info)

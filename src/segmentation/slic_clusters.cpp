@@ -113,6 +113,7 @@ void SlicClusters::MoveToLowEdges()
         const auto y = static_cast<int32_t>(y_[k]);
         const int64_t start = static_cast<int64_t>(y) * planes_.cols + x;
         int64_t best = start;
+        float lowest = planes_.Edge(start);
         for (int n = 0; n < 8; ++n) {
             const int32_t nx = x + stepX[n];
             const int32_t ny = y + stepY[n];
@@ -120,7 +121,9 @@ void SlicClusters::MoveToLowEdges()
                 continue;
             }
             const int64_t neighbour = static_cast<int64_t>(ny) * planes_.cols + nx;
-            if (planes_.edge[neighbour] < planes_.edge[best]) {
+            const float edge = planes_.Edge(neighbour);
+            if (edge < lowest) {
+                lowest = edge;
                 best = neighbour;
             }
         }

@@ -3,25 +3,17 @@
 #include "core/parallel.h"
 #include "core/simd.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace lumo {
 namespace kernels {
 
-LUMO_CLONES void EdgeRow(const float* p0, const float* p1, const float* p2, int64_t cols,
-                         float* edge)
+LUMO_CLONES void WidenCodes(const uint16_t* code, int32_t count, float* value)
 {
     LUMO_SIMD
-    for (int64_t x = 1; x < cols - 1; ++x) {
-        const float v0 = p0[x - cols] - p0[x + cols];
-        const float v1 = p1[x - cols] - p1[x + cols];
-        const float v2 = p2[x - cols] - p2[x + cols];
-        const float h0 = p0[x - 1] - p0[x + 1];
-        const float h1 = p1[x - 1] - p1[x + 1];
-        const float h2 = p2[x - 1] - p2[x + 1];
-        const float vertical = v0 * v0 + v1 * v1 + v2 * v2;
-        const float horizontal = h0 * h0 + h1 * h1 + h2 * h2;
-        edge[x] = vertical + horizontal;
+    for (int32_t i = 0; i < count; ++i) {
+        value[i] = static_cast<float>(code[i]);
     }
 }
 
@@ -29,11 +21,7 @@ LUMO_CLONES void EdgeRow(const float* p0, const float* p1, const float* p2, int6
 
 SlicPlanes::SlicPlanes(const Matrix& src) : rows(src.rows), cols(src.cols)
 {
-    const auto count = static_cast<uint64_t>(PixelCount());
-    for (Vector<float>& plane : channel) {
-        plane = Vector<float>(count);
-    }
-    edge = Vector<float>(count, std::numeric_limits<float>::max());
+    Allocate();
     switch (DepthOf(src.type)) {
     case D8U:
         Split<uint8_t>(src);
@@ -45,7 +33,30 @@ SlicPlanes::SlicPlanes(const Matrix& src) : rows(src.rows), cols(src.cols)
         Split<float>(src);
         break;
     }
-    FillEdges();
+}
+
+SlicPlanes::SlicPlanes(const Matrix (&src)[3]) : rows(src[0].rows), cols(src[0].cols)
+{
+    Allocate();
+    ParallelFor(0, rows, [&](int32_t y) {
+        const int64_t start = static_cast<int64_t>(y) * cols;
+        for (int c = 0; c < 3; ++c) {
+            float* out = channel[c].data + start;
+            if (DepthOf(src[c].type) == D16U) {
+                kernels::WidenCodes(RowOf<uint16_t>(src[c], y), cols, out);
+            } else {
+                const auto* in = RowOf<float>(src[c], y);
+                std::copy(in, in + cols, out);
+            }
+        }
+    });
+}
+
+void SlicPlanes::Allocate()
+{
+    for (Vector<float>& plane : channel) {
+        plane = Vector<float>(static_cast<uint64_t>(PixelCount()));
+    }
 }
 
 template <typename T>
@@ -62,13 +73,22 @@ void SlicPlanes::Split(const Matrix& src)
     });
 }
 
-void SlicPlanes::FillEdges()
+float SlicPlanes::Across(int64_t before, int64_t after) const
 {
-    ParallelFor(1, rows - 1, [&](int32_t y) {
-        const int64_t start = static_cast<int64_t>(y) * cols;
-        kernels::EdgeRow(channel[0].data + start, channel[1].data + start, channel[2].data + start,
-                         cols, edge.data + start);
-    });
+    const float d0 = channel[0][before] - channel[0][after];
+    const float d1 = channel[1][before] - channel[1][after];
+    const float d2 = channel[2][before] - channel[2][after];
+    return d0 * d0 + d1 * d1 + d2 * d2;
+}
+
+float SlicPlanes::Edge(int64_t pixel) const
+{
+    const int64_t x = pixel % cols;
+    const int64_t y = pixel / cols;
+    if (x == 0 || y == 0 || x == cols - 1 || y == rows - 1) {
+        return std::numeric_limits<float>::max();
+    }
+    return Across(pixel - cols, pixel + cols) + Across(pixel - 1, pixel + 1);
 }
 
 } // namespace lumo

@@ -1,4 +1,4 @@
-// What superpixel runs of one image share: its channels as floats and its edge map.
+// What superpixel runs of one image share: its channels as floats.
 #pragma once
 
 #include "core/matrix.h"
@@ -6,25 +6,29 @@
 
 namespace lumo {
 
-/// Channel planes and edge map of an image, read-only once built; pixel i = y * cols + x.
+/// Channel planes of an image, read-only once built; pixel i = y * cols + x.
 class SlicPlanes {
 public:
     /// @param src  D8U, D16U or D32F with three channels, whose values are taken as they are.
     explicit SlicPlanes(const Matrix& src);
+    /// @param src  one channel each, D16U or D32F, of one size.
+    explicit SlicPlanes(const Matrix (&src)[3]);
 
     int64_t PixelCount() const { return static_cast<int64_t>(rows) * cols; }
 
     int32_t rows;
     int32_t cols;
     Vector<float> channel[3];
+
     /// Squared differences of the vertical and of the horizontal neighbours, summed over the
     /// channels; the largest float at the border.
-    Vector<float> edge;
+    float Edge(int64_t pixel) const;
 
 private:
+    void Allocate();
     template <typename T>
     void Split(const Matrix& src);
-    void FillEdges();
+    float Across(int64_t before, int64_t after) const;
 };
 
 } // namespace lumo

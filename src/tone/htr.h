@@ -60,12 +60,11 @@ public:
                        const BandRect& band, WorkPlanes& planes) const;
 
     /// Divides the image into segments.
-    /// @param workImage  three channels in the working space; @param intensity its first channel.
-    /// @param labels     replaced: D32S, labels 0 ... n - 1.
+    /// @param work    three channels in the working space, the intensity first.
+    /// @param labels  replaced: D32S, labels 0 ... n - 1.
     /// @returns n, at least 1.
     template <typename T>
-    int32_t SegmentImage(const Matrix& workImage, const Matrix& intensity, Matrix_t<int>& labels,
-                         int32_t numSegments) const;
+    int32_t SegmentImage(const Matrix (&work)[3], Matrix_t<int>& labels, int32_t numSegments) const;
 
     LuminanceRange input;
     LuminanceRange output;

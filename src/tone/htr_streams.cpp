@@ -43,22 +43,6 @@ ImageSize ResizeToLongSide(int32_t rows, int32_t cols, int32_t longSide)
     return {static_cast<int32_t>(target), std::max(1, newCols)};
 }
 
-template <typename T>
-Matrix Merge(const Matrix& first, const Matrix& second, const Matrix& third)
-{
-    Matrix merged(first.rows, first.cols, MakeType(DepthOf(first.type), 3));
-    ParallelFor(0, first.rows, [&](int32_t row) {
-        const T* in[3] = {RowOf<T>(first, row), RowOf<T>(second, row), RowOf<T>(third, row)};
-        T* out = RowOf<T>(merged, row);
-        for (int64_t col = 0; col < first.cols; ++col) {
-            for (int64_t c = 0; c < 3; ++c) {
-                out[3 * col + c] = in[c][col];
-            }
-        }
-    });
-    return merged;
-}
-
 // Linear pixels after the colour correction, as a store into T leaves them.
 template <typename T>
 void LoadCorrected(const PixelSource& source, const ImageConverterInterface* correction,
@@ -108,18 +92,17 @@ void Htr::ToPlanes(const PixelSource& source, const ImageConverterInterface* cor
 }
 
 template <typename T>
-int32_t Htr::SegmentImage(const Matrix& workImage, const Matrix& intensity, Matrix_t<int>& labels,
-                          int32_t numSegments) const
+int32_t Htr::SegmentImage(const Matrix (&work)[3], Matrix_t<int>& labels, int32_t numSegments) const
 {
-    FastSlic slic(0.01 * inputCode.codeMax, slicIterations);
+    const FastSlic slic(0.01 * inputCode.codeMax, slicIterations);
+    const SlicPlanes planes(work);
     int32_t count = 0;
     if (params.evaluateSegmentsNumber) {
         SegmentEvaluater evaluater(slic, params.segmentEvaluationParam);
-        count = evaluater.CalculateOptimalSegmentsNumber<T>(workImage, intensity,
-                                                            params.numSegmentsSet);
+        count = evaluater.CalculateOptimalSegmentsNumber<T>(planes, work[0], params.numSegmentsSet);
         labels = evaluater.labels_;
     } else {
-        count = slic(workImage, numSegments, labels);
+        count = slic.Segment(planes, numSegments, labels);
     }
     // Where every region was folded away all labels are 0: one segment.
     return std::max(count, 1);
@@ -141,8 +124,7 @@ Matrix_t<int> Htr::SegmentPlanes(const WorkPlanes& planes, int32_t longSide, int
         }
     }
     Matrix_t<int> labels;
-    const Matrix merged = Merge<T>(small[0], small[1], small[2]);
-    count = SegmentImage<T>(merged, small[0], labels, params.numSegments);
+    count = SegmentImage<T>(small, labels, params.numSegments);
     return labels;
 }
 
@@ -256,9 +238,7 @@ void Htr::CorrectStream(const PixelSource& source, PixelSink& sink, const HtrAna
 
 template void Htr::Render<uint16_t>(const PixelSource&, PixelSink&, WorkPlanes&) const;
 template void Htr::Render<float>(const PixelSource&, PixelSink&, WorkPlanes&) const;
-template int32_t Htr::SegmentImage<uint16_t>(const Matrix&, const Matrix&, Matrix_t<int>&,
-                                             int32_t) const;
-template int32_t Htr::SegmentImage<float>(const Matrix&, const Matrix&, Matrix_t<int>&,
-                                          int32_t) const;
+template int32_t Htr::SegmentImage<uint16_t>(const Matrix (&)[3], Matrix_t<int>&, int32_t) const;
+template int32_t Htr::SegmentImage<float>(const Matrix (&)[3], Matrix_t<int>&, int32_t) const;
 
 } // namespace lumo
