@@ -3,6 +3,7 @@
 
 #include "literal/pixels.h"
 #include "literal/smoother.h"
+#include "core/block_pool.h"
 #include "segmentation/fast_wls_filter.h"
 #include "segmentation/wls_solver.h"
 
@@ -30,6 +31,7 @@ void TwoPlanes(benchmark::State& state)
     const WlsSolver<uint16_t> solver(filter.weights_, filter.lambda_);
     NoRows taken;
     for (auto _ : state) {
+        const CallMemory memory; // as in every call
         solver.Smooth({{&plane, &plane}, 2}, {plane, 255.0 / 65535.0}, taken);
     }
     ReportPixels(state, int64_t{rows} * cols);
@@ -43,6 +45,7 @@ void BothPasses(benchmark::State& state)
     const FastWlsFilter filter(0.03f, 30.0f);
     const WlsSolver<uint16_t> solver(filter.weights_, filter.lambda_);
     for (auto _ : state) {
+        const CallMemory memory;
         solver.Smooth(plane, {plane, 255.0 / 65535.0}, result);
     }
     ReportPixels(state, int64_t{rows} * cols);

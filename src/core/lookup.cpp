@@ -52,6 +52,15 @@ LUMO_SCALAR void LookUpFloats(const float* table, const uint16_t* index, int32_t
     }
 }
 
+LUMO_SCALAR void LookUpFloats(const float* table, const uint16_t* index, int32_t count,
+                              int64_t stride, float* out)
+{
+    LUMO_UNROLL
+    for (int32_t i = 0; i < count; ++i) {
+        out[i * stride] = table[index[i]];
+    }
+}
+
 LUMO_SCALAR void LookUpPairs(const double* table, const int32_t* index, int32_t count,
                              double* pairs)
 {

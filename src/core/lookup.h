@@ -14,6 +14,9 @@ void LookUpCodes(const uint16_t* table, const int32_t* index, int32_t count, int
 void LookUpPixels(const uint16_t* table, const uint16_t* pixels, int32_t count, int32_t* r,
                   int32_t* g, int32_t* b);
 void LookUpFloats(const float* table, const uint16_t* index, int32_t count, float* out);
+/// out[i * stride] = table[index[i]].
+void LookUpFloats(const float* table, const uint16_t* index, int32_t count, int64_t stride,
+                  float* out);
 
 /// pairs[i] = table[index[i]] + 65536 table[index[i] + 1], on a little-endian machine.
 void LookUpCodePairs(const uint16_t* table, const int32_t* index, int32_t count, uint32_t* pairs);

@@ -28,9 +28,11 @@ void PrefetchRow(const Matrix& image, int32_t row, int32_t col)
 {
     if (row < image.rows) {
         const auto* first = reinterpret_cast<const char*>(RowOf<T>(image, row) + col);
-        for (uint64_t at = 0; at < columnLanes * sizeof(T); at += 64) {
+        constexpr uint64_t bytes = columnLanes * sizeof(T);
+        for (uint64_t at = 0; at < bytes; at += 64) {
             __builtin_prefetch(first + at);
         }
+        __builtin_prefetch(first + bytes - 1); // rows need not begin at a cache line
     }
 }
 
@@ -38,10 +40,10 @@ void PrefetchRow(const Matrix& image, int32_t row, int32_t col)
 
 template <typename T>
 WlsColumnPass<T>::Scratch::Scratch(int32_t slabRows, int32_t planes)
-    : upper(static_cast<uint64_t>(slabRows) * columnLanes)
+    : upper((static_cast<uint64_t>(slabRows) + 1) * columnLanes)
 {
     for (int32_t plane = 0; plane < planes; ++plane) {
-        value[plane] = Vector<float>(static_cast<uint64_t>(slabRows) * columnLanes, 0.0f);
+        value[plane] = Vector<float>((static_cast<uint64_t>(slabRows) + 1) * columnLanes, 0.0f);
     }
 }
 
@@ -78,18 +80,21 @@ float* WlsColumnPass<T>::StateOf(int32_t slab, int32_t strip)
 template <typename T>
 void WlsColumnPass<T>::Mark(int32_t strip, Scratch& scratch)
 {
+    constexpr size_t bytes = columnLanes * sizeof(float);
     const int32_t col = strip * columnLanes;
-    kernels::ColumnState& state = scratch.state;
     WlsEdges<T>::Load(guide_, 0, col, Lanes(col), scratch.guide[0]);
     const int32_t end = FirstRow(slabs_ - 1);
     for (int32_t row = 0; row < end; ++row) {
-        Eliminate(row, col, 0, scratch);
+        const int32_t at = (row + 1) & 1;
+        Eliminate(row, col, 1 - at, at, scratch);
         if ((row + 1) % slabRows_ == 0) {
             float* kept = StateOf((row + 1) / slabRows_, strip);
-            std::memcpy(kept, state.lower, sizeof state.lower);
-            std::memcpy(kept + columnLanes, state.upper, sizeof state.upper);
-            std::memcpy(kept + 2 * columnLanes, state.value,
-                        static_cast<size_t>(planes_.count) * sizeof state.value[0]);
+            std::memcpy(kept, scratch.edge[row & 1], bytes);
+            std::memcpy(kept + columnLanes, scratch.upper.data + at * columnLanes, bytes);
+            for (int32_t plane = 0; plane < planes_.count; ++plane) {
+                std::memcpy(kept + (2 + plane) * columnLanes,
+                            scratch.value[plane].data + at * columnLanes, bytes);
+            }
         }
     }
 }
@@ -97,45 +102,53 @@ void WlsColumnPass<T>::Mark(int32_t strip, Scratch& scratch)
 template <typename T>
 void WlsColumnPass<T>::Solve(int32_t slab, int32_t strip, Scratch& scratch, float* const* groups)
 {
+    constexpr size_t bytes = columnLanes * sizeof(float);
     const int32_t col = strip * columnLanes;
     const int32_t first = FirstRow(slab);
     const int32_t count = Rows(slab);
-    kernels::ColumnState& state = scratch.state;
     if (slab > 0) {
         const float* kept = StateOf(slab, strip);
-        std::memcpy(state.lower, kept, sizeof state.lower);
-        std::memcpy(state.upper, kept + columnLanes, sizeof state.upper);
-        std::memcpy(state.value, kept + 2 * columnLanes,
-                    static_cast<size_t>(planes_.count) * sizeof state.value[0]);
+        std::memcpy(scratch.edge[(first - 1) & 1], kept, bytes);
+        std::memcpy(scratch.upper.data, kept + columnLanes, bytes);
+        for (int32_t plane = 0; plane < planes_.count; ++plane) {
+            std::memcpy(scratch.value[plane].data, kept + (2 + plane) * columnLanes, bytes);
+        }
     }
     WlsEdges<T>::Load(guide_, first, col, Lanes(col), scratch.guide[first & 1]);
     for (int32_t row = 0; row < count; ++row) {
-        Eliminate(first + row, col, static_cast<int64_t>(row) * columnLanes, scratch);
+        Eliminate(first + row, col, row, row + 1, scratch);
     }
     Substitute(slab, strip, scratch);
     HandOver(count, col, scratch, groups);
 }
 
-// One row of the elimination; its results stand at `at` of the scratch.
+// One row of the elimination: `before` and `at` are rows of the scratch.
 template <typename T>
-void WlsColumnPass<T>::Eliminate(int32_t row, int32_t col, int64_t at, Scratch& scratch) const
+void WlsColumnPass<T>::Eliminate(int32_t row, int32_t col, int32_t before, int32_t at,
+                                 Scratch& scratch) const
 {
     const int32_t lanes = Lanes(col);
-    float* x[2] = {};
+    float* edge = scratch.edge[row & 1];
+    kernels::ColumnStep step;
+    step.lower = scratch.edge[(row + 1) & 1];
+    step.edge = edge;
+    step.upperBefore = scratch.upper.data + int64_t{before} * columnLanes;
+    step.upper = scratch.upper.data + int64_t{at} * columnLanes;
+    step.planes = planes_.count;
     for (int32_t plane = 0; plane < planes_.count; ++plane) {
-        x[plane] = scratch.value[plane].data + at;
+        step.before[plane] = scratch.value[plane].data + int64_t{before} * columnLanes;
+        step.x[plane] = scratch.value[plane].data + int64_t{at} * columnLanes;
         PrefetchRow<T>(*planes_.plane[plane], row + rowsAhead, col);
-        LoadFloats(RowOf<T>(*planes_.plane[plane], row) + col, lanes, x[plane]);
+        LoadFloats(RowOf<T>(*planes_.plane[plane], row) + col, lanes, step.x[plane]);
     }
     if (row + 1 < rows_) {
         WlsGuideValue<T>* next = scratch.guide[(row + 1) & 1];
         WlsEdges<T>::Load(guide_, row + 1, col, lanes, next);
-        edges_.Between(next, scratch.guide[row & 1], columnLanes, scratch.edge);
+        edges_.Between(next, scratch.guide[row & 1], columnLanes, edge);
     } else {
-        std::fill(scratch.edge, scratch.edge + columnLanes, 0.0f);
+        std::fill(edge, edge + columnLanes, 0.0f);
     }
-    const auto eliminate = row == 0 ? kernels::EliminateFirst : kernels::EliminateNext;
-    eliminate(scratch.edge, planes_.count, x, scratch.upper.data + at, scratch.state);
+    row == 0 ? kernels::EliminateFirst(step) : kernels::EliminateNext(step);
 }
 
 template <typename T>
@@ -146,12 +159,12 @@ void WlsColumnPass<T>::Substitute(int32_t slab, int32_t strip, Scratch& scratch)
         float* below =
             below_.data + (static_cast<int64_t>(strip) * planes_.count + plane) * columnLanes;
         for (int32_t row = slab < slabs_ - 1 ? last : last - 1; row >= 0; --row) {
-            const int64_t at = static_cast<int64_t>(row) * columnLanes;
+            const int64_t at = (int64_t{row} + 1) * columnLanes;
             float* value = scratch.value[plane].data + at;
             kernels::Substitute(row == last ? below : value + columnLanes, scratch.upper.data + at,
                                 value);
         }
-        std::memcpy(below, scratch.value[plane].data, columnLanes * sizeof(float));
+        std::memcpy(below, scratch.value[plane].data + columnLanes, columnLanes * sizeof(float));
     }
 }
 
@@ -164,7 +177,7 @@ void WlsColumnPass<T>::HandOver(int32_t count, int32_t col, const Scratch& scrat
             const float* rows[rowLanes];
             for (int32_t lane = 0; lane < rowLanes; ++lane) {
                 const int64_t row = std::min(first + lane, count - 1);
-                rows[lane] = scratch.value[plane].data + row * columnLanes;
+                rows[lane] = scratch.value[plane].data + (row + 1) * columnLanes;
             }
             const int64_t place = int64_t{first} * cols_ + int64_t{col} * rowLanes;
             kernels::GatherRows(rows, Lanes(col), groups[plane] + place);

@@ -35,14 +35,14 @@ public:
     int32_t FirstRow(int32_t slab) const { return slab * slabRows_; }
     int32_t Rows(int32_t slab) const { return std::min(slabRows_, rows_ - FirstRow(slab)); }
 
-    /// What one thread needs.
+    /// What one thread needs. Rows of columnLanes values; the first is that before the slab.
     struct Scratch {
         Scratch(int32_t slabRows, int32_t planes);
         Vector<float> upper;
         Vector<float> value[2];
+        // Of the current row and of its neighbour, by the lowest bit of the row's number.
         WlsGuideValue<T> guide[2][kernels::columnLanes] = {};
-        alignas(64) float edge[kernels::columnLanes] = {};
-        kernels::ColumnState state;
+        alignas(64) float edge[2][kernels::columnLanes] = {};
     };
 
     /// Eliminates down a strip and keeps the states.
@@ -57,7 +57,7 @@ public:
 private:
     int32_t Lanes(int32_t col) const;
     float* StateOf(int32_t slab, int32_t strip);
-    void Eliminate(int32_t row, int32_t col, int64_t at, Scratch& scratch) const;
+    void Eliminate(int32_t row, int32_t col, int32_t before, int32_t at, Scratch& scratch) const;
     void Substitute(int32_t slab, int32_t strip, Scratch& scratch);
     void HandOver(int32_t count, int32_t col, const Scratch& scratch, float* const* groups) const;
 

@@ -48,6 +48,23 @@ void WlsEdges<T>::Between(const WlsGuideValue<T>* a, const WlsGuideValue<T>* b, 
     }
 }
 
+template <typename T>
+void WlsEdges<T>::Between(const WlsGuideValue<T>* a, const WlsGuideValue<T>* b, int32_t count,
+                          int64_t stride, float* edge) const
+{
+    if constexpr (std::is_same_v<T, float>) {
+        float edges[edgesAtOnce];
+        Between(a, b, count, edges);
+        for (int32_t i = 0; i < count; ++i) {
+            edge[i * stride] = edges[i];
+        }
+    } else {
+        uint16_t difference[edgesAtOnce];
+        kernels::Differences(a, b, count, difference);
+        LookUpFloats(edgeOfDifference_.data, difference, count, stride, edge);
+    }
+}
+
 template class WlsEdges<uint8_t>;
 template class WlsEdges<uint16_t>;
 template class WlsEdges<float>;

@@ -37,6 +37,9 @@ public:
     /// edge[i] = -(lambda * weight of the step from b[i] to a[i]), count up to edgesAtOnce.
     void Between(const WlsGuideValue<T>* a, const WlsGuideValue<T>* b, int32_t count,
                  float* edge) const;
+    /// The same to edge[i * stride].
+    void Between(const WlsGuideValue<T>* a, const WlsGuideValue<T>* b, int32_t count,
+                 int64_t stride, float* edge) const;
 
 private:
     const Vector<float>& weights_;

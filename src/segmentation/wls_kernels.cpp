@@ -90,6 +90,29 @@ LUMO_INLINE void SolvePlanes(int32_t length, float* edge, float* const* x)
     }
 }
 
+template <int planes>
+LUMO_INLINE void EliminatePlanes(const ColumnStep& step)
+{
+    const float* lower = step.lower;
+    const float* edge = step.edge;
+    const float* upperBefore = step.upperBefore;
+    const float* before0 = step.before[0];
+    const float* before1 = step.before[planes - 1];
+    float* upper = step.upper;
+    float* x0 = step.x[0];
+    float* x1 = step.x[planes - 1];
+    LUMO_SIMD
+    for (int32_t j = 0; j < columnLanes; ++j) {
+        const float diagonal = 1.0f - lower[j] - edge[j];
+        const float m = 1.0f / (diagonal - upperBefore[j] * lower[j]);
+        upper[j] = edge[j] * m;
+        x0[j] = (x0[j] - lower[j] * before0[j]) * m;
+        if constexpr (planes == 2) {
+            x1[j] = (x1[j] - lower[j] * before1[j]) * m;
+        }
+    }
+}
+
 } // namespace
 
 LUMO_CLONES void ScaleCodes(const uint16_t* code, int32_t count, double scale, uint16_t* guide)
@@ -154,49 +177,29 @@ LUMO_CLONES void EdgesOfFloats(const float* a, const float* b, int32_t count, co
     }
 }
 
-LUMO_CLONES void EliminateFirst(const float* edge, int32_t planes, float* const* x, float* upper,
-                                ColumnState& state)
+LUMO_CLONES void EliminateFirst(const ColumnStep& step)
 {
-    for (int32_t plane = 0; plane < planes; ++plane) {
-        float* value = x[plane];
-        float* carried = state.value[plane];
+    const float* edge = step.edge;
+    float* upper = step.upper;
+    for (int32_t plane = 0; plane < step.planes; ++plane) {
+        float* x = step.x[plane];
         LUMO_SIMD
         for (int32_t j = 0; j < columnLanes; ++j) {
-            value[j] = value[j] / (1.0f - edge[j]);
-            carried[j] = value[j];
+            x[j] = x[j] / (1.0f - edge[j]);
         }
     }
     LUMO_SIMD
     for (int32_t j = 0; j < columnLanes; ++j) {
         upper[j] = edge[j] / (1.0f - edge[j]);
-        state.upper[j] = upper[j];
-        state.lower[j] = edge[j];
     }
 }
 
-LUMO_CLONES void EliminateNext(const float* edge, int32_t planes, float* const* x, float* upper,
-                               ColumnState& state)
+LUMO_CLONES void EliminateNext(const ColumnStep& step)
 {
-    alignas(64) float m[columnLanes];
-    LUMO_SIMD
-    for (int32_t j = 0; j < columnLanes; ++j) {
-        const float diagonal = 1.0f - state.lower[j] - edge[j];
-        m[j] = 1.0f / (diagonal - state.upper[j] * state.lower[j]);
-        upper[j] = edge[j] * m[j];
-        state.upper[j] = upper[j];
-    }
-    for (int32_t plane = 0; plane < planes; ++plane) {
-        float* value = x[plane];
-        float* carried = state.value[plane];
-        LUMO_SIMD
-        for (int32_t j = 0; j < columnLanes; ++j) {
-            value[j] = (value[j] - state.lower[j] * carried[j]) * m[j];
-            carried[j] = value[j];
-        }
-    }
-    LUMO_SIMD
-    for (int32_t j = 0; j < columnLanes; ++j) {
-        state.lower[j] = edge[j];
+    if (step.planes == 1) {
+        EliminatePlanes<1>(step);
+    } else {
+        EliminatePlanes<2>(step);
     }
 }
 

@@ -27,20 +27,19 @@ void Differences(const uint16_t* a, const uint16_t* b, int32_t count, uint16_t* 
 void EdgesOfFloats(const float* a, const float* b, int32_t count, const float* weights,
                    int32_t lastWeight, float lambda, float* edge);
 
-/// What the elimination carries from one line position to the next, a lane each.
-struct ColumnState {
-    alignas(64) float lower[columnLanes]; // a
-    alignas(64) float upper[columnLanes]; // c'
-    alignas(64) float value[2][columnLanes];
+/// One step of the forward elimination down columnLanes columns, for planes with the same
+/// coefficients.
+struct ColumnStep {
+    const float* lower = nullptr;       ///< e of the step to this position; none at the first
+    const float* edge = nullptr;        ///< e of the step from it, 0 at the last
+    const float* upperBefore = nullptr; ///< c' of the position before
+    float* upper = nullptr;             ///< receives c'
+    int32_t planes = 0;
+    const float* before[2] = {}; ///< eliminated values of the position before
+    float* x[2] = {};            ///< replaced by the eliminated values
 };
-
-/// One step of the forward elimination down columnLanes columns, for `planes` planes with the same
-/// coefficients. `edge` is e of the next position (0 at the last); `upper` receives c' and
-/// `x[plane]` is replaced by the eliminated values.
-void EliminateFirst(const float* edge, int32_t planes, float* const* x, float* upper,
-                    ColumnState& state);
-void EliminateNext(const float* edge, int32_t planes, float* const* x, float* upper,
-                   ColumnState& state);
+void EliminateFirst(const ColumnStep& step);
+void EliminateNext(const ColumnStep& step);
 
 /// x = x - upper * below, one step of the back substitution.
 void Substitute(const float* below, const float* upper, float* x);

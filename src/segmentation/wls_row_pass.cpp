@@ -23,6 +23,14 @@ void StoreFloats(const float* in, int32_t count, T* out)
     }
 }
 
+// Lanes without a row have no edges.
+void ZeroLanes(int32_t count, int32_t length, float* edge)
+{
+    for (int32_t i = 0; count < rowLanes && i < length; ++i) {
+        std::fill(edge + i * rowLanes + count, edge + (i + 1) * rowLanes, 0.0f);
+    }
+}
+
 } // namespace
 
 // Steps between neighbours of rowLanes rows, position by position; the first position has none.
@@ -30,20 +38,16 @@ template <typename T>
 void WlsRowPass<T>::GatherEdges(int32_t first, int32_t count, float* edge) const
 {
     const int32_t cols = guide_.image.cols;
-    float tile[rowLanes][tileCols] = {};
-    const float* rows[rowLanes];
-    for (int32_t lane = 0; lane < rowLanes; ++lane) {
-        rows[lane] = tile[lane];
-    }
     std::fill(edge, edge + rowLanes, 0.0f);
     for (int32_t col = 1; col < cols; col += tileCols) {
         const int32_t length = std::min(tileCols, cols - col);
+        float* out = edge + static_cast<int64_t>(col) * rowLanes;
         for (int32_t lane = 0; lane < count; ++lane) {
             WlsGuideValue<T> values[tileCols + 1];
             WlsEdges<T>::Load(guide_, first + lane, col - 1, length + 1, values);
-            edges_.Between(values + 1, values, length, tile[lane]);
+            edges_.Between(values + 1, values, length, rowLanes, out + lane);
         }
-        kernels::GatherRows(rows, length, edge + static_cast<int64_t>(col) * rowLanes);
+        ZeroLanes(count, length, out);
     }
 }
 
