@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace lumo {
 namespace {
@@ -24,7 +25,7 @@ void FillCurve(PQSegment& segment)
         const double luminance = (x[i] - segment.xMin) * segment.lumiSlope + segment.lumiStart;
         y[i] = (PQ(luminance) + segment.pqStartNeg) * segment.outScale + segment.yMin;
     });
-    segment.curve.Initialize(x, y);
+    segment.curve.Initialize(std::move(x), std::move(y));
 }
 
 PQSegment* NewSegment(const BandEnd& low, const BandEnd& high)

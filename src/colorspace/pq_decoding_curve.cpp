@@ -3,6 +3,8 @@
 #include "colorspace/pq.h"
 #include "core/parallel.h"
 
+#include <utility>
+
 namespace lumo {
 
 PQDecoding::PQDecoding(double codeMax, double codeMin, double pqMax, double pqMin, double linearMax,
@@ -27,7 +29,7 @@ void PQDecoding::Sample(uint64_t sampleCount, LinearInterpolationFast& curve) co
         const double signal = (x[i] - codeAtFloor) * signalPerCode + pqFloor;
         y[i] = (EOTF(signal) + lumiStartNeg) * valueScale + valueMin;
     });
-    curve.Initialize(x, y);
+    curve.Initialize(std::move(x), std::move(y));
 }
 
 } // namespace lumo

@@ -7,16 +7,6 @@
 
 namespace lumo {
 
-const PowerCurveTable& UsualOutputCurve()
-{
-    static const PowerCurveTable curve = [] {
-        PowerCurveTable built;
-        built.Build();
-        return built;
-    }();
-    return curve;
-}
-
 const HtrColorCompression& UsualColorCompression()
 {
     static const HtrColorCompression compression;
@@ -25,7 +15,7 @@ const HtrColorCompression& UsualColorCompression()
 
 void PrepareProcessTables()
 {
-    UsualOutputCurve();
+    UsualPowerCurve(PowerCurve::encoding);
     UsualColorCompression();
     DecodingMap();
     DpgTables::Usual();

@@ -37,7 +37,7 @@ int64_t PixelCount(const Matrix& image)
 
 } // namespace
 
-QvaController::QvaController() : outputCurve(UsualOutputCurve())
+QvaController::QvaController() : outputCurve(UsualPowerCurve(PowerCurve::encoding))
 {
     PrepareProcessTables();
     SilenceLibraryOutput();

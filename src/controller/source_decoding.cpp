@@ -8,6 +8,7 @@
 #include "core/saturate.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace lumo {
 namespace {
@@ -49,7 +50,7 @@ LinearInterpolationFast SamplePq(double luminanceMin, double luminanceMax)
         y[i] = (EOTF((x[i] - codeAtFloor) * slope + pqFloor) - linear0) * gain + 0.0;
     });
     LinearInterpolationFast curve;
-    curve.Initialize(x, y);
+    curve.Initialize(std::move(x), std::move(y));
     return curve;
 }
 

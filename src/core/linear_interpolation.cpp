@@ -5,6 +5,7 @@
 #include "core/pixel_block.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace lumo {
 namespace kernels {
@@ -29,6 +30,14 @@ LUMO_CLONES void MixBlock(const BlockPositions* at, double* values)
 
 void LinearInterpolation::Initialize(const Vector<double>& x, const Vector<double>& y)
 {
+    Vector<double> ownX, ownY;
+    x.CopyTo(ownX);
+    y.CopyTo(ownY);
+    Initialize(std::move(ownX), std::move(ownY));
+}
+
+void LinearInterpolation::Initialize(Vector<double>&& x, Vector<double>&& y)
+{
     if (x.size != y.size) {
         throw Exception(
             exceptionArgument,
@@ -39,9 +48,9 @@ void LinearInterpolation::Initialize(const Vector<double>& x, const Vector<doubl
             exceptionArgument,
             "Error in LinearInterpolation::Initialize, size of lutx must be greater than 1");
     }
-    x.CopyTo(lutx);
-    y.CopyTo(luty);
-    count = x.size;
+    lutx = x;
+    luty = y;
+    count = lutx.size;
     xLast = lutx[count - 1];
     xFirst = lutx[0];
 }

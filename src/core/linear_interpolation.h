@@ -17,6 +17,8 @@ public:
     /// @throws Exception code 3 if the sizes differ, then for fewer than two samples; the curve is
     ///         then unchanged.
     void Initialize(const Vector<double>& x, const Vector<double>& y);
+    /// The same with arrays that the caller gives away.
+    void Initialize(Vector<double>&& x, Vector<double>&& y);
 
     virtual double operator()(double x) const;
     /// Finds the interval by binary search.

@@ -4,16 +4,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace lumo {
 namespace {
 
-Vector<uint16_t> MakeDecodingMap()
+PowerCurveTable Usual(double exponent)
 {
     PowerCurveTable curve;
-    curve.exponent = decodingExponent;
+    curve.exponent = exponent;
     curve.Build();
-    return MakePowerCurveMap(curve);
+    return curve;
 }
 
 } // namespace
@@ -27,7 +28,14 @@ void PowerCurveTable::Build()
         const double t = (x[i] - inputMin) / (inputMax - inputMin);
         y[i] = std::pow(t, exponent) * outputScale + outputOffset;
     });
-    table.Initialize(x, y);
+    table.Initialize(std::move(x), std::move(y));
+}
+
+const PowerCurveTable& UsualPowerCurve(PowerCurve direction)
+{
+    static const PowerCurveTable decoding = Usual(decodingExponent);
+    static const PowerCurveTable encoding = Usual(encodingExponent);
+    return direction == PowerCurve::decoding ? decoding : encoding;
 }
 
 Vector<uint16_t> MakePowerCurveMap(const PowerCurveTable& curve)
@@ -78,7 +86,7 @@ void ApplyCodeMap(const Matrix& src, Matrix& dst, const uint16_t* map)
 
 const Vector<uint16_t>& DecodingMap()
 {
-    static const Vector<uint16_t> map = MakeDecodingMap();
+    static const Vector<uint16_t> map = MakePowerCurveMap(UsualPowerCurve(PowerCurve::decoding));
     return map;
 }
 

@@ -29,12 +29,15 @@ public:
     void Build();
 };
 
+/// The two directions of the 2.2 curve.
+enum class PowerCurve { decoding, encoding };
+
+/// The curve over codes 0 ... 65535 to the same codes, built once per process.
+const PowerCurveTable& UsualPowerCurve(PowerCurve direction);
+
 /// The map of a curve: entry i = the low 16 bits of the truncated curve at i for the codes
 /// trunc(inputMin) ... trunc(inputMax), 0 elsewhere.
 Vector<uint16_t> MakePowerCurveMap(const PowerCurveTable& curve);
-
-/// The two directions of the 2.2 curve.
-enum class PowerCurve { decoding, encoding };
 
 /// Replaces every element of a D16U image by its value on the curve, through a 16-bit map.
 /// @tparam direction  exponent 2.2 (decoding) or 1/2.2 (encoding).

@@ -85,7 +85,7 @@ void Dpg::Run(const Matrix& src, Matrix& dst) const
 void Dpg::Convert2WorkColorSpace(const Matrix& src, Matrix& dst, double chromaOffset) const
 {
     Matrix linear;
-    ApplyCurve(src, linear, DpgCurve(input, work, decodingExponent));
+    ApplyCurve(src, linear, DpgCurve(input, work, PowerCurve::decoding));
     if (params.workColorSpace != ICtCp) {
         throw Exception(exceptionArgument, "Error in Dpg::Convert2WorkColorSpace, work color space "
                                            "must be ICtCp");
@@ -106,7 +106,7 @@ void Dpg::Convert2DstColorSpace(const Matrix& src, Matrix& dst, double chromaOff
                             ConvertICtCp2xRGB(work.valueMax, work.valueMin, PQ(work.lumiMax),
                                               PQ(work.lumiMin), output.valueMax, output.valueMin,
                                               -chromaOffset, output.colorSpace));
-    ApplyCurve(dst, dst, DpgCurve(input, work, encodingExponent));
+    ApplyCurve(dst, dst, DpgCurve(input, work, PowerCurve::encoding));
 }
 
 } // namespace lumo

@@ -66,22 +66,29 @@ LUMO_CLONES void CombineCodes(const uint16_t* i, const uint16_t* b1, const uint1
 
 } // namespace kernels
 
-PowerCurveTable DpgCurve(const LuminanceRange& input, const LuminanceRange& work, double exponent)
+PowerCurveTable DpgCurve(const LuminanceRange& input, const LuminanceRange& work,
+                         PowerCurve direction)
 {
+    const PowerCurveTable& usual = UsualPowerCurve(direction);
     PowerCurveTable curve;
     curve.inputMax = input.valueMax;
     curve.inputMin = input.valueMin;
     curve.outputScale = work.valueMax;
     curve.outputOffset = work.valueMin;
-    curve.exponent = exponent;
+    curve.exponent = usual.exponent;
+    if (curve.inputMax == usual.inputMax && curve.inputMin == usual.inputMin &&
+        curve.outputScale == usual.outputScale && curve.outputOffset == usual.outputOffset)
+    {
+        return usual;
+    }
     curve.Build();
     return curve;
 }
 
 DpgTables::DpgTables(const LuminanceRange& input, const LuminanceRange& output,
                      const LuminanceRange& work, double chromaOffset)
-    : decoding(DpgCurve(input, work, decodingExponent)),
-      encoding(DpgCurve(input, work, encodingExponent)),
+    : decoding(DpgCurve(input, work, PowerCurve::decoding)),
+      encoding(DpgCurve(input, work, PowerCurve::encoding)),
       toWork(input.valueMax, input.valueMin, input.lumiMax, input.lumiMin, work.valueMax,
              work.valueMin, chromaOffset, input.colorSpace),
       predicted(1.0, 0.0, work.lumiMax, work.lumiMin, work.valueMax, work.valueMin, chromaOffset,

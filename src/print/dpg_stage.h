@@ -10,8 +10,9 @@
 
 namespace lumo {
 
-/// The curve between encoded and linear codes, sampled: exponent 2.2 decodes, 1/2.2 encodes.
-PowerCurveTable DpgCurve(const LuminanceRange& input, const LuminanceRange& work, double exponent);
+/// The curve between encoded and linear codes, sampled.
+PowerCurveTable DpgCurve(const LuminanceRange& input, const LuminanceRange& work,
+                         PowerCurve direction);
 
 /// What a Dpg computes from its ranges: curves and colour conversions. Read-only.
 struct DpgTables {
