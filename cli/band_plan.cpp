@@ -17,7 +17,9 @@ namespace {
 // costs at the peak (two buffers of 6 here, the planes of the library).
 constexpr std::uint64_t fixedBytes = 130000000;
 constexpr std::uint64_t bytesPerCopyPixel = 100;
-constexpr std::uint64_t bytesPerPixel = 29;
+constexpr std::uint64_t bytesPerPixel = 22;
+// A page at once is rendered in its own buffer.
+constexpr std::uint64_t bytesPerPixelAtOnce = 16;
 // Columns are turned in another buffer.
 constexpr std::uint64_t bytesPerPixelOfColumns = bytesPerPixel + 6;
 
@@ -137,6 +139,11 @@ BandPlan MakeBandPlan(ImageSize page, const BandSettings& settings, const std::s
     plan.stripLines =
         plan.bandLines == plan.Lines() ? usual : StripLinesWithin(plan.bandLines, usual);
     return plan;
+}
+
+std::uint64_t PrintMemory(ImageSize page)
+{
+    return fixedBytes + static_cast<std::uint64_t>(page.width * page.height) * bytesPerPixelAtOnce;
 }
 
 std::uint64_t BandMemory(const BandPlan& plan)

@@ -67,8 +67,9 @@ std::int64_t MarginFor(ImageSize page);
 /// @param name  of the picture, for messages.
 BandPlan MakeBandPlan(ImageSize page, const BandSettings& settings, const std::string& name);
 
-/// Bytes that the whole program needs at its peak.
+/// Bytes that the whole program needs at its peak, in bands and for a page at once.
 std::uint64_t BandMemory(const BandPlan& plan);
+std::uint64_t PrintMemory(ImageSize page);
 
 /// Lines of a strip of about a quarter of a megabyte.
 std::int64_t StripLines(std::int64_t lineLength, std::int64_t lines);

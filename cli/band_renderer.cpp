@@ -1,8 +1,10 @@
 #include "band_renderer.h"
 
+#include "band_plan.h"
 #include "errors.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 #include <vector>
 
 namespace qva {
@@ -46,8 +48,10 @@ void BandRenderer::EnsureRegions(std::uint16_t* codes, ImageSize reduced) const
     std::copy_n(codes, known, line.begin());
     const std::uint32_t status = TryCorrect(line.data(), Direction::Rows, {0, 1});
     if (status == QVA_ERROR_INVALID_ARGUMENT) {
-        throw Failure(name_, "the page is one even region, which cannot be rendered in bands, only "
-                             "at once: 'qva print' with a --max-memory of 30 bytes a pixel");
+        throw Failure(name_,
+                      fmt::format("the page is one even region, which cannot be rendered in bands, "
+                                  "only at once: 'qva print' with a --max-memory of {}M",
+                                  PrintMemory(page_) / 1000000 + 1));
     }
     if (status != QVA_OK) {
         RefuseStatus(status, range_, name_);

@@ -331,14 +331,6 @@ void EnsureFolder(const std::string& output)
 
 } // namespace
 
-std::uint64_t PrintMemory(ImageSize size)
-{
-    // What the library and this program need for a pixel of a whole print, and for the rest.
-    constexpr std::uint64_t bytesPerPixel = 26;
-    constexpr std::uint64_t fixedBytes = 130000000;
-    return fixedBytes + static_cast<std::uint64_t>(size.width * size.height) * bytesPerPixel;
-}
-
 void RunPageOf(const PageOptions& options, const PrinterProfile& profile, const Examination& found,
                ImageSource& source)
 {

@@ -1,4 +1,5 @@
 // qva print and qva preview
+#include "band_plan.h"
 #include "errors.h"
 #include "memory_limit.h"
 #include "page_command.h"

@@ -53,7 +53,7 @@ std::vector<double> Scaled(const std::vector<float>& rgb, double scale, double p
 }
 
 constexpr qva::ImageSize tall = {40, 480};
-constexpr qva::ImageSize large = {400, 3000};
+constexpr qva::ImageSize large = {400, 6000};
 
 /// Linear codes of a page whose bands have borders: waves of light from code 20 to 60000 with hard
 /// edges across them.

@@ -62,7 +62,7 @@ grep -q '"stage":"bands","done":5,"all":5' stderr.txt || fail "no progress for p
     fail "a large print fails: $(cat stderr.txt)"
 grep -q "printed in bands" stderr.txt || fail "a print in bands is not told"
 expect 0 "" info banded.tif
-expect_output "400 x 3000 pixels"
+expect_output "400 x 6000 pixels"
 
 # Killed at any time, the page goes on to the same bytes; under its name there is nothing before.
 stop_and_go_on() {
