@@ -30,13 +30,10 @@ def build(directory, targets, options=()):
             sys.exit(done.stdout)
 
 
-def touch_memory(share=0.8):
-    """Writes to most of the memory that is free, once. A virtual machine gets a page from its host
-    when it is first written to, which takes longer than all that is measured here."""
-    with open("/proc/meminfo", encoding="ascii") as file:
-        free = int(re.search(r"MemAvailable: +(\d+) kB", file.read()).group(1)) * 1024
-    size = int(free * share) // mmap.PAGESIZE * mmap.PAGESIZE
-    say(f"touching {size / 1e9:.0f} GB of memory once")
+def touch_memory(size=3 << 29):
+    """Writes to so many bytes and gives them back, before a run that needs as many. A virtual machine
+    gets a page from its host when it is first written to, which takes longer than all that is
+    measured here, and may lose it again when it does not need it."""
     with mmap.mmap(-1, size, flags=mmap.MAP_PRIVATE | mmap.MAP_ANONYMOUS) as memory:
         memory.madvise(mmap.MADV_HUGEPAGE)
         for start in range(0, size, 1 << 21):
