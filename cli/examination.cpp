@@ -2,10 +2,10 @@
 
 namespace qva {
 
-Examination Examine(const std::string& path, const SourceOptions& options, std::uint64_t maxPixels,
+Examination Examine(const std::string& path, const SourceOptions& options, const SizeLimits& limits,
                     Progress& progress, std::unique_ptr<ImageSource>& source)
 {
-    source = OpenImage(path, maxPixels);
+    source = OpenImage(path, limits);
     Examination found;
     found.description = source->Describe();
     found.meaning = Interpret(found.description, options);

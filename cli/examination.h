@@ -19,7 +19,7 @@ struct Examination {
 
 /// Reads a picture once from start to end.
 /// @param source  set to the opened source, which stands behind its last row.
-Examination Examine(const std::string& path, const SourceOptions& options, std::uint64_t maxPixels,
+Examination Examine(const std::string& path, const SourceOptions& options, const SizeLimits& limits,
                     Progress& progress, std::unique_ptr<ImageSource>& source);
 
 } // namespace qva

@@ -22,7 +22,7 @@ namespace {
 /// The picture is the display window; what lies outside the data window is black.
 class ExrSource : public ImageSource {
 public:
-    void Open(const std::string& path, std::uint64_t maxPixels) override;
+    void Open(const std::string& path, const SizeLimits& limits) override;
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
     void ReadRows(std::int64_t count, float* rgb) override;
@@ -56,7 +56,7 @@ std::int64_t WidthOf(const Imath::Box2i& window)
     return SizeOf(window).width;
 }
 
-void ExrSource::Open(const std::string& path, std::uint64_t maxPixels)
+void ExrSource::Open(const std::string& path, const SizeLimits& limits)
 {
     description_ = {};
     description_.path = path;
@@ -77,8 +77,8 @@ void ExrSource::Open(const std::string& path, std::uint64_t maxPixels)
     display_ = file_->header().displayWindow();
     data_ = file_->header().dataWindow();
     description_.size = SizeOf(display_);
-    CheckSize(path, description_.size, maxPixels);
-    CheckSize(path, SizeOf(data_), maxPixels);
+    CheckSize(path, description_.size, limits);
+    CheckSize(path, SizeOf(data_), limits);
     CheckPromise(path, SizeOf(data_));
     CheckChannels();
     CheckTiles();

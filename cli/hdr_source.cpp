@@ -16,7 +16,7 @@ using Rgbe = std::array<unsigned char, 4>;
 
 class HdrSource : public ImageSource {
 public:
-    void Open(const std::string& path, std::uint64_t maxPixels) override;
+    void Open(const std::string& path, const SizeLimits& limits) override;
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
     void ReadRows(std::int64_t count, float* rgb) override;
@@ -36,14 +36,14 @@ private:
     std::vector<Rgbe> scanline_;
 };
 
-void HdrSource::Open(const std::string& path, std::uint64_t maxPixels)
+void HdrSource::Open(const std::string& path, const SizeLimits& limits)
 {
     file_.reset(std::fopen(path.c_str(), "rb"));
     if (!file_) {
         throw Failure(path, SystemReason(errno));
     }
     const HdrHeader header = ReadHdrHeader(file_.get(), path);
-    CheckSize(path, header.size, maxPixels);
+    CheckSize(path, header.size, limits);
     CheckPromise(path, header.size);
     description_ = {};
     description_.path = path;

@@ -63,33 +63,35 @@ void ImageSource::SkipRows(std::int64_t count)
     }
 }
 
-std::unique_ptr<ImageSource> OpenImage(const std::string& path, std::uint64_t maxPixels)
+std::unique_ptr<ImageSource> OpenImage(const std::string& path, const SizeLimits& limits)
 {
     const std::string first = FirstBytes(path);
     for (const Signature& signature : signatures) {
         if (first.starts_with(signature.bytes)) {
             std::unique_ptr<ImageSource> source = signature.make();
-            source->Open(path, maxPixels);
+            source->Open(path, limits);
             return source;
         }
     }
     throw Failure(path, "is not an OpenEXR, Radiance HDR, PNG or TIFF picture");
 }
 
-void CheckSize(const std::string& path, ImageSize size, std::uint64_t maxPixels)
+void CheckSize(const std::string& path, ImageSize size, const SizeLimits& limits)
 {
     if (size.width < 1 || size.height < 1) {
         throw Failure(path, "the picture has no pixels");
     }
-    if (size.width > longestSide || size.height > longestSide) {
-        throw Failure(path, fmt::format("{} x {} pixels: a side is longer than {}", size.width,
-                                        size.height, longestSide));
+    if (size.width > limits.side || size.height > limits.side) {
+        throw Failure(path, fmt::format("{} x {} pixels: a side is longer than the {} that "
+                                        "--max-side allows",
+                                        size.width, size.height, limits.side));
     }
     if (static_cast<std::uint64_t>(size.width) * static_cast<std::uint64_t>(size.height) >
-        maxPixels) {
+        limits.pixels)
+    {
         throw Failure(path, fmt::format("{} x {} pixels are more than the {} that --max-pixels "
                                         "allows",
-                                        size.width, size.height, maxPixels));
+                                        size.width, size.height, limits.pixels));
     }
 }
 

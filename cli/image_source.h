@@ -17,8 +17,8 @@ public:
     virtual ~ImageSource() = default;
 
     /// Opens the file and reads what stands before the pixels. Opening again starts over.
-    /// @param maxPixels  a picture with more pixels is refused before memory is taken for it.
-    virtual void Open(const std::string& path, std::uint64_t maxPixels) = 0;
+    /// @param limits  a larger picture is refused before memory is taken for it.
+    virtual void Open(const std::string& path, const SizeLimits& limits) = 0;
 
     /// The stored size; valid between Open and Close, as Describe.
     virtual ImageSize Size() const = 0;
@@ -46,16 +46,13 @@ std::unique_ptr<ImageSource> MakeTiffSource();
 
 /// Opens a picture by the first bytes of its content; its name does not matter.
 /// @throws Failure where the file cannot be read, is of another format or is damaged.
-std::unique_ptr<ImageSource> OpenImage(const std::string& path, std::uint64_t maxPixels);
+std::unique_ptr<ImageSource> OpenImage(const std::string& path, const SizeLimits& limits);
 
 /// Sets how many threads a reader that can share its work may use; 0 reads on the caller's.
 void SetReaderThreads(int threads);
 
-/// The longest side that is read: a row of it takes 50 MB as floats.
-constexpr std::int64_t longestSide = 1 << 22;
-
-/// @throws Failure for a side outside 1 ... longestSide, or more than maxPixels pixels.
-void CheckSize(const std::string& path, ImageSize size, std::uint64_t maxPixels);
+/// @throws Failure for a side outside 1 ... limits.side, or more than limits.pixels pixels.
+void CheckSize(const std::string& path, ImageSize size, const SizeLimits& limits);
 
 /// Rows that make a block of a sensible size to read and convert at once, at least 1.
 std::int64_t RowsPerBlock(ImageSize size);

@@ -13,7 +13,7 @@ void RunInfo(const InfoOptions& options)
     Progress progress(ProgressStyle::Terminal);
     std::unique_ptr<ImageSource> source;
     const Examination found =
-        Examine(options.photo, options.source, options.maxPixels, progress, source);
+        Examine(options.photo, options.source, options.limits, progress, source);
     progress.Clear();
     fmt::print("{}", options.json ? ReportJson(found, options.threshold)
                                   : ReportText(found, options.threshold));

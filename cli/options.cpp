@@ -64,8 +64,7 @@ CLI::Option* AddNumber(CLI::App& app, const std::string& name, const std::string
         ->take_last();
 }
 
-void AddSourceOptions(CLI::App& app, std::string& photo, SourceOptions& source,
-                      std::uint64_t& maxPixels)
+void AddSourceOptions(CLI::App& app, std::string& photo, SourceOptions& source, SizeLimits& limits)
 {
     app.add_option("PHOTO", photo, "The picture: OpenEXR, Radiance HDR, PNG or TIFF")
         ->required()
@@ -98,9 +97,12 @@ void AddSourceOptions(CLI::App& app, std::string& photo, SourceOptions& source,
     for (CLI::Option* option : {white, lowest, highest, top}) {
         option->group(group);
     }
-    AddNumber(app, "--max-pixels",
-              "Refuse larger pictures (1e9); no side may be longer than 4194304", 1.0, 1e15,
-              [&maxPixels](const double& value) { maxPixels = static_cast<std::uint64_t>(value); });
+    AddNumber(
+        app, "--max-pixels", "Refuse pictures of more pixels (1e9)", 1.0, 1e15,
+        [&limits](const double& value) { limits.pixels = static_cast<std::uint64_t>(value); });
+    AddNumber(app, "--max-side", "Refuse pictures with a longer side (4194304, the most)", 1.0,
+              static_cast<double>(longestSide),
+              [&limits](const double& value) { limits.side = static_cast<std::int64_t>(value); });
 }
 
 bool EndsInPng(const std::string& name)
@@ -215,7 +217,7 @@ void EnsureCommand(int count, const char* const* arguments)
 CLI::App* AddPrintCommand(CLI::App& app, const char* name, const char* help, PrintOptions& options)
 {
     CLI::App* command = app.add_subcommand(name, help);
-    AddSourceOptions(*command, options.photo, options.source, options.maxPixels);
+    AddSourceOptions(*command, options.photo, options.source, options.limits);
     AddRenderOptions(*command, options);
     AddOutputOptions(*command, options);
     return command;
@@ -259,7 +261,7 @@ CommandLine ParseCommandLine(int count, const char* const* arguments)
     AddPageOptions(*page, line.page);
     const CLI::App* join = AddJoinCommand(app, line.join);
     CLI::App* info = app.add_subcommand("info", "Show what a photograph holds and what is chosen");
-    AddSourceOptions(*info, line.info.photo, line.info.source, line.info.maxPixels);
+    AddSourceOptions(*info, line.info.photo, line.info.source, line.info.limits);
     AddNumber(*info, "--threshold", "cd/m2, as for print (1.3)", 0.0, 100.0,
               [&line](const double& value) { line.info.threshold = value; });
     info->add_flag("--json", line.info.json, "Write JSON");

@@ -16,9 +16,6 @@
 
 namespace qva {
 
-/// Pixels a picture may have where the user does not say: 6 GB in the library's form.
-constexpr std::uint64_t defaultMaxPixels = 1000000000;
-
 /// Bytes a page may take where the user does not say.
 constexpr std::uint64_t defaultMaxMemory = 1000000000;
 
@@ -31,7 +28,7 @@ struct PrintOptions {
     SourceOptions source;
     RenderSettings render;
     WriteSettings write;
-    std::uint64_t maxPixels = defaultMaxPixels;
+    SizeLimits limits;
     std::optional<std::uint64_t> maxMemory; ///< bytes; what the machine has where not given
     bool quiet = false;
     bool verbose = false;
@@ -64,7 +61,7 @@ struct InfoOptions {
     std::string photo;
     SourceOptions source;
     double threshold = defaultThreshold;
-    std::uint64_t maxPixels = defaultMaxPixels;
+    SizeLimits limits;
     bool json = false;
 };
 

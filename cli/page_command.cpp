@@ -98,7 +98,7 @@ public:
           progress_(options.progress),
           decoder_(found.meaning, options.print.photo),
           lines_(source, decoder_, PageRange(found.range, options.print.render.paperWhite),
-                 plan_.direction, options.print.maxPixels, FolderOf(options.print.output))
+                 plan_.direction, options.print.limits, FolderOf(options.print.output))
     {
     }
 
@@ -220,7 +220,7 @@ void PageRun::WriteSheet()
 {
     OutputFile sheet(options_.print.sideBySide);
     const std::unique_ptr<ImageSource> source =
-        OpenImage(options_.print.output, options_.print.maxPixels);
+        OpenImage(options_.print.output, options_.print.limits);
     PageReducer reducer(plan_.page.height, plan_.page.width, reduced_.size);
     std::vector<float> samples(static_cast<std::size_t>(plan_.page.width * 3));
     std::vector<std::uint16_t> codes(samples.size());
@@ -346,7 +346,7 @@ Examination ExaminePage(const PageOptions& options, const BandPlan& plan, Progre
 {
     const LineOrder order = OrderOf(source->Describe().orientation, plan.direction);
     try {
-        return Examine(options.print.photo, options.print.source, options.print.maxPixels, progress,
+        return Examine(options.print.photo, options.print.source, options.print.limits, progress,
                        source);
     } catch (const Failure& failure) {
         if (failure.Row() < 0 || order.across) {
@@ -369,7 +369,7 @@ void RunPage(const PageOptions& options)
     if (!options.dryRun) {
         EnsureFolder(options.print.output);
     }
-    std::unique_ptr<ImageSource> source = OpenImage(options.print.photo, options.print.maxPixels);
+    std::unique_ptr<ImageSource> source = OpenImage(options.print.photo, options.print.limits);
     const BandPlan plan = PlanFor(options, source->Describe());
     if (options.dryRun) {
         Print({{"plan", PlanJson(plan, options.share.value_or(Share{}),

@@ -52,14 +52,14 @@ std::string ScratchReasonOf(const SourceDescription& description, Direction dire
 }
 
 PageLines::PageLines(ImageSource& source, const SceneDecoder& decoder, const RenderRange& range,
-                     Direction direction, std::uint64_t maxPixels, const std::string& folder)
+                     Direction direction, const SizeLimits& limits, const std::string& folder)
     : source_(source),
       path_(source.Describe().path),
       decoder_(decoder),
       range_(range),
       order_(OrderOf(source.Describe().orientation, direction)),
       scratchReason_(ScratchReasonOf(source.Describe(), direction)),
-      maxPixels_(maxPixels),
+      limits_(limits),
       folder_(folder),
       stored_(source.Size())
 {
@@ -75,7 +75,7 @@ void PageLines::Seek(std::int64_t line, Progress& progress)
         return;
     }
     if (sourceNext_ < 0 || sourceNext_ > line) {
-        source_.Open(path_, maxPixels_);
+        source_.Open(path_, limits_);
         sourceNext_ = 0;
     }
     source_.SkipRows(line - sourceNext_);
@@ -120,7 +120,7 @@ void PageLines::Spool(Progress& progress)
     scratch_.emplace(lines, order_.across ? stored_.height : stored_.width, folder_);
     const std::int64_t rows = std::max<std::int64_t>(RowsAtOnce(stored_), 64);
     std::vector<std::uint16_t> codes(static_cast<std::size_t>(rows * stored_.width * 3));
-    source_.Open(path_, maxPixels_);
+    source_.Open(path_, limits_);
     sourceNext_ = 0;
     for (std::int64_t first = 0; first < stored_.height; first += rows) {
         const std::int64_t count = std::min(rows, stored_.height - first);

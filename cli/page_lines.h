@@ -35,7 +35,7 @@ public:
     /// @param source   opened; only its description is used yet.
     /// @param folder   where a scratch file can lie.
     PageLines(ImageSource& source, const SceneDecoder& decoder, const RenderRange& range,
-              Direction direction, std::uint64_t maxPixels, const std::string& folder);
+              Direction direction, const SizeLimits& limits, const std::string& folder);
 
     std::string ScratchReason() const { return scratchReason_; }
 
@@ -59,7 +59,7 @@ private:
     RenderRange range_;
     LineOrder order_;
     std::string scratchReason_;
-    std::uint64_t maxPixels_;
+    SizeLimits limits_;
     std::string folder_;
     ImageSize stored_;
     std::int64_t next_ = 0;

@@ -21,7 +21,7 @@ namespace {
 class PngSource : public ImageSource {
 public:
     ~PngSource() override { PngSource::Close(); }
-    void Open(const std::string& path, std::uint64_t maxPixels) override;
+    void Open(const std::string& path, const SizeLimits& limits) override;
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
     void ReadRows(std::int64_t count, float* rgb) override;
@@ -76,7 +76,7 @@ void PngSource::Guard(const Body& body)
     body();
 }
 
-void PngSource::Open(const std::string& path, std::uint64_t maxPixels)
+void PngSource::Open(const std::string& path, const SizeLimits& limits)
 {
     Close();
     profileRefused_ = false;
@@ -92,7 +92,7 @@ void PngSource::Open(const std::string& path, std::uint64_t maxPixels)
         throw std::bad_alloc();
     }
     ReadHeader();
-    CheckSize(path, description_.size, maxPixels);
+    CheckSize(path, description_.size, limits);
     // Deflate makes 258 bytes of two bits.
     CheckPromise(path, description_.size, PackedBytes(), 1032);
     ReadColour();

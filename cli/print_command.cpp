@@ -19,7 +19,7 @@ namespace {
 Page Load(ImageSource& source, const Examination& found, const PrintOptions& options,
           Progress& progress)
 {
-    source.Open(options.photo, options.maxPixels);
+    source.Open(options.photo, options.limits);
     const SceneDecoder decoder(found.meaning, options.photo);
     Page page = LoadPage(source, decoder, found.range, progress);
     source.Close();
@@ -58,7 +58,7 @@ void RunPrint(const PrintOptions& options)
     Progress progress(options.quiet ? ProgressStyle::None : ProgressStyle::Terminal);
     std::unique_ptr<ImageSource> source;
     const Examination found =
-        Examine(options.photo, options.source, options.maxPixels, progress, source);
+        Examine(options.photo, options.source, options.limits, progress, source);
     if (!FitsMemory(options, source->Size())) {
         progress.Clear();
         TellRemarks(options, {"does not fit memory at once: printed in bands, as by qva page"});

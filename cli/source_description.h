@@ -10,10 +10,19 @@
 
 namespace qva {
 
-/// Columns and rows. Sides lie in 1 ... 2^22 once a size has been checked.
+/// The longest side that is read: a row of it takes 50 MB as floats.
+constexpr std::int64_t longestSide = 1 << 22;
+
+/// Columns and rows. Sides lie in 1 ... longestSide once a size has been checked.
 struct ImageSize {
     std::int64_t width = 0;
     std::int64_t height = 0;
+};
+
+/// Larger pictures are refused before memory is taken for them.
+struct SizeLimits {
+    std::uint64_t pixels = 1000000000;
+    std::int64_t side = longestSide; ///< at most longestSide
 };
 
 /// Code points of ITU-T H.273, as a PNG cICP chunk or an ICC cicp tag holds them.

@@ -22,7 +22,7 @@ struct TiffCloser {
 /// very large.
 class TiffSource : public ImageSource {
 public:
-    void Open(const std::string& path, std::uint64_t maxPixels) override;
+    void Open(const std::string& path, const SizeLimits& limits) override;
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
     void ReadRows(std::int64_t count, float* rgb) override;
@@ -38,7 +38,7 @@ private:
     void OpenFile(const std::string& path);
     void DescribeSamples();
     void DescribeColour();
-    void PlanBands(std::uint64_t maxPixels);
+    void PlanBands(const SizeLimits& limits);
     std::uint64_t LargestStrip() const;
     std::uint64_t Expansion() const;
     void ReadBand(std::int64_t first);
@@ -118,7 +118,7 @@ void TiffSource::OpenFile(const std::string& path)
     }
 }
 
-void TiffSource::Open(const std::string& path, std::uint64_t maxPixels)
+void TiffSource::Open(const std::string& path, const SizeLimits& limits)
 {
     description_ = {};
     description_.path = path;
@@ -126,12 +126,12 @@ void TiffSource::Open(const std::string& path, std::uint64_t maxPixels)
     OpenFile(path);
     description_.size = {Field<std::uint32_t>(TIFFTAG_IMAGEWIDTH),
                          Field<std::uint32_t>(TIFFTAG_IMAGELENGTH)};
-    CheckSize(path, description_.size, maxPixels);
+    CheckSize(path, description_.size, limits);
     const int orientation = Field<std::uint16_t>(TIFFTAG_ORIENTATION);
     description_.orientation = orientation >= 1 && orientation <= 8 ? orientation : 1;
     DescribeSamples();
     DescribeColour();
-    PlanBands(maxPixels);
+    PlanBands(limits);
 }
 
 void TiffSource::DescribeSamples()
@@ -174,7 +174,7 @@ void TiffSource::DescribeColour()
     }
 }
 
-void TiffSource::PlanBands(std::uint64_t maxPixels)
+void TiffSource::PlanBands(const SizeLimits& limits)
 {
     const bool isPlanar = Field<std::uint16_t>(TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE;
     planes_ = isPlanar && !description_.isGrey ? 3 : 1;
@@ -187,7 +187,7 @@ void TiffSource::PlanBands(std::uint64_t maxPixels)
         const ImageSize tile = {Field<std::uint32_t>(TIFFTAG_TILEWIDTH),
                                 Field<std::uint32_t>(TIFFTAG_TILELENGTH)};
         // A tile may stick out of a small picture, but not by orders of magnitude.
-        CheckSize(description_.path, tile, std::max<std::uint64_t>(maxPixels, 1U << 20));
+        CheckSize(description_.path, tile, {std::max<std::uint64_t>(limits.pixels, 1U << 20)});
         tileWidth_ = tile.width;
         bandRows_ = tile.height;
         tileBytes_ = TIFFTileSize64(file_.get());

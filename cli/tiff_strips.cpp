@@ -340,7 +340,7 @@ StripReader::StripReader(const std::string& path) : path_(path), file_(std::make
     {
         Fail("is not a rendered page in strips");
     }
-    CheckSize(path, {width, height}, std::numeric_limits<std::uint64_t>::max());
+    CheckSize(path, {width, height}, {std::numeric_limits<std::uint64_t>::max()});
     page_.layout = {width, height, std::min(stripLines, height)};
     page_.settings.compression = scheme == COMPRESSION_NONE  ? Compression::None
                                  : scheme == COMPRESSION_LZW ? Compression::Lzw

@@ -39,7 +39,7 @@ private:
 
 void ReadPicture(const std::string& name)
 {
-    const auto source = qva::OpenImage(name, maxPixels);
+    const auto source = qva::OpenImage(name, {maxPixels});
     const qva::Interpretation meaning = qva::Interpret(source->Describe(), {});
     // The table of integer codes takes long to build and does not depend on the pixels.
     std::optional<qva::SceneDecoder> decoder;

@@ -86,7 +86,7 @@ TEST(HdrSource, TellsOrientationAndPrimaries)
                             Header(c.resolution, "PRIMARIES=.708 .292 .17 .797 .131 .046 .3127 "
                                                  ".329\n") +
                                 Bytes({9, 9, 9, 136, 9, 9, 9, 136}));
-        const SourceDescription description = OpenImage(folder / "a.hdr", 100)->Describe();
+        const SourceDescription description = OpenImage(folder / "a.hdr", {100})->Describe();
         EXPECT_EQ(c.orientation, description.orientation) << c.resolution;
         EXPECT_EQ(1, description.size.width);
         EXPECT_EQ("bt2020", NameOfPrimaries(*description.tags.chromaticities));

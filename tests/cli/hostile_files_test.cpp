@@ -111,7 +111,7 @@ std::string Hdr(const std::string& lines)
 /// build and does not depend on the file.
 void Read(const std::string& path, std::uint64_t maxPixels)
 {
-    const auto source = OpenImage(path, maxPixels);
+    const auto source = OpenImage(path, {maxPixels});
     const Interpretation meaning = Interpret(source->Describe(), {});
     std::optional<SceneDecoder> decoder;
     if (!meaning.isInteger || meaning.transfer == Transfer::Profile) {
@@ -258,7 +258,7 @@ TEST(HostileFiles, AreNoPipesAndDevices)
     for (const std::string& path :
          {pipe, folder / "", std::string("/dev/zero"), std::string("/proc/self/mem")})
     {
-        for (const auto& read : {std::function<void()>([&] { OpenImage(path, everyPixel); }),
+        for (const auto& read : {std::function<void()>([&] { OpenImage(path, {everyPixel}); }),
                                  std::function<void()>([&] { ReadPrinterProfile(path); }),
                                  std::function<void()>([&] { StripReader reader(path); })})
         {

@@ -40,7 +40,7 @@ std::vector<float> Expected(const std::vector<double>& samples, int channels)
 
 SourceDescription Describe(const std::string& path)
 {
-    return OpenImage(path, 1000000)->Describe();
+    return OpenImage(path, {1000000})->Describe();
 }
 
 TEST(TiffSource, ReadsEveryLayout)
@@ -217,16 +217,19 @@ TEST(OpenImage, RefusesDamageAndSizeInEveryFormat)
         ASSERT_EQ("", ErrorOf([&] { ReadAll(path); }));
         std::ifstream file(path, std::ios::binary);
         const std::string whole((std::istreambuf_iterator<char>(file)), {});
-        const std::string limited = ErrorOf([&] { OpenImage(path, 19 * 21 - 1); });
+        const std::string limited = ErrorOf([&] { OpenImage(path, {19 * 21 - 1}); });
         EXPECT_NE(std::string::npos, limited.find("--max-pixels")) << limited;
+        const std::string narrow = ErrorOf([&] { OpenImage(path, {19 * 21, 20}); });
+        EXPECT_NE(std::string::npos, narrow.find("--max-side")) << narrow;
+        EXPECT_EQ("", ErrorOf([&] { OpenImage(path, {19 * 21, 21}); }));
         for (const std::size_t keep : {whole.size() * 2 / 3, whole.size() / 2, std::size_t{30}}) {
             samples::WriteBytes(path, whole.substr(0, keep));
             const std::string error = ErrorOf([&] { ReadAll(path, 4); });
             EXPECT_TRUE(error.starts_with(path + ": ")) << keep << error;
         }
     }
-    EXPECT_NE("", ErrorOf([] { CheckSize("a", {std::int64_t{1} << 31, 1}, ~0ULL); }));
-    EXPECT_NE("", ErrorOf([] { CheckSize("a", {0, 5}, ~0ULL); }));
+    EXPECT_NE("", ErrorOf([] { CheckSize("a", {std::int64_t{1} << 31, 1}, {~0ULL}); }));
+    EXPECT_NE("", ErrorOf([] { CheckSize("a", {0, 5}, {~0ULL}); }));
 }
 
 } // namespace

@@ -42,7 +42,7 @@ TEST(PageLines, GiveTheUprightPageForEveryOrientation)
     }
     for (int orientation = 1; orientation <= 8; ++orientation) {
         samples::WriteTiff(path, stored, codes, {.orientation = orientation});
-        const auto source = OpenImage(path, 1000);
+        const auto source = OpenImage(path, {1000});
         const SceneDecoder decoder(Linear(), path);
         const Page upright = LoadPage(*source, decoder, range, progress);
         for (const Direction direction : {Direction::Rows, Direction::Columns}) {
@@ -53,7 +53,7 @@ TEST(PageLines, GiveTheUprightPageForEveryOrientation)
                 isRows ? CodesOf(upright) : CodesOf(Transposed(upright));
             const std::int64_t length = isRows ? upright.size.width : upright.size.height;
             const std::int64_t lines = isRows ? upright.size.height : upright.size.width;
-            const auto again = OpenImage(path, 1000);
+            const auto again = OpenImage(path, {1000});
             PageLines page(*again, decoder, range, direction, 1000, folder / "");
             std::vector<std::uint16_t> found(expected.size());
             page.Seek(0, progress);

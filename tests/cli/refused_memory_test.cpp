@@ -74,16 +74,16 @@ bool IsDone(const Call& call)
 /// @param asColumns  the way of a page in bands, through a scratch file.
 void Copy(const std::string& photo, const std::string& result, bool asColumns)
 {
-    constexpr std::uint64_t maxPixels = 1000000;
+    constexpr SizeLimits limits = {1000000};
     Progress progress(ProgressStyle::None);
     OutputFile output(result);
     std::unique_ptr<ImageSource> source;
-    const Examination found = Examine(photo, {}, maxPixels, progress, source);
+    const Examination found = Examine(photo, {}, limits, progress, source);
     const SceneDecoder decoder(found.meaning, photo);
-    source->Open(photo, maxPixels);
+    source->Open(photo, limits);
     Page page = LoadPage(*source, decoder, found.range, progress);
     if (asColumns) {
-        PageLines lines(*source, decoder, found.range, Direction::Columns, maxPixels,
+        PageLines lines(*source, decoder, found.range, Direction::Columns, limits,
                         FolderOf(result));
         lines.Seek(0, progress);
         lines.Read(size.width, page.codes.get());
