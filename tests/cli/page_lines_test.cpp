@@ -54,7 +54,7 @@ TEST(PageLines, GiveTheUprightPageForEveryOrientation)
             const std::int64_t length = isRows ? upright.size.width : upright.size.height;
             const std::int64_t lines = isRows ? upright.size.height : upright.size.width;
             const auto again = OpenImage(path, {1000});
-            PageLines page(*again, decoder, range, direction, 1000, folder / "");
+            PageLines page(*again, decoder, range, direction, {1000}, folder / "");
             std::vector<std::uint16_t> found(expected.size());
             page.Seek(0, progress);
             page.Read(1, found.data());
