@@ -16,7 +16,7 @@ public:
         : description_(std::move(description)), rgb_(std::move(rgb))
     {
     }
-    void Open(const std::string&, std::uint64_t) override {}
+    void Open(const std::string&, const SizeLimits&) override {}
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
     void ReadRows(std::int64_t count, float* rgb) override
