@@ -31,10 +31,10 @@ Photo Load(const std::string& path)
 {
     Progress progress(ProgressStyle::None);
     std::unique_ptr<ImageSource> source;
-    const Examination found = Examine(path, {}, 1000000000, progress, source);
+    const Examination found = Examine(path, {}, {}, progress, source);
     RenderRange range;
     range.luminanceMax = found.range.luminanceMax;
-    source->Open(path, 1000000000);
+    source->Open(path, {});
     const SceneDecoder decoder(found.meaning, path);
     return {LoadPage(*source, decoder, range, progress), range.luminanceMax};
 }
