@@ -140,7 +140,11 @@ void PageResult::OpenPart(Continuation continuation)
         close(descriptor_);
         throw Failure(path_, "another program is writing it");
     }
-    if (continuation == Continuation::Refuse && HasBands(journal_)) {
+    // A journal without a part is that of a run which ended just before it removed it.
+    struct stat part = {};
+    if (continuation == Continuation::Refuse && fstat(descriptor_, &part) == 0 &&
+        part.st_size > 0 && HasBands(journal_))
+    {
         close(descriptor_);
         throw Failure(path_, fmt::format("an unfinished run left {}: --resume goes on with it, "
                                          "--restart begins anew",

@@ -100,6 +100,23 @@ TEST(PageResult, TakesOverOnlyWhatIsWhole)
     EXPECT_EQ(0, damage(".qva-journal", [](std::string& bytes) { bytes.clear(); }));
 }
 
+// A run that ends between the last two steps leaves it behind.
+TEST(PageResult, PassesOverTheJournalOfAFinishedRun)
+{
+    const samples::Folder folder;
+    const std::string path = folder / "a.tif";
+    Write(path, 2, Continuation::Refuse);
+    const std::string journal = Contents(path + ".qva-journal");
+    Write(path, 3, Continuation::Resume);
+    const std::string whole = Contents(path);
+    for (const Continuation next : {Continuation::Refuse, Continuation::Resume}) {
+        samples::WriteBytes(path + ".qva-journal", journal);
+        EXPECT_EQ(0, Write(path, 3, next));
+        EXPECT_EQ(whole, Contents(path));
+        EXPECT_FALSE(std::filesystem::exists(path + ".qva-journal"));
+    }
+}
+
 TEST(PageResult, LeavesTheWorkOfOthersAlone)
 {
     const samples::Folder folder;
