@@ -136,6 +136,9 @@ void ExrSource::DescribeColour()
         description_.tags.chromaticities = Chromaticities{
             convert(found.red), convert(found.green), convert(found.blue), convert(found.white)};
     }
+    if (Imf::hasXDensity(header) && header.pixelAspectRatio() == 1.0f) {
+        description_.dpi = ResolutionOf(static_cast<double>(Imf::xDensity(header)));
+    }
     if (Imf::hasWhiteLuminance(header) && Imf::whiteLuminance(header) > 0.0f &&
         Imf::whiteLuminance(header) <= 1e6f)
     {

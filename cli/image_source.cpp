@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fmt/format.h>
@@ -74,6 +75,11 @@ std::unique_ptr<ImageSource> OpenImage(const std::string& path, const SizeLimits
         }
     }
     throw Failure(path, "is not an OpenEXR, Radiance HDR, PNG or TIFF picture");
+}
+
+double ResolutionOf(double dpi)
+{
+    return dpi >= 1.0 && dpi <= 100000.0 ? std::round(dpi * 100.0) / 100.0 : 0.0;
 }
 
 void CheckSize(const std::string& path, ImageSize size, const SizeLimits& limits)

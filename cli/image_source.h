@@ -51,6 +51,9 @@ std::unique_ptr<ImageSource> OpenImage(const std::string& path, const SizeLimits
 /// Sets how many threads a reader that can share its work may use; 0 reads on the caller's.
 void SetReaderThreads(int threads);
 
+/// Pixels per inch as a description holds them: to two places, 0 for what cannot be meant.
+double ResolutionOf(double dpi);
+
 /// @throws Failure for a side outside 1 ... limits.side, or more than limits.pixels pixels.
 void CheckSize(const std::string& path, ImageSize size, const SizeLimits& limits);
 

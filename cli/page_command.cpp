@@ -95,6 +95,7 @@ public:
           profile_(profile),
           found_(found),
           plan_(PlanFor(options, found.description)),
+          write_(SettingsFor(options.print, found.description)),
           progress_(options.progress),
           decoder_(found.meaning, options.print.photo),
           lines_(source, decoder_, PageRange(found.range, options.print.render.paperWhite),
@@ -117,6 +118,7 @@ private:
     const PrinterProfile& profile_;
     const Examination& found_;
     BandPlan plan_;
+    WriteSettings write_;
     Progress progress_;
     SceneDecoder decoder_;
     PageLines lines_;
@@ -203,14 +205,14 @@ void PageRun::Finish(PageResult& result)
     } else {
         result.Finish();
     }
-    if (options_.share || StripsAreResult(plan_, options_.print.write)) {
+    if (options_.share || StripsAreResult(plan_, write_)) {
         result.Commit();
         return;
     }
     OutputFile output(options_.print.output);
     std::vector<StripReader> strips;
     strips.emplace_back(result.PartPath());
-    Assemble(strips, plan_, options_.print.write, output, progress_);
+    Assemble(strips, plan_, write_, output, progress_);
     output.Commit();
     result.Discard();
 }
@@ -296,12 +298,12 @@ void PageRun::Run()
     job_.share = options_.share.value_or(Share{});
     job_.range = PageRange(found_.range, options_.print.render.paperWhite);
     job_.render = options_.print.render;
-    job_.write = options_.print.write;
+    job_.write = write_;
     job_.profileDigest = DigestOf(profile_.bytes);
     Reduce();
     const LineRun lines = plan_.LinesOf(plan_.BandsOfShare(job_.share.number, job_.share.count));
-    PageResult result(options_.print.output, StripsOf(plan_, lines, options_.print.write),
-                      plan_.bandLines, ShareText(job_), options_.continuation);
+    PageResult result(options_.print.output, StripsOf(plan_, lines, write_), plan_.bandLines,
+                      ShareText(job_), options_.continuation);
     SetFarewell(fmt::format("\nqva: stopped; {} goes on with {}\n",
                             options_.continuation == Continuation::Any ? "the same command"
                                                                        : "'qva page --resume'",

@@ -137,6 +137,12 @@ void PngSource::ReadColour()
         // Not without a word: other colours would be printed. No profile is so short.
         tags.profile.assign(1, 0);
     }
+    png_uint_32 x = 0;
+    png_uint_32 y = 0;
+    int unit = 0;
+    if (png_get_pHYs(png_, info_, &x, &y, &unit) != 0 && unit == PNG_RESOLUTION_METER && x == y) {
+        description_.dpi = ResolutionOf(x * 0.0254);
+    }
     tags.srgb = png_get_valid(png_, info_, PNG_INFO_sRGB) != 0;
     double gamma = 0.0;
     if (png_get_gAMA(png_, info_, &gamma) != 0 && gamma > 0.0) {

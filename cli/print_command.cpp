@@ -77,7 +77,7 @@ void RunPrint(const PrintOptions& options)
     if (sheet) {
         WriteSideBySide(*sheet, clipped, ReducePage(page, RenderedLight()));
     }
-    WritePage(*output, page, options.write, progress);
+    WritePage(*output, page, SettingsFor(options, found.description), progress);
     output->Commit();
     if (sheet) {
         sheet->Commit();

@@ -33,6 +33,13 @@ PrinterProfile ProfileOf(const PrintOptions& options)
     return options.profile.empty() ? BuiltInProfile() : ReadPrinterProfile(options.profile);
 }
 
+WriteSettings SettingsFor(const PrintOptions& options, const SourceDescription& source)
+{
+    WriteSettings settings = options.write;
+    settings.dpi = settings.dpi > 0.0 ? settings.dpi : source.dpi;
+    return settings;
+}
+
 std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterProfile& profile,
                                     const Examination& found)
 {

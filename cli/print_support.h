@@ -16,6 +16,9 @@ void CheckNames(const PrintOptions& options);
 /// The profile the user named, or the built-in one.
 PrinterProfile ProfileOf(const PrintOptions& options);
 
+/// How to write, with the resolution of the source where none is asked for.
+WriteSettings SettingsFor(const PrintOptions& options, const SourceDescription& source);
+
 /// What the user should know after a print.
 std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterProfile& profile,
                                     const Examination& found);

@@ -65,6 +65,9 @@ std::string ReportText(const Examination& found, double threshold)
     const ImageSize upright = UprightSize(description);
     line("size", fmt::format("{} x {} pixels (orientation {})", upright.width, upright.height,
                              description.orientation));
+    line("resolution", description.dpi > 0.0
+                           ? fmt::format("{:.6g} pixels per inch", description.dpi)
+                           : "not stated");
     line("encoding", fmt::format("{} ({})", NameOfTransfer(meaning), meaning.transferFrom));
     line("primaries", fmt::format("{} ({})", PrimariesOf(meaning), meaning.primariesFrom));
     line("scale", fmt::format("{:.6g} to {:.6g} cd/m2 ({})", meaning.luminanceMin,
@@ -100,6 +103,8 @@ std::string ReportJson(const Examination& found, double threshold)
     json["sampleFormat"] = description.isFloat ? "float" : "unsigned";
     json["grey"] = description.isGrey;
     json["alpha"] = description.hasAlpha;
+    json["morePictures"] = description.hasMorePictures;
+    json["dpi"] = description.dpi;
     json["encoding"] = {{"transfer", NameOfTransfer(meaning)},
                         {"from", meaning.transferFrom},
                         {"luminanceMin", meaning.luminanceMin},
@@ -125,6 +130,9 @@ std::string ReportJson(const Examination& found, double threshold)
 std::vector<std::string> Remarks(const Examination& found, double threshold)
 {
     std::vector<std::string> remarks = found.meaning.notes;
+    if (found.description.hasMorePictures) {
+        remarks.emplace_back("holds more than one picture: the first is taken");
+    }
     if (HasFlaws(found.counts)) {
         remarks.push_back("brought into range: " + FlawText(found.counts));
     }

@@ -53,6 +53,8 @@ struct SourceDescription {
     bool isFloat = false;
     bool isGrey = false; ///< one channel, delivered as three equal ones
     bool hasAlpha = false;
+    bool hasMorePictures = false;  ///< behind the first, which is read
+    double dpi = 0.0;              ///< pixels per inch; 0: not stated, or not the same both ways
     bool isInterlaced = false;     ///< decoded through a scratch file
     bool sceneLinear = false;      ///< the format holds scene-linear values by definition
     std::uint64_t decodeBytes = 0; ///< memory that decoding takes, where it is not just some rows

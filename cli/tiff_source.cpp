@@ -38,6 +38,7 @@ private:
     void OpenFile(const std::string& path);
     void DescribeSamples();
     void DescribeColour();
+    void DescribeResolution();
     void PlanBands(const SizeLimits& limits);
     std::uint64_t LargestStrip() const;
     std::uint64_t Expansion() const;
@@ -129,8 +130,10 @@ void TiffSource::Open(const std::string& path, const SizeLimits& limits)
     CheckSize(path, description_.size, limits);
     const int orientation = Field<std::uint16_t>(TIFFTAG_ORIENTATION);
     description_.orientation = orientation >= 1 && orientation <= 8 ? orientation : 1;
+    description_.hasMorePictures = TIFFLastDirectory(file_.get()) == 0;
     DescribeSamples();
     DescribeColour();
+    DescribeResolution();
     PlanBands(limits);
 }
 
@@ -160,6 +163,19 @@ void TiffSource::DescribeSamples()
                          bits, kind));
     }
     sampleBytes_ = static_cast<std::size_t>(bits / 8);
+}
+
+void TiffSource::DescribeResolution()
+{
+    float x = 0.0f;
+    float y = 0.0f;
+    const auto unit = Field<std::uint16_t>(TIFFTAG_RESOLUTIONUNIT);
+    if (TIFFGetField(file_.get(), TIFFTAG_XRESOLUTION, &x) == 1 &&
+        TIFFGetField(file_.get(), TIFFTAG_YRESOLUTION, &y) == 1 && x == y && unit != RESUNIT_NONE)
+    {
+        const auto dpi = static_cast<double>(x);
+        description_.dpi = ResolutionOf(unit == RESUNIT_CENTIMETER ? dpi * 2.54 : dpi);
+    }
 }
 
 void TiffSource::DescribeColour()

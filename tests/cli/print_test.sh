@@ -20,6 +20,17 @@ expect_output "ICC profile"
 expect 0 "" info s.png
 expect_output "100 x 32 pixels"
 
+# The resolution goes on from file to file.
+for next in next.png next.tif; do
+    expect 0 "" print result.tif -q -o $next
+    expect 0 "" info $next
+    expect_output "300 pixels per inch"
+    mv $next result2.${next##*.}
+done
+expect 0 "" print result2.png -q -o next.tif
+expect 0 "" info next.tif
+expect_output "300 pixels per inch"
+
 # The same bytes again, for any number of threads; another paper white gives others.
 expect 0 "" print photo.exr -o again.tif --quiet --compression none --dpi 300 --threads 1
 cmp -s result.tif again.tif || fail "one thread gives other bytes"
