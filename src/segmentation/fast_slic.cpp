@@ -71,12 +71,17 @@ void FastSlic::Segment(const SlicPlanes& planes, const int32_t* request, int32_t
     int32_t lanes = 0;
     for (int32_t i = 0; i < count; ++i) {
         EnsureRequest(request[i]);
-        ClearLabels(planes.rows, planes.cols, *labels[i]);
         result[i] = 1;
         if (request[i] >= 2) {
             clusters[i] = std::make_unique<SlicClusters>(planes, request[i]);
         }
-        if (clusters[i] != nullptr && clusters[i]->Count() > 0) {
+        const bool runs = clusters[i] != nullptr && clusters[i]->Count() > 0;
+        if (runs && numIterations_ > 0) {
+            labels[i]->Ensure(planes.rows, planes.cols, D32S);
+        } else {
+            ClearLabels(planes.rows, planes.cols, *labels[i]);
+        }
+        if (runs) {
             running[lanes] = clusters[i].get();
             target[lanes] = labels[i];
             number[lanes++] = i;
@@ -85,7 +90,9 @@ void FastSlic::Segment(const SlicPlanes& planes, const int32_t* request, int32_t
     if (lanes == 0) {
         return;
     }
-    SlicClusters::Run(running, target, lanes, compactness_, numIterations_);
+    if (numIterations_ > 0) {
+        SlicClusters::Run(running, target, lanes, compactness_, numIterations_);
+    }
     for (int32_t l = 0; l < lanes; ++l) {
         const int32_t i = number[l];
         clusters[i].reset();

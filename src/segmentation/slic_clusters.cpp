@@ -147,7 +147,7 @@ void SlicClusters::Prepare(double compactness)
     }
     window_ = Vector<Window>(count_);
     sums_ = Vector<SlicSums>(count_);
-    colourDistance_ = Vector<float>(static_cast<uint64_t>(planes_.PixelCount()), largestFloat);
+    colourDistance_ = Vector<float>(static_cast<uint64_t>(planes_.PixelCount()));
     best_ = Vector<float>(static_cast<uint64_t>(planes_.cols));
 }
 
@@ -166,6 +166,9 @@ void SlicClusters::Run(SlicClusters* const* clusters, Matrix* const* labels, int
             SlicLane lanes[slicLanes];
             for (int32_t l = 0; l < count; ++l) {
                 auto* label = RowOf<int32_t>(*labels[l], y);
+                if (i == 0) {
+                    clusters[l]->ClearRow(y, label);
+                }
                 clusters[l]->AssignRow(y, label);
                 lanes[l] = clusters[l]->Lane(y, label);
             }
@@ -200,6 +203,14 @@ void SlicClusters::SetWindows()
         window_[k].y1 = static_cast<int32_t>(std::max(y_[k] - radius_, 0.0f));
         window_[k].y2 = static_cast<int32_t>(std::min(y_[k] + radius_, bottom));
     }
+}
+
+// Where no centre comes near.
+void SlicClusters::ClearRow(int32_t y, int32_t* label)
+{
+    float* colour = colourDistance_.data + static_cast<int64_t>(y) * planes_.cols;
+    std::fill(colour, colour + planes_.cols, largestFloat);
+    std::fill(label, label + planes_.cols, 0);
 }
 
 // Rows are independent, so all centres of one row can be tried while the row is in cache.

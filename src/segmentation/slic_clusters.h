@@ -19,7 +19,9 @@ public:
 
     /// Runs the iterations of 1 ... slicLanes runs over the same planes, row by row side by side.
     /// @param compactness  root of every cluster's first largest colour distance.
-    /// @param labels       each D32S of the image's size, 0 at the start; receive cluster numbers.
+    /// @param labels       each D32S of the image's size; receive cluster numbers, 0 where no
+    ///                     centre comes near.
+    /// @param iterations   1 at least.
     static void Run(SlicClusters* const* clusters, Matrix* const* labels, int32_t count,
                     double compactness, int32_t iterations);
 
@@ -39,6 +41,7 @@ private:
     void Prepare(double compactness);
     void BeginIteration();
     void SetWindows();
+    void ClearRow(int32_t y, int32_t* label);
     void AssignRow(int32_t y, int32_t* label);
     SlicLane Lane(int32_t y, const int32_t* label);
     void EndIteration();
