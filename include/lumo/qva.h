@@ -151,7 +151,8 @@ QVA_API uint32_t QVA_ApplyQVAForPreview_Wrapper(QVA_HANDLE handle, const QVA_IMA
 /* Analyses src, a copy of the page reduced to at most 1200 pixels on its longer side, and stores
  * the result in the handle for later corrections. rangeSize must be 12.
  * Takes over paramLuminanceThreshold for all later calls on the handle, also where the image is
- * then refused for its size.
+ * then refused for its size. An analysis that ends with 1 leaves the stored result; corrections can
+ * use it only if it is of an image of the same size, and end with 1 otherwise.
  * Returns 0, 1 or 5. */
 QVA_API uint32_t QVA_Analysis(QVA_HANDLE handle, const QVA_IMAGE* src,
                               const QVA_SOURCE_RANGE* range, int32_t rangeSize,

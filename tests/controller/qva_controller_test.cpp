@@ -107,6 +107,26 @@ TEST(QvaController, ValidatesTheAnalysisOfACorrection)
     EXPECT_EQ(5u, validate([](HtrAnalysis& a) { a.toneCurves[0] = Vector<double>(4, 0.0); }));
 }
 
+TEST(QvaController, AFailedAnalysisLeavesTheStoredOneToItsOwnSize)
+{
+    PrintOnPaper(164); // a black of 0.5, above the range of 0.4
+    Caller page, same, other(60, 40);
+    QvaController controller;
+    ASSERT_EQ(QVA_OK, page.Analyse(controller));
+    ASSERT_EQ(QVA_OK, page.Correct(controller));
+    const std::vector<uint16_t> first = page.result;
+    for (Caller* failing : {&same, &other}) {
+        failing->encoding.luminanceThreshold = failing->encoding.luminanceMax = 0.4f;
+        page.result.assign(first.size(), 0xBEEF);
+        EXPECT_EQ(QVA_ERROR_PROCESSING, failing->Analyse(controller));
+        EXPECT_EQ(failing == &same ? QVA_OK : QVA_ERROR_PROCESSING, page.Correct(controller));
+        EXPECT_EQ(failing == &same, page.result == first);
+    }
+    ASSERT_EQ(QVA_OK, page.Analyse(controller));
+    ASSERT_EQ(QVA_OK, page.Correct(controller));
+    EXPECT_EQ(first, page.result);
+}
+
 TEST(QvaController, CorrectsInPlace)
 {
     PrintOnPaper(164);
