@@ -1,6 +1,7 @@
 #include "errors.h"
 
 #include <cctype>
+#include <cstdio>
 #include <system_error>
 
 namespace qva {
@@ -55,6 +56,11 @@ std::string OneLine(std::string text)
         text.pop_back();
     }
     return text;
+}
+
+void Say(const std::string& text) noexcept
+{
+    std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
 } // namespace qva

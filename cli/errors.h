@@ -55,4 +55,8 @@ std::string SystemReason(int errorNumber);
 ///         message stays on one line whatever a file name or a library puts into it.
 std::string OneLine(std::string text);
 
+/// Writes on standard error. What cannot be written there (it is closed, its disk is full) is lost,
+/// and the work goes on.
+void Say(const std::string& text) noexcept;
+
 } // namespace qva

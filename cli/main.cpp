@@ -4,9 +4,11 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <new>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace {
 
@@ -51,14 +53,27 @@ void Run(const qva::CommandLine& line)
 
 int Fail(const std::string& message, int exitCode)
 {
-    fmt::print(stderr, "qva: {}\n", qva::OneLine(message));
+    qva::Say("qva: " + qva::OneLine(message) + "\n");
     return exitCode;
+}
+
+/// Keeps files from becoming a standard stream that the caller closed: messages would go into
+/// them. The place is taken the wrong way round, so that using the stream fails as before.
+void OccupyClosedStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            // The lowest number that is free is this one.
+            open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
 }
 
 } // namespace
 
 int main(int count, char** arguments)
 {
+    OccupyClosedStreams();
     qva::InstallSignalHandlers();
     qva::CommandLine line;
     try {
@@ -72,6 +87,7 @@ int main(int count, char** arguments)
     } catch (const std::length_error&) {
         return Fail(PhotoOf(line) + ": there is not enough memory for it", qva::exitFailed);
     } catch (const std::exception& error) {
-        return Fail(error.what(), qva::exitFailed);
+        const std::string photo = PhotoOf(line);
+        return Fail(photo.empty() ? error.what() : photo + ": " + error.what(), qva::exitFailed);
     }
 }

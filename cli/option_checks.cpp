@@ -25,13 +25,11 @@ CLI::Validator Number(double lowest, double highest)
 CLI::Validator WholeNumber(int lowest, int highest)
 {
     const auto check = [lowest, highest](std::string& text) -> std::string {
-        const bool digits = !text.empty() && text.size() < 10 &&
-                            text.find_first_not_of("0123456789") == std::string::npos;
-        if (!digits) {
+        if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) {
             return fmt::format("'{}' is not a whole number", text);
         }
-        const int value = std::stoi(text);
-        if (value < lowest || value > highest) {
+        const bool fits = text.size() < 10;
+        if (!fits || std::stoi(text) < lowest || std::stoi(text) > highest) {
             return fmt::format("{} is not between {} and {}", text, lowest, highest);
         }
         return {};

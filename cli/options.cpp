@@ -146,7 +146,7 @@ void AddRenderOptions(CLI::App& app, PrintOptions& options)
            "Do not fit the picture's black to the printer's")
         ->group(group);
     app.add_option("--threads", options.render.threads, "Threads to work with (one per core)")
-        ->check(WholeNumber(1, 1024))
+        ->check(WholeNumber(1, mostThreads))
         ->type_name("NUMBER")
         ->group(group);
 }

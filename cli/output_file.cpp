@@ -51,13 +51,18 @@ void Forget(int slot)
     }
 }
 
-extern "C" void OnSignal(int signal)
+extern "C" void RemoveTemporaries()
 {
     for (Slot& slot : slots) {
         if (slot.used.load()) {
             unlink(slot.name.data());
         }
     }
+}
+
+extern "C" void OnSignal(int signal)
+{
+    RemoveTemporaries();
     if (write(STDERR_FILENO, farewell.data(), farewellLength.load()) < 0) {
         // Nobody is left to be told.
     }
@@ -182,6 +187,8 @@ void InstallSignalHandlers()
         sigaction(signal, &action, nullptr);
     }
     std::signal(SIGXFSZ, SIG_IGN);
+    // The OpenMP runtime ends the program where it gets no thread.
+    std::atexit(RemoveTemporaries);
 }
 
 void SetFarewell(const std::string& line)

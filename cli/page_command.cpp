@@ -271,8 +271,8 @@ void PageRun::Tell(std::int64_t resumed, double seconds) const
                     {"decoded once into a temporary file: " + lines_.ScratchReason()});
     }
     if (options_.print.verbose) {
-        fmt::print(stderr, "{}  {:<13}{}\n", ReportText(found_, options_.print.render.threshold),
-                   "paper", profile_.description);
+        Say(fmt::format("{}  {:<13}{}\n", ReportText(found_, options_.print.render.threshold),
+                        "paper", profile_.description));
     }
     TellRemarks(options_.print, AllRemarks(options_.print, profile_, found_));
     if (!options_.json) {

@@ -156,7 +156,7 @@ CLI::App* AddJoinCommand(CLI::App& app, JoinOptions& options)
         ->required()
         ->type_name("FILE");
     join->add_option("--threads", options.threads, "Threads to work with (one per core)")
-        ->check(WholeNumber(1, 1024))
+        ->check(WholeNumber(1, mostThreads))
         ->type_name("NUMBER");
     join->add_flag("--json", options.json, "Write the result to standard output as JSON");
     AddProgressOption(*join, options.progress);

@@ -108,6 +108,7 @@ PageResult::PageResult(const std::string& path, const TiffPage& page, std::int64
             }
         }
     } catch (...) {
+        DiscardEmpty();
         close(descriptor_);
         close(journalDescriptor_);
         throw;
@@ -154,6 +155,7 @@ void PageResult::OpenPart(Continuation continuation)
         open(journal_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0666);
     if (journalDescriptor_ < 0) {
         const int error = errno;
+        DiscardEmpty();
         close(descriptor_);
         errno = error;
         FailToWrite();
@@ -270,6 +272,15 @@ void PageResult::Commit()
         FailToWrite();
     }
     unlink(journal_.c_str());
+}
+
+/// Leaves no file behind where a run could not begin.
+void PageResult::DiscardEmpty()
+{
+    struct stat part = {};
+    if (fstat(descriptor_, &part) == 0 && part.st_size == 0 && !HasBands(journal_)) {
+        Discard();
+    }
 }
 
 void PageResult::Discard()

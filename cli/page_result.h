@@ -57,6 +57,7 @@ public:
     void Commit();
 
     /// Removes part and journal, once the result has been made from them.
+    void DiscardEmpty();
     void Discard();
 
 private:

@@ -84,8 +84,8 @@ void RunPrint(const PrintOptions& options)
     }
     progress.Clear();
     if (options.verbose) {
-        fmt::print(stderr, "{}  {:<13}{}\n", ReportText(found, options.render.threshold), "paper",
-                   profile.description);
+        Say(fmt::format("{}  {:<13}{}\n", ReportText(found, options.render.threshold), "paper",
+                        profile.description));
     }
     TellRemarks(options, AllRemarks(options, profile, found));
 }

@@ -58,7 +58,7 @@ void TellRemarks(const PrintOptions& options, const std::vector<std::string>& re
 {
     for (const std::string& remark : remarks) {
         if (!options.quiet) {
-            fmt::print(stderr, "qva: {}: {}\n", OneLine(options.photo), remark);
+            Say(fmt::format("qva: {}: {}\n", OneLine(options.photo), remark));
         }
     }
 }

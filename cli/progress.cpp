@@ -1,5 +1,7 @@
 #include "progress.h"
 
+#include "errors.h"
+
 #include <cmath>
 #include <cstdio>
 #include <fmt/format.h>
@@ -35,9 +37,9 @@ void Progress::Show(std::string_view stage, double share)
     stage_ = stage;
     told_ = now;
     if (share < 0.0) {
-        fmt::print(stderr, "{{\"stage\":\"{}\"}}\n", stage);
+        Say(fmt::format("{{\"stage\":\"{}\"}}\n", stage));
     } else {
-        fmt::print(stderr, "{{\"stage\":\"{}\",\"share\":{:.4f}}}\n", stage, share);
+        Say(fmt::format("{{\"stage\":\"{}\",\"share\":{:.4f}}}\n", stage, share));
     }
 }
 
@@ -52,10 +54,10 @@ void Progress::ShowBands(const BandsDone& bands)
         }
         ShowLine(std::move(line));
     } else if (style_ == ProgressStyle::Json) {
-        fmt::print(stderr,
-                   "{{\"stage\":\"bands\",\"done\":{},\"all\":{},\"megapixelsPerSecond\":{:.2f},"
-                   "\"secondsLeft\":{:.1f}}}\n",
-                   bands.done, bands.all, speed, left);
+        Say(fmt::format(
+            "{{\"stage\":\"bands\",\"done\":{},\"all\":{},\"megapixelsPerSecond\":{:.2f},"
+            "\"secondsLeft\":{:.1f}}}\n",
+            bands.done, bands.all, speed, left));
         stage_ = "bands";
     }
 }
@@ -64,7 +66,7 @@ void Progress::ShowLine(std::string line)
 {
     if (line != shown_) {
         // The sequence clears what is left of a longer line.
-        fmt::print(stderr, "\r{}\x1b[K", line);
+        Say("\r" + line + "\x1b[K");
         std::fflush(stderr);
         shown_ = std::move(line);
     }
@@ -73,7 +75,7 @@ void Progress::ShowLine(std::string line)
 void Progress::Clear()
 {
     if (!shown_.empty()) {
-        fmt::print(stderr, "\r\x1b[K");
+        Say("\r\x1b[K");
         std::fflush(stderr);
         shown_.clear();
     }

@@ -45,9 +45,8 @@ void SetThreshold(QVA_HANDLE handle, const QVA_OUTPUT_CONDITIONS& conditions)
 
 void SetThreads(int threads)
 {
-    if (threads > 0) {
-        omp_set_num_threads(threads);
-    }
+    // The environment may ask for any number.
+    omp_set_num_threads(threads > 0 ? threads : std::clamp(omp_get_max_threads(), 1, mostThreads));
     SetReaderThreads(omp_get_max_threads());
 }
 

@@ -12,6 +12,9 @@ namespace qva {
 /// The threshold, cd/m², that the library itself starts with.
 constexpr double defaultThreshold = 1.3;
 
+/// More threads than these are not asked of a system.
+constexpr int mostThreads = 1024;
+
 /// What the user can choose about a rendering.
 struct RenderSettings {
     bool preview = false;                ///< leave out the device step

@@ -35,6 +35,14 @@ expect_output '"shares": 5'
 page tall.tif whole.png $hundred
 same whole.png joined.png
 
+"$qva" page tall.tif -o closed.tif --profile device.icc $hundred --verbose --progress json \
+    <&- >&- 2>&- || fail "closed streams: exit code $?"
+same whole.tif closed.tif
+# The part's name can just be written, the journal's cannot.
+long=$(printf '%0240d' 0).tif
+expect 1 "$long: cannot be written: file name too long" page tall.tif -o "$long" $options
+gone "$long.qva-part"
+
 # Columns: asked for, or because the page is stored on its side.
 page tall.tif columns.tif --direction columns --band-rows 20
 for name in 1 2; do

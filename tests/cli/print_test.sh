@@ -92,6 +92,16 @@ ln -s /dev/full full.tif
 expect 1 "full.tif: is not a regular file" print photo.exr -o full.tif
 [ -c /dev/full ] || fail "/dev/full was replaced"
 
+# Messages that cannot be written change nothing; nor do they go into files.
+"$qva" print photo.exr -o told.tif 2>stderr.txt
+"$qva" print photo.exr -o untold.tif --verbose 2>/dev/full ||
+    fail "a full disk behind standard error: exit code $?"
+cmp -s told.tif untold.tif || fail "a full disk behind standard error changes the result"
+"$qva" print photo.exr -o closed.tif --verbose <&- >&- 2>&- || fail "closed streams: exit code $?"
+cmp -s told.tif closed.tif || fail "closed streams change the result"
+"$qva" print none.exr -o none.tif 2>&-
+[ $? = 1 ] || fail "a failure that cannot be told gives another exit code"
+
 cp photo16.tif same.tif
 ln same.tif hard.tif
 ln -s same.tif soft.tif
@@ -105,6 +115,7 @@ expect 2 "must end in .png" print photo.exr -o r.tif --side-by-side s.tif
 expect 2 "--output is required" print photo.exr
 expect 2 "--paper-white: '300' is not one of" print photo.exr -o r.tif --paper-white 300
 expect 2 "--threads: '1.5' is not a whole number" print photo.exr -o r.tif --threads 1.5
+expect 2 "--threads: 99999999999 is not between 1 and" print photo.exr -o r.tif --threads 99999999999
 expect 2 "--dpi: '' is not a number" print photo.exr -o r.tif --dpi ''
 expect 2 "--compression: PNG knows" print photo.exr -o r.png --compression lzw
 expect 2 "--unknown" print photo.exr -o r.tif --unknown
