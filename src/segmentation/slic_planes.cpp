@@ -1,23 +1,12 @@
 #include "segmentation/slic_planes.h"
 
 #include "core/parallel.h"
-#include "core/simd.h"
+#include "segmentation/wls_kernels.h"
 
 #include <algorithm>
 #include <limits>
 
 namespace lumo {
-namespace kernels {
-
-LUMO_CLONES void WidenCodes(const uint16_t* code, int32_t count, float* value)
-{
-    LUMO_SIMD
-    for (int32_t i = 0; i < count; ++i) {
-        value[i] = static_cast<float>(code[i]);
-    }
-}
-
-} // namespace kernels
 
 SlicPlanes::SlicPlanes(const Matrix& src) : rows(src.rows), cols(src.cols)
 {
@@ -43,7 +32,7 @@ SlicPlanes::SlicPlanes(const Matrix (&src)[3]) : rows(src[0].rows), cols(src[0].
         for (int c = 0; c < 3; ++c) {
             float* out = channel[c].data + start;
             if (DepthOf(src[c].type) == D16U) {
-                kernels::WidenCodes(RowOf<uint16_t>(src[c], y), cols, out);
+                kernels::CodesToFloats(RowOf<uint16_t>(src[c], y), cols, out);
             } else {
                 const auto* in = RowOf<float>(src[c], y);
                 std::copy(in, in + cols, out);
