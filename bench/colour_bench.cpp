@@ -8,7 +8,7 @@
 #include "core/image_converter.h"
 #include "core/image_scaling.h"
 #include "core/power_curve.h"
-#include "print/htr_color_luts.h"
+#include "tone/htr_color_luts.h"
 
 #include <omp.h>
 

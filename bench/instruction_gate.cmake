@@ -10,7 +10,7 @@ find_program(LUMO_VALGRIND valgrind REQUIRED)
 add_executable(instruction_count
     ${CMAKE_CURRENT_LIST_DIR}/instruction_count.cpp
     ${CMAKE_CURRENT_LIST_DIR}/scene.cpp
-    ${PROJECT_SOURCE_DIR}/cli/photo_paper_profile_data.cpp
+    ${PROJECT_SOURCE_DIR}/cli/colour/photo_paper_profile_data.cpp
     $<TARGET_OBJECTS:lumo_scalar_objects>)
 target_include_directories(instruction_count PRIVATE ${PROJECT_SOURCE_DIR}/cli)
 target_link_libraries(instruction_count PRIVATE

@@ -1,6 +1,6 @@
 #include "scene.h"
 
-#include "photo_paper_profile.h"
+#include "colour/photo_paper_profile.h"
 
 #include <algorithm>
 #include <cmath>

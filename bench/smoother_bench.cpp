@@ -1,11 +1,11 @@
 // The edge-preserving smoother on one plane and on two with one guide.
 #include "bench_support.h"
 
+#include "core/block_pool.h"
 #include "literal/pixels.h"
 #include "literal/smoother.h"
-#include "core/block_pool.h"
-#include "segmentation/fast_wls_filter.h"
-#include "segmentation/wls_solver.h"
+#include "smoothing/fast_wls_filter.h"
+#include "smoothing/wls_solver.h"
 
 #include <omp.h>
 

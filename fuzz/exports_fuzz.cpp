@@ -1,6 +1,6 @@
 // Any record bytes into the exports: only 0, 1 or 5 may come back; without 0 nothing is written,
 // with it only the image's own bytes.
-#include "photo_paper_profile.h"
+#include "colour/photo_paper_profile.h"
 
 #include <algorithm>
 #include <cstdint>

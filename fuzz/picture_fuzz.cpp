@@ -1,12 +1,12 @@
 // Any bytes as a picture file: it is read from start to end, or refused with a message. The first
 // bytes decide the format, as they do for the program, and a share of a page is read as one.
-#include "colour_interpretation.h"
-#include "errors.h"
-#include "page_job.h"
-#include "scene_decoder.h"
-#include "tiff_strips.h"
+#include "base/errors.h"
+#include "colour/colour_interpretation.h"
+#include "colour/scene_decoder.h"
+#include "formats/tiff_strips.h"
+#include "page/page_job.h"
 
-#include "image_source.h"
+#include "formats/image_source.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -7,7 +7,8 @@
 namespace {
 
 /// Runs the body of an exported function; what it throws becomes a status.
-template <typename Body> int32_t Guarded(Body&& body) noexcept
+template <typename Body>
+int32_t Guarded(Body&& body) noexcept
 {
     try {
         return body();

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Computes the two constant colour tables and writes src/print/colour_tables_data.cpp.
+"""Computes the two constant colour tables and writes src/tone/colour_tables_data.cpp.
 
 Both tables hold 16 x 16 x 16 nodes of three 16-bit values, the first channel slowest. They
 leave most colours nearly alone and pull in the saturated ones that paper cannot hold. A node
@@ -20,7 +20,7 @@ import sys
 
 GRID = 16
 CODE_MAX = 65535
-SOURCE = pathlib.Path(__file__).resolve().parent.parent / "src/print/colour_tables_data.cpp"
+SOURCE = pathlib.Path(__file__).resolve().parent.parent / "src/tone/colour_tables_data.cpp"
 
 # ITU-R BT.2020, table 4: luminance of the linear channels.
 LUMINANCE_WEIGHTS = (0.2627, 0.6780, 0.0593)
@@ -136,7 +136,7 @@ def source_text(compression, correction):
     return (
         "// Written by tools/make_colour_tables.py: change that script, not this file. A line holds\n"
         "// a row of 16 nodes along the third channel; the second channel grows from line to line.\n"
-        '#include "print/colour_tables.h"\n\n'
+        '#include "tone/colour_tables.h"\n\n'
         "namespace lumo {\n\n// clang-format off\n"
         + array_text("colorCompressionTable", compression)
         + "\n"

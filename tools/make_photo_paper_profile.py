@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes cli/photo_paper_profile_data.cpp: an ICC output profile of a generic glossy photo paper.
+"""Writes cli/colour/photo_paper_profile_data.cpp: an ICC output profile of a generic glossy photo paper.
 
 No real paper was measured. The print is modelled as three dyes and a black in a clear layer over
 the paper (densities add, as Bouguer's law has it) under a gloss that reflects a little white
@@ -324,7 +324,7 @@ def source_text(data):
 
 def main():
     root = pathlib.Path(__file__).resolve().parent.parent
-    target = root / "cli/photo_paper_profile_data.cpp"
+    target = root / "cli/colour/photo_paper_profile_data.cpp"
     if len(sys.argv) > 1:
         target = pathlib.Path(sys.argv[1])
     data = photo_paper_profile()

@@ -5,12 +5,12 @@
 //
 // PAGE.tif holds 16-bit PQ codes with the primaries of BT.2020, in strips, uncompressed; BigTIFF
 // where it needs to be. To read it: --encoding pq --primaries bt2020.
-#include "band_plan.h"
-#include "examination.h"
-#include "page.h"
-#include "renderer.h"
-#include "tiff_strips.h"
-#include "transfer_functions.h"
+#include "colour/transfer_functions.h"
+#include "formats/tiff_strips.h"
+#include "page/band_plan.h"
+#include "render/examination.h"
+#include "render/renderer.h"
+#include "render/scan_load.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

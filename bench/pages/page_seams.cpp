@@ -5,12 +5,12 @@
 //
 // WIDTH x HEIGHT is the page that the bands claim to come from: it decides how strong the
 // smoothers work. Rendered is a crop of its columns, all rows of it.
-#include "band_renderer.h"
-#include "icc_builder.h"
-#include "image_writer.h"
-#include "lcms_handles.h"
-#include "printer_profile.h"
-#include "reduced_page.h"
+#include "colour/icc_builder.h"
+#include "colour/lcms_handles.h"
+#include "colour/printer_profile.h"
+#include "formats/image_writer.h"
+#include "page/band_renderer.h"
+#include "page/reduced_page.h"
 #include "scenes.h"
 
 #include <CLI/CLI.hpp>

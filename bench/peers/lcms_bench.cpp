@@ -1,6 +1,6 @@
 // Little CMS: one table of 17 nodes an axis over 16-bit pixels, its optimised link.
 #include "../scene.h"
-#include "photo_paper_profile.h"
+#include "colour/photo_paper_profile.h"
 
 #include <benchmark/benchmark.h>
 #include <lcms2.h>

@@ -60,14 +60,14 @@ typedef struct QVA_IMAGE {
 
 /* How the codes of a source stand for scene luminance. 160 bytes, of which 32 are read. */
 typedef struct QVA_SOURCE_ENCODING {
-    uint32_t reserved;        /* not read */
-    uint32_t gammaType;       /* 0 linear in luminance, 1 gamma 2.2, 2 PQ (SMPTE ST 2084) */
-    uint32_t codeMin;         /* code of the darkest level, 0 ... codeThreshold */
-    float luminanceMin;       /* cd/m2 at codeMin */
-    uint32_t codeThreshold;   /* code of the threshold, codeMin ... codeMax; checked only */
-    float luminanceThreshold; /* cd/m2, luminanceMin ... luminanceMax; checked only */
-    uint32_t codeMax;         /* code of the brightest level */
-    float luminanceMax;       /* cd/m2 at codeMax, at most 10000 */
+    uint32_t reserved;         /* not read */
+    uint32_t gammaType;        /* 0 linear in luminance, 1 gamma 2.2, 2 PQ (SMPTE ST 2084) */
+    uint32_t codeMin;          /* code of the darkest level, 0 ... codeThreshold */
+    float luminanceMin;        /* cd/m2 at codeMin */
+    uint32_t codeThreshold;    /* code of the threshold, codeMin ... codeMax; checked only */
+    float luminanceThreshold;  /* cd/m2, luminanceMin ... luminanceMax; checked only */
+    uint32_t codeMax;          /* code of the brightest level */
+    float luminanceMax;        /* cd/m2 at codeMax, at most 10000 */
     uint8_t reservedTail[128]; /* not read */
 } QVA_SOURCE_ENCODING;
 

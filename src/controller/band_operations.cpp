@@ -9,7 +9,7 @@
 #include "core/exception.h"
 #include "core/parallel.h"
 #include "print/dpg_stage.h"
-#include "print/htr_color_luts.h"
+#include "tone/htr_color_luts.h"
 
 #include <algorithm>
 #include <limits>

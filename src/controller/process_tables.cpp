@@ -1,7 +1,7 @@
 #include "controller/process_tables.h"
 
 #include "print/dpg_stage.h"
-#include "segmentation/fast_wls_filter.h"
+#include "smoothing/fast_wls_filter.h"
 #include "tone/fast_object_adaptive_tone_mapping.h"
 #include "tone/htr_parameters.h"
 

@@ -1,7 +1,7 @@
 // Tables that depend on constants alone: built once per process, by the first handle.
 #pragma once
 
-#include "print/htr_color_luts.h"
+#include "tone/htr_color_luts.h"
 
 namespace lumo {
 

@@ -11,7 +11,7 @@
 #include "core/exception.h"
 #include "core/parallel.h"
 #include "print/dpg_stage.h"
-#include "print/htr_color_luts.h"
+#include "tone/htr_color_luts.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,11 +4,11 @@
 #include "colorspace/color_space.h"
 #include "colorspace/convert_ictcp_to_xrgb.h"
 #include "colorspace/convert_xrgb_to_ictcp.h"
+#include "colorspace/lut3d.h"
 #include "core/matrix.h"
 #include "core/pixel_stream.h"
 #include "core/vector.h"
 #include "core/work_planes.h"
-#include "print/lut3d.h"
 
 namespace lumo {
 

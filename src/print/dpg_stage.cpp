@@ -4,8 +4,8 @@
 #include "core/exception.h"
 #include "core/power_curve.h"
 #include "core/saturate.h"
-#include "segmentation/fast_wls_filter.h"
-#include "segmentation/wls_solver.h"
+#include "smoothing/fast_wls_filter.h"
+#include "smoothing/wls_solver.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,14 +3,14 @@
 #include "core/image_scaling.h"
 #include "core/parallel.h"
 #include "core/saturate.h"
-#include "print/htr_color_luts.h"
 #include "segmentation/fast_slic.h"
-#include "segmentation/fast_wls_filter.h"
 #include "segmentation/segment_evaluater.h"
-#include "segmentation/wls_solver.h"
+#include "smoothing/fast_wls_filter.h"
+#include "smoothing/wls_solver.h"
 #include "tone/detail_recombination.h"
 #include "tone/fast_object_adaptive_tone_mapping.h"
 #include "tone/htr.h"
+#include "tone/htr_color_luts.h"
 #include "tone/work_space.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // The library among the threads and the settings of a host. Every test needs a process of its own.
-#include "photo_paper_profile.h"
+#include "colour/photo_paper_profile.h"
 #include "support/host.h"
 
 #include <barrier>

@@ -1,7 +1,7 @@
 #include "controller/device_black.h"
-#include "print/htr_color_luts.h"
 #include "support/caller.h"
 #include "support/images.h"
+#include "tone/htr_color_luts.h"
 
 namespace lumo::test {
 namespace {

@@ -4,7 +4,7 @@
 #include "core/matrix_operator.h"
 #include "core/power_curve.h"
 #include "core/saturate.h"
-#include "segmentation/fast_wls_filter.h"
+#include "smoothing/fast_wls_filter.h"
 #include "support/images.h"
 
 #include <cmath>

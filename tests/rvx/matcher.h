@@ -1,7 +1,7 @@
 // Profiles and calls the matcher's tests share.
 #pragma once
 
-#include "photo_paper_profile.h"
+#include "colour/photo_paper_profile.h"
 #include "print/embedded_profiles.h"
 #include "rvx32p.h"
 

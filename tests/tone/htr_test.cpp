@@ -2,10 +2,10 @@
 
 #include "core/image_scaling.h"
 #include "core/matrix_operator.h"
-#include "print/htr_color_luts.h"
-#include "segmentation/fast_wls_filter.h"
+#include "smoothing/fast_wls_filter.h"
 #include "support/random_images.h"
 #include "tone/fast_object_adaptive_tone_mapping.h"
+#include "tone/htr_color_luts.h"
 
 #include <omp.h>
 

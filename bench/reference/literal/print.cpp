@@ -10,7 +10,7 @@
 #include "literal/smoother.h"
 #include "literal/superpixels.h"
 #include "literal/tones.h"
-#include "print/htr_color_luts.h"
+#include "tone/htr_color_luts.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // The smoother as plain loops, one line after the other.
 #pragma once
 
-#include "segmentation/fast_wls_filter.h"
+#include "smoothing/fast_wls_filter.h"
 
 namespace lumo::literal {
 

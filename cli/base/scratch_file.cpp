@@ -1,0 +1,73 @@
+#include "base/scratch_file.h"
+
+#include "base/errors.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace qva {
+
+ScratchFile::ScratchFile(const std::string& folder) : name_("a temporary file in " + folder)
+{
+    // Never under a name, where the file system can do that.
+    descriptor_ = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (descriptor_ >= 0) {
+        return;
+    }
+    std::string name = folder + "/.qva-XXXXXX";
+    descriptor_ = mkstemp(name.data());
+    if (descriptor_ < 0) {
+        throw Failure(name_, "cannot be created: " + SystemReason(errno));
+    }
+    unlink(name.c_str());
+}
+
+ScratchFile::~ScratchFile()
+{
+    close(descriptor_);
+}
+
+std::string ScratchFile::CommonFolder()
+{
+    const char* chosen = std::getenv("TMPDIR");
+    return chosen != nullptr && *chosen != '\0' ? chosen : "/var/tmp";
+}
+
+void ScratchFile::Write(std::int64_t place, const void* bytes, std::size_t count)
+{
+    const char* from = static_cast<const char*>(bytes);
+    while (count > 0) {
+        const ssize_t done = pwrite(descriptor_, from, count, place);
+        if (done < 0 && errno == EINTR) {
+            continue;
+        }
+        if (done <= 0) {
+            throw Failure(name_, "cannot be written: " + SystemReason(errno));
+        }
+        from += done;
+        place += done;
+        count -= static_cast<std::size_t>(done);
+    }
+}
+
+void ScratchFile::Read(std::int64_t place, void* bytes, std::size_t count) const
+{
+    char* to = static_cast<char*>(bytes);
+    while (count > 0) {
+        const ssize_t done = pread(descriptor_, to, count, place);
+        if (done < 0 && errno == EINTR) {
+            continue;
+        }
+        if (done <= 0) {
+            throw Failure(name_, "cannot be read: " +
+                                     (done == 0 ? "it is too short" : SystemReason(errno)));
+        }
+        to += done;
+        place += done;
+        count -= static_cast<std::size_t>(done);
+    }
+}
+
+} // namespace qva

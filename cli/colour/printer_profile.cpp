@@ -1,0 +1,123 @@
+#include "colour/printer_profile.h"
+
+#include "base/errors.h"
+#include "colour/lcms_handles.h"
+#include "colour/photo_paper_profile.h"
+#include "picture/input_file.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <fmt/format.h>
+#include <string_view>
+
+namespace qva {
+
+namespace {
+
+// Header, tag count and one tag; the largest is what the colour matcher takes.
+constexpr std::size_t smallestProfile = 144;
+constexpr std::size_t largestProfile = std::size_t{64} << 20;
+
+std::vector<unsigned char> ReadFile(const std::string& path)
+{
+    const std::uint64_t size = SizeOfRegularFile(path);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                               std::fclose);
+    if (!file) {
+        throw Failure(path, SystemReason(errno));
+    }
+    if (size > largestProfile) {
+        throw Failure(path, "is larger than 64 MiB and no ICC profile");
+    }
+    std::vector<unsigned char> bytes(size);
+    if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) {
+        throw Failure(path, std::ferror(file.get()) != 0 ? SystemReason(errno)
+                                                         : "became shorter while it was read");
+    }
+    return bytes;
+}
+
+std::string_view Field(const std::vector<unsigned char>& bytes, std::size_t offset)
+{
+    return {reinterpret_cast<const char*>(bytes.data()) + offset, 4};
+}
+
+void CheckHeader(const std::vector<unsigned char>& bytes, const std::string& name)
+{
+    if (bytes.size() < smallestProfile || Field(bytes, 36) != "acsp") {
+        throw Failure(name, "is not an ICC profile");
+    }
+    const std::uint32_t stated = static_cast<std::uint32_t>(bytes[0]) << 24 |
+                                 static_cast<std::uint32_t>(bytes[1]) << 16 |
+                                 static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
+    if (stated != bytes.size()) {
+        throw Failure(name, fmt::format("the profile states a size of {} bytes but has {}", stated,
+                                        bytes.size()));
+    }
+    const std::string_view deviceClass = Field(bytes, 12);
+    if (deviceClass != "prtr" && deviceClass != "mntr" && deviceClass != "spac") {
+        throw Failure(name, fmt::format("is a profile of class '{}'; an output device's (prtr), a "
+                                        "display's (mntr) or a colour space's (spac) is needed",
+                                        deviceClass));
+    }
+    if (Field(bytes, 20) != "XYZ " && Field(bytes, 20) != "Lab ") {
+        throw Failure(name, "the profile connects neither to XYZ nor to Lab");
+    }
+}
+
+/// Print simulation goes from a picture to the device and back to colour, so both must work.
+bool WorksBothWays(cmsContext context, cmsHPROFILE profile)
+{
+    const ProfileHandle colour(cmsCreateXYZProfileTHR(context));
+    const cmsUInt32Number device = cmsFormatterForColorspaceOfProfile(profile, 2, FALSE);
+    const TransformHandle there(cmsCreateTransformTHR(context, colour.get(), TYPE_XYZ_16, profile,
+                                                      device, INTENT_RELATIVE_COLORIMETRIC,
+                                                      cmsFLAGS_NOCACHE));
+    const TransformHandle back(cmsCreateTransformTHR(context, profile, device, colour.get(),
+                                                     TYPE_XYZ_16, INTENT_RELATIVE_COLORIMETRIC,
+                                                     cmsFLAGS_NOCACHE));
+    return there != nullptr && back != nullptr;
+}
+
+std::string DescriptionOf(cmsHPROFILE profile)
+{
+    char text[256] = "";
+    cmsGetProfileInfoASCII(profile, cmsInfoDescription, "en", "US", text, sizeof text);
+    return OneLine(text);
+}
+
+} // namespace
+
+PrinterProfile BuiltInProfile()
+{
+    return {
+        std::vector<unsigned char>(photoPaperProfile, photoPaperProfile + photoPaperProfileSize),
+        "generic photo paper", true, true};
+}
+
+PrinterProfile ReadPrinterProfile(const std::string& path)
+{
+    PrinterProfile profile;
+    profile.bytes = ReadFile(path);
+    CheckPrinterProfile(profile.bytes, path);
+    profile.isPrinter = Field(profile.bytes, 12) == "prtr";
+    const ContextHandle context = MakeContext();
+    profile.description = DescriptionOf(OpenProfile(context.get(), profile.bytes).get());
+    if (profile.description.empty()) {
+        profile.description = path;
+    }
+    return profile;
+}
+
+void CheckPrinterProfile(const std::vector<unsigned char>& bytes, const std::string& name)
+{
+    CheckHeader(bytes, name);
+    const ContextHandle context = MakeContext();
+    const ProfileHandle profile = OpenProfile(context.get(), bytes);
+    if (!profile || !WorksBothWays(context.get(), profile.get())) {
+        throw Failure(name, "the profile is damaged or lacks the tables from and to the device");
+    }
+}
+
+} // namespace qva

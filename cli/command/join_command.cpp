@@ -1,0 +1,127 @@
+// qva join
+#include "base/errors.h"
+#include "command/options.h"
+#include "page/page_assembly.h"
+#include "page/page_job.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace qva {
+
+namespace {
+
+struct ShareFile {
+    std::string path;
+    StripReader reader;
+    ShareRecord record;
+};
+
+ShareFile OpenShare(const std::string& path)
+{
+    StripReader reader(path);
+    ShareRecord record = ParseShare(reader.Page().description, path);
+    const BandPlan& plan = record.plan;
+    const LineRun lines = plan.LinesOf(plan.BandsOfShare(record.share.number, record.share.count));
+    const StripLayout& layout = reader.Page().layout;
+    if (layout.lines != lines.count || layout.lineLength != plan.LineLength() ||
+        layout.stripLines != std::min(plan.stripLines, lines.count))
+    {
+        throw Failure(path, "is damaged: it has not the lines that it states");
+    }
+    return {path, std::move(reader), std::move(record)};
+}
+
+/// Whether the strips are those that were written.
+void CheckStrips(ShareFile& file, Progress& progress)
+{
+    const std::int64_t strips = file.reader.Page().layout.Strips();
+    std::uint32_t checksum = 0;
+    for (std::int64_t strip = 0; strip < strips; ++strip) {
+        checksum = StripWriter::Checksum(checksum, file.reader.Encoded(strip));
+        progress.Show("checking", static_cast<double>(strip + 1) / static_cast<double>(strips));
+    }
+    if (checksum != file.record.checksum) {
+        throw Failure(file.path, "is damaged: its strips are not those that were written");
+    }
+}
+
+/// In order and complete, each share once.
+void CheckShares(const std::vector<ShareFile>& files)
+{
+    const ShareFile& first = files.front();
+    for (const ShareFile& file : files) {
+        if (file.record.job != first.record.job) {
+            throw Failure(file.path, fmt::format("does not belong to {}: {}", first.path,
+                                                 DifferenceOf(file.record.job, first.record.job)));
+        }
+        if (file.record.share.count != first.record.share.count) {
+            throw Failure(file.path, fmt::format("does not belong to {}: it is one of {} shares, "
+                                                 "not of {}",
+                                                 first.path, file.record.share.count,
+                                                 first.record.share.count));
+        }
+    }
+    std::int64_t expected = 1;
+    for (const ShareFile& file : files) {
+        const std::int64_t number = file.record.share.number;
+        if (number < expected) {
+            throw Failure(file.path, fmt::format("share {} of {} is there twice", number,
+                                                 first.record.share.count));
+        }
+        if (number > expected) {
+            break;
+        }
+        ++expected;
+    }
+    if (expected <= first.record.share.count) {
+        throw Failure(first.path,
+                      fmt::format("share {} of {} is missing", expected, first.record.share.count));
+    }
+}
+
+} // namespace
+
+void RunJoin(const JoinOptions& options)
+{
+    for (const std::string& path : options.shares) {
+        if (AreSameFile(options.output, path)) {
+            throw Misuse(options.output, "is a share by another name, or the same");
+        }
+    }
+    SetThreads(options.threads);
+    OutputFile output(options.output);
+    std::vector<ShareFile> files;
+    for (const std::string& path : options.shares) {
+        files.push_back(OpenShare(path));
+    }
+    std::stable_sort(files.begin(), files.end(), [](const ShareFile& a, const ShareFile& b) {
+        return a.record.share.number < b.record.share.number;
+    });
+    CheckShares(files);
+    Progress progress(options.progress);
+    for (ShareFile& file : files) {
+        CheckStrips(file, progress);
+    }
+    const BandPlan plan = files.front().record.plan;
+    WriteSettings settings = files.front().reader.Page().settings;
+    settings.format = FormatOfName(options.output);
+    std::vector<StripReader> readers;
+    for (ShareFile& file : files) {
+        readers.push_back(std::move(file.reader));
+    }
+    Assemble(readers, plan, settings, output, progress);
+    output.Commit();
+    progress.Clear();
+    if (options.json) {
+        const nlohmann::ordered_json json = {{"file", options.output},
+                                             {"shares", files.size()},
+                                             {"width", plan.page.width},
+                                             {"height", plan.page.height}};
+        fmt::print("{}\n",
+                   json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+    }
+}
+
+} // namespace qva

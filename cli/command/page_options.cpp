@@ -1,0 +1,167 @@
+#include "command/page_options.h"
+
+#include "base/errors.h"
+#include "command/option_checks.h"
+
+#include <cstdlib>
+#include <fmt/format.h>
+
+namespace qva {
+
+namespace {
+
+constexpr const char* pageExamples =
+    "The page is read three times: for its light, for the small copy that is analysed, and band "
+    "by\n"
+    "band. Nothing but whole bands is ever held, so memory does not depend on the page's height.\n"
+    "Until it is complete the result lies in FILE.qva-part beside FILE.\n"
+    "\n"
+    "Examples:\n"
+    "  qva page poster.tif -o print.tif --profile printer.icc\n"
+    "  qva page poster.tif -o print.tif --profile printer.icc --resume\n"
+    "      goes on with a run that was stopped\n"
+    "  qva page poster.tif -o share2.tif --profile printer.icc --band 2/4\n"
+    "      the second of four shares, on any machine; then, once all are there:\n"
+    "  qva join share1.tif share2.tif share3.tif share4.tif -o print.tif";
+
+/// Accepts i/n with 1 <= i <= n.
+std::optional<Share> ParseShareText(const std::string& text)
+{
+    constexpr std::int64_t most = 1000000;
+    if (text.empty() || text[0] == '/' ||
+        text.find_first_not_of("0123456789/") != std::string::npos) {
+        return std::nullopt;
+    }
+    char* end = nullptr;
+    Share share;
+    share.number = std::strtoll(text.c_str(), &end, 10);
+    if (*end != '/') {
+        return std::nullopt;
+    }
+    share.count = std::strtoll(end + 1, &end, 10);
+    const bool isSound = *end == '\0' && text.back() != '/' && share.number >= 1 &&
+                         share.number <= share.count && share.count <= most;
+    return isSound ? std::optional(share) : std::nullopt;
+}
+
+CLI::Validator ShareCheck()
+{
+    const auto check = [](std::string& text) -> std::string {
+        return ParseShareText(text) ? std::string()
+                                    : fmt::format("'{}' is not a share such as 2/4", text);
+    };
+    return CLI::Validator(check, "");
+}
+
+ProgressStyle StyleOf(const std::string& text)
+{
+    return text == "json"   ? ProgressStyle::Json
+           : text == "none" ? ProgressStyle::None
+                            : ProgressStyle::Terminal;
+}
+
+void AddProgressOption(CLI::App& app, ProgressStyle& style)
+{
+    app.add_option_function<std::string>(
+           "--progress", [&style](const std::string& text) { style = StyleOf(text); },
+           "On standard error: terminal (a line that changes), json (an object a line) or none "
+           "(terminal)")
+        ->check(OneOf({"terminal", "json", "none"}))
+        ->type_name("NAME")
+        ->group("Output");
+}
+
+void AddBandOptions(CLI::App& app, PageOptions& options)
+{
+    const char* group = "Bands";
+    app.add_option_function<std::string>(
+           "--max-memory",
+           [&options](const std::string& text) { options.maxMemory = *ParseByteCount(text); },
+           "Bytes to work in, such as 800M (1G); decides the height of the bands")
+        ->check(ByteCount())
+        ->type_name("BYTES")
+        ->group(group);
+    app.add_option_function<int>(
+           "--band-rows", [&options](const int& lines) { options.bandLines = lines; },
+           "Rows of a band (columns, where bands are columns), whatever memory they take")
+        ->check(WholeNumber(1, 100000000))
+        ->type_name("NUMBER")
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--direction",
+           [&options](const std::string& text) {
+               options.direction = text == "rows" ? Direction::Rows : Direction::Columns;
+           },
+           "Bands of rows or of columns (rows; columns where the picture is stored on its side)")
+        ->check(OneOf({"rows", "columns"}))
+        ->type_name("NAME")
+        ->group(group);
+}
+
+void AddRunOptions(CLI::App& app, PageOptions& options)
+{
+    const char* group = "Sharing and going on";
+    CLI::Option* band =
+        app.add_option_function<std::string>(
+               "--band",
+               [&options](const std::string& text) { options.share = ParseShareText(text); },
+               "Render only the share i of n; qva join puts all shares together")
+            ->check(ShareCheck())
+            ->type_name("i/n")
+            ->group(group);
+    CLI::Option* resume = app.add_flag_callback(
+        "--resume", [&options] { options.continuation = Continuation::Resume; },
+        "Go on with a run that was stopped, if there is one");
+    CLI::Option* restart = app.add_flag_callback(
+        "--restart", [&options] { options.continuation = Continuation::Restart; },
+        "Begin anew where a stopped run is in the way");
+    CLI::Option* dry =
+        app.add_flag("--dry-run", options.dryRun, "Only tell the plan, as JSON")->group(group);
+    resume->group(group)->excludes(restart);
+    restart->group(group);
+    app.get_option("--side-by-side")->excludes(band);
+    app.add_flag("--json", options.json, "Write plan and result to standard output as JSON")
+        ->excludes(dry)
+        ->group("Output");
+}
+
+} // namespace
+
+void AddPageOptions(CLI::App& app, PageOptions& options)
+{
+    AddBandOptions(app, options);
+    AddRunOptions(app, options);
+    AddProgressOption(app, options.progress);
+    app.footer(pageExamples);
+}
+
+void FinishPage(PageOptions& options)
+{
+    if (options.share && options.print.write.format != OutputFormat::Tiff) {
+        throw Misuse(options.print.output, "a share is a TIFF: the name must end in .tif or .tiff");
+    }
+    if (options.print.quiet && options.progress == ProgressStyle::Terminal) {
+        options.progress = ProgressStyle::None;
+    }
+}
+
+CLI::App* AddJoinCommand(CLI::App& app, JoinOptions& options)
+{
+    CLI::App* join = app.add_subcommand("join", "Put the shares of a page together");
+    join->add_option("SHARE", options.shares, "All shares, in any order")
+        ->required()
+        ->check(NotEmpty())
+        ->type_name("");
+    join->add_option("-o,--output", options.output, "The result: .tif, .tiff or .png")
+        ->required()
+        ->type_name("FILE");
+    join->add_option("--threads", options.threads, "Threads to work with (one per core)")
+        ->check(WholeNumber(1, mostThreads))
+        ->type_name("NUMBER");
+    join->add_flag("--json", options.json, "Write the result to standard output as JSON");
+    AddProgressOption(*join, options.progress);
+    join->footer("Example:\n  qva join share1.tif share2.tif -o print.tif");
+    return join;
+}
+
+} // namespace qva

@@ -1,0 +1,224 @@
+// OpenEXR pictures.
+#include "base/errors.h"
+#include "formats/format_table.h"
+#include "picture/input_file.h"
+
+#include <OpenEXR/ImfChannelList.h>
+#include <OpenEXR/ImfFrameBuffer.h>
+#include <OpenEXR/ImfHeader.h>
+#include <OpenEXR/ImfInputFile.h>
+#include <OpenEXR/ImfPartType.h>
+#include <OpenEXR/ImfStandardAttributes.h>
+#include <OpenEXR/ImfThreading.h>
+#include <OpenEXR/ImfTileDescriptionAttribute.h>
+#include <algorithm>
+#include <fmt/format.h>
+#include <vector>
+
+namespace qva {
+
+namespace {
+
+/// The picture is the display window; what lies outside the data window is black.
+class ExrSource : public ImageSource {
+public:
+    void Open(const std::string& path, const SizeLimits& limits) override;
+    ImageSize Size() const override { return description_.size; }
+    const SourceDescription& Describe() const override { return description_; }
+    void ReadRows(std::int64_t count, float* rgb) override;
+    void SkipRows(std::int64_t count) override { next_ += count; }
+    void Close() override { file_.reset(); }
+
+private:
+    void CheckChannels();
+    void CheckTiles();
+    void DescribeColour();
+    void ReadOverlap(std::int64_t first, std::int64_t last);
+    void CopyRow(std::int64_t row, float* out) const;
+
+    SourceDescription description_;
+    std::unique_ptr<Imf::InputFile> file_;
+    Imath::Box2i display_;
+    Imath::Box2i data_;
+    std::int64_t next_ = 0;
+    std::vector<float> block_; ///< rows of the data window, three channels
+    std::int64_t blockFirst_ = 0;
+};
+
+ImageSize SizeOf(const Imath::Box2i& window)
+{
+    return {std::int64_t{window.max.x} - window.min.x + 1,
+            std::int64_t{window.max.y} - window.min.y + 1};
+}
+
+std::int64_t WidthOf(const Imath::Box2i& window)
+{
+    return SizeOf(window).width;
+}
+
+void ExrSource::Open(const std::string& path, const SizeLimits& limits)
+{
+    description_ = {};
+    description_.path = path;
+    description_.format = "OpenEXR";
+    description_.isFloat = true;
+    description_.sceneLinear = true;
+    next_ = 0;
+    // The library takes memory for every row before it tells the size.
+    Imf::Header::setMaxImageSize(static_cast<int>(longestSide), static_cast<int>(longestSide));
+    Imf::Header::setMaxTileSize(static_cast<int>(longestSide), static_cast<int>(longestSide));
+    try {
+        file_ = std::make_unique<Imf::InputFile>(path.c_str());
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& error) {
+        throw Failure(path, fmt::format("cannot be read as OpenEXR: {}", error.what()));
+    }
+    display_ = file_->header().displayWindow();
+    data_ = file_->header().dataWindow();
+    description_.size = SizeOf(display_);
+    CheckSize(path, description_.size, limits);
+    CheckSize(path, SizeOf(data_), limits);
+    CheckPromise(path, SizeOf(data_));
+    CheckChannels();
+    CheckTiles();
+    DescribeColour();
+}
+
+void ExrSource::CheckChannels()
+{
+    const Imf::Header& header = file_->header();
+    if (header.hasType() && Imf::isDeepData(header.type())) {
+        throw Failure(description_.path, "holds deep data, not a flat picture");
+    }
+    const Imf::ChannelList& channels = header.channels();
+    if (channels.findChannel("RY") != nullptr || channels.findChannel("BY") != nullptr) {
+        throw Failure(description_.path, "holds luminance and chroma channels; only R, G, B and Y "
+                                         "alone can be read");
+    }
+    description_.isGrey =
+        channels.findChannel("R") == nullptr && channels.findChannel("Y") != nullptr;
+    for (const char* name : {"R", "G", "B"}) {
+        const Imf::Channel* channel = channels.findChannel(description_.isGrey ? "Y" : name);
+        if (channel == nullptr) {
+            throw Failure(description_.path, fmt::format("has no channel {}", name));
+        }
+        if (channel->xSampling != 1 || channel->ySampling != 1) {
+            throw Failure(description_.path, fmt::format("its channel {} is subsampled", name));
+        }
+        description_.bits = std::max(description_.bits, channel->type == Imf::HALF ? 16 : 32);
+    }
+    description_.hasAlpha = channels.findChannel("A") != nullptr;
+}
+
+void ExrSource::CheckTiles()
+{
+    const Imf::Header& header = file_->header();
+    if (!header.hasTileDescription()) {
+        return;
+    }
+    // The library holds a row of tiles, all channels, at up to 4 bytes a sample.
+    std::uint64_t channels = 0;
+    for (auto channel = header.channels().begin(); channel != header.channels().end(); ++channel) {
+        ++channels;
+    }
+    description_.decodeBytes =
+        static_cast<std::uint64_t>(WidthOf(data_)) * header.tileDescription().ySize * channels * 4;
+    CheckMemory(description_.path, "a row of tiles", description_.decodeBytes);
+}
+
+void ExrSource::DescribeColour()
+{
+    const Imf::Header& header = file_->header();
+    if (Imf::hasChromaticities(header)) {
+        const Imf::Chromaticities& found = Imf::chromaticities(header);
+        const auto convert = [](const Imath::V2f& xy) { return Chromaticity{xy.x, xy.y}; };
+        description_.tags.chromaticities = Chromaticities{
+            convert(found.red), convert(found.green), convert(found.blue), convert(found.white)};
+    }
+    if (Imf::hasXDensity(header) && header.pixelAspectRatio() == 1.0f) {
+        description_.dpi = ResolutionOf(static_cast<double>(Imf::xDensity(header)));
+    }
+    if (Imf::hasWhiteLuminance(header) && Imf::whiteLuminance(header) > 0.0f &&
+        Imf::whiteLuminance(header) <= 1e6f)
+    {
+        description_.tags.whiteLuminance = Imf::whiteLuminance(header);
+    }
+}
+
+void ExrSource::ReadRows(std::int64_t count, float* rgb)
+{
+    // The data window can be much wider than the picture.
+    constexpr std::int64_t pixelsAtOnce = 1 << 20;
+    const std::int64_t rows = std::max<std::int64_t>(pixelsAtOnce / WidthOf(data_), 1);
+    for (std::int64_t first = 0; first < count; first += rows) {
+        const std::int64_t top = display_.min.y + next_;
+        const std::int64_t some = std::min(rows, count - first);
+        ReadOverlap(std::max<std::int64_t>(top, data_.min.y),
+                    std::min<std::int64_t>(top + some - 1, data_.max.y));
+        for (std::int64_t row = 0; row < some; ++row) {
+            CopyRow(top + row, rgb + (first + row) * description_.size.width * 3);
+        }
+        next_ += some;
+    }
+}
+
+void ExrSource::ReadOverlap(std::int64_t first, std::int64_t last)
+{
+    if (first > last) {
+        return;
+    }
+    const std::int64_t width = WidthOf(data_);
+    block_.resize(static_cast<std::size_t>((last - first + 1) * width * 3));
+    blockFirst_ = first;
+    constexpr std::size_t pixelBytes = 3 * sizeof(float);
+    try {
+        Imf::FrameBuffer frame;
+        const Imath::V2i origin(data_.min.x, static_cast<int>(first));
+        const char* const names[] = {"R", "G", "B"};
+        for (std::size_t k = 0; k < (description_.isGrey ? 1 : 3); ++k) {
+            frame.insert(description_.isGrey ? "Y" : names[k],
+                         Imf::Slice::Make(Imf::FLOAT, block_.data() + k, origin, width,
+                                          last - first + 1, pixelBytes,
+                                          pixelBytes * static_cast<std::size_t>(width)));
+        }
+        file_->setFrameBuffer(frame);
+        file_->readPixels(static_cast<int>(first), static_cast<int>(last));
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& error) {
+        throw Failure(description_.path, fmt::format("is damaged: {}", error.what()));
+    }
+}
+
+void ExrSource::CopyRow(std::int64_t row, float* out) const
+{
+    std::fill_n(out, description_.size.width * 3, 0.0f);
+    if (row < data_.min.y || row > data_.max.y) {
+        return;
+    }
+    const float* in = block_.data() + (row - blockFirst_) * WidthOf(data_) * 3;
+    const std::int64_t first = std::max(display_.min.x, data_.min.x);
+    const std::int64_t last = std::min(display_.max.x, data_.max.x);
+    for (std::int64_t x = first; x <= last; ++x) {
+        const float* source = in + (x - data_.min.x) * 3;
+        float* target = out + (x - display_.min.x) * 3;
+        for (int k = 0; k < 3; ++k) {
+            target[k] = source[description_.isGrey ? 0 : k];
+        }
+    }
+}
+
+} // namespace
+
+void SetReaderThreads(int threads)
+{
+    Imf::setGlobalThreadCount(threads);
+}
+
+std::unique_ptr<ImageSource> MakeExrSource()
+{
+    return std::make_unique<ExrSource>();
+}
+
+} // namespace qva

@@ -1,0 +1,92 @@
+#include "page/band_renderer.h"
+
+#include "base/errors.h"
+#include "page/band_plan.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <vector>
+
+namespace qva {
+
+RenderRange PageRange(const RenderRange& chosen, int paperWhite)
+{
+    constexpr double aboveWhite = 1.05;
+    RenderRange range;
+    range.topFrom = chosen.topFrom;
+    range.luminanceMax = std::max(chosen.luminanceMax, aboveWhite * paperWhite);
+    return range;
+}
+
+BandRenderer::BandRenderer(Page& reduced, ImageSize page, const RenderRange& range,
+                           const PrinterProfile& profile, const RenderSettings& settings,
+                           const std::string& name)
+    : page_(page), range_(range), name_(name)
+{
+    EnsureWidth(page, analysisSide, name);
+    sourceRange_ = {range.gammaType, static_cast<float>(range.luminanceMin),
+                    static_cast<float>(range.luminanceMax)};
+    conditions_ = ConditionsRecord(profile, settings);
+    // Narrowing can step out of a range whose end the threshold meets.
+    conditions_.paramLuminanceThreshold = std::clamp(
+        conditions_.paramLuminanceThreshold, sourceRange_.luminanceMin, sourceRange_.luminanceMax);
+    const QVA_IMAGE image = ImageRecord(reduced.codes.get(), reduced.size);
+    const std::uint32_t status =
+        QVA_Analysis(handle_.Get(), &image, &sourceRange_, sizeof sourceRange_, &conditions_);
+    if (status != QVA_OK) {
+        RefuseStatus(status, range_, name_);
+    }
+    EnsureRegions(reduced.codes.get(), reduced.size);
+}
+
+/// Whether an analysis can be used is only told by a correction, so a line is corrected for
+/// nothing, before anything is written.
+void BandRenderer::EnsureRegions(std::uint16_t* codes, ImageSize reduced) const
+{
+    std::vector<std::uint16_t> line(static_cast<std::size_t>(page_.width * 3));
+    const auto known = static_cast<std::size_t>(std::min(reduced.width, page_.width) * 3);
+    std::copy_n(codes, known, line.begin());
+    const std::uint32_t status = TryCorrect(line.data(), Direction::Rows, {0, 1});
+    if (status == QVA_ERROR_INVALID_ARGUMENT) {
+        throw Failure(name_,
+                      fmt::format("the page is one even region, which cannot be rendered in bands, "
+                                  "only at once: 'qva print' with a --max-memory of {}M",
+                                  PrintMemory(page_) / 1000000 + 1));
+    }
+    if (status != QVA_OK) {
+        RefuseStatus(status, range_, name_);
+    }
+}
+
+void BandRenderer::Correct(std::uint16_t* codes, Direction direction, const LineRun& lines) const
+{
+    const std::uint32_t status = TryCorrect(codes, direction, lines);
+    if (status == QVA_ERROR_PROCESSING) {
+        throw Failure(name_, "memory ran out: lower --max-memory or --band-rows");
+    }
+    if (status != QVA_OK) {
+        RefuseStatus(status, range_, name_);
+    }
+}
+
+std::uint32_t BandRenderer::TryCorrect(std::uint16_t* codes, Direction direction,
+                                       const LineRun& lines) const
+{
+    const bool isRows = direction == Direction::Rows;
+    const ImageSize size =
+        isRows ? ImageSize{page_.width, lines.count} : ImageSize{lines.count, page_.height};
+    const QVA_IMAGE image = ImageRecord(codes, size);
+    const auto first = static_cast<std::uint32_t>(lines.first);
+    QVA_BAND_AREA band{0, 0, image.width - 1, image.height - 1, {1, 1, 0, 0}};
+    QVA_PAGE_AREA area{0, first, image.width - 1, first + image.height - 1, 0, 0};
+    if (!isRows) {
+        band = {0, 0, image.width - 1, image.height - 1, {0, 0, 1, 1}};
+        area = {first, 0, first + image.width - 1, image.height - 1, 0, 0};
+    }
+    area.pageWidth = static_cast<std::uint32_t>(page_.width);
+    area.pageHeight = static_cast<std::uint32_t>(page_.height);
+    return QVA_CorrectionForPrint(handle_.Get(), &image, &image, &sourceRange_, sizeof sourceRange_,
+                                  &conditions_, &band, &area);
+}
+
+} // namespace qva

@@ -1,0 +1,292 @@
+#include "page/page_result.h"
+
+#include "base/errors.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <fstream>
+#include <numeric>
+#include <sstream>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
+
+namespace qva {
+
+namespace {
+
+constexpr const char* lineEnd = "end";
+
+/// Whether a name still stands for an open file.
+bool IsFile(int descriptor, const std::string& name)
+{
+    struct stat open {};
+    struct stat named {};
+    return fstat(descriptor, &open) == 0 && stat(name.c_str(), &named) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+
+/// Whether a journal tells of more than a plan.
+bool HasBands(const std::string& journal)
+{
+    std::ifstream lines(journal);
+    std::string line;
+    return std::getline(lines, line) && std::getline(lines, line);
+}
+
+bool WriteAll(int descriptor, const std::string& text)
+{
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
+        if (count <= 0 && errno != EINTR) {
+            return false;
+        }
+        done += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    return true;
+}
+
+} // namespace
+
+/// A line of the journal: one band.
+struct PageResult::Entry {
+    std::uint32_t checksum = 0;
+    std::vector<std::uint64_t> sizes; ///< of its strips
+
+    std::string Text() const
+    {
+        return fmt::format("band {} {} {}\n", checksum, fmt::join(sizes, " "), lineEnd);
+    }
+
+    /// @return nothing for a line that was not written to its end.
+    static std::optional<Entry> Parse(const std::string& line)
+    {
+        std::istringstream words(line);
+        std::string word;
+        Entry entry;
+        if (!(words >> word >> entry.checksum) || word != "band") {
+            return std::nullopt;
+        }
+        for (std::uint64_t size = 0; words >> size;) {
+            entry.sizes.push_back(size);
+        }
+        words.clear();
+        return words >> word && word == lineEnd ? std::optional(entry) : std::nullopt;
+    }
+};
+
+PageResult::PageResult(const std::string& path, const TiffPage& page, std::int64_t linesPerBand,
+                       const std::string& plan, Continuation continuation)
+    : path_(path),
+      target_(ResolveOutput(path)),
+      part_(target_.path + ".qva-part"),
+      journal_(target_.path + ".qva-journal"),
+      page_(page),
+      linesPerBand_(linesPerBand),
+      plan_(plan)
+{
+    OpenPart(continuation);
+    try {
+        writer_.emplace(descriptor_, path_, page_);
+        if (continuation == Continuation::Resume || continuation == Continuation::Any) {
+            Resume(continuation);
+        }
+        if (ftruncate(descriptor_, writer_->End()) != 0) {
+            FailToWrite();
+        }
+        // Written anew up to here: what was found damaged is forgotten.
+        if (bands_ == 0) {
+            close(journalDescriptor_);
+            journalDescriptor_ =
+                open(journal_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
+            if (journalDescriptor_ < 0 || !WriteAll(journalDescriptor_, plan_ + "\n")) {
+                FailToWrite();
+            }
+        }
+    } catch (...) {
+        DiscardEmpty();
+        close(descriptor_);
+        close(journalDescriptor_);
+        throw;
+    }
+}
+
+PageResult::~PageResult()
+{
+    writer_.reset();
+    if (bands_ == 0) {
+        Discard();
+    }
+    close(descriptor_);
+    close(journalDescriptor_);
+}
+
+void PageResult::FailToWrite() const
+{
+    throw Failure(path_, "cannot be written: " + SystemReason(errno));
+}
+
+void PageResult::OpenPart(Continuation continuation)
+{
+    descriptor_ = open(part_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, target_.mode);
+    if (descriptor_ < 0) {
+        FailToWrite();
+    }
+    // Between opening and locking another run can have finished: what is locked then is its result.
+    if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0 || !IsFile(descriptor_, part_)) {
+        close(descriptor_);
+        throw Failure(path_, "another program is writing it");
+    }
+    // A journal without a part is that of a run which ended just before it removed it.
+    struct stat part = {};
+    if (continuation == Continuation::Refuse && fstat(descriptor_, &part) == 0 &&
+        part.st_size > 0 && HasBands(journal_))
+    {
+        close(descriptor_);
+        throw Failure(path_, fmt::format("an unfinished run left {}: --resume goes on with it, "
+                                         "--restart begins anew",
+                                         part_));
+    }
+    journalDescriptor_ =
+        open(journal_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (journalDescriptor_ < 0) {
+        const int error = errno;
+        DiscardEmpty();
+        close(descriptor_);
+        errno = error;
+        FailToWrite();
+    }
+}
+
+void PageResult::Resume(Continuation continuation)
+{
+    std::ifstream journal(journal_);
+    std::string line;
+    if (!std::getline(journal, line)) {
+        return;
+    }
+    if (line != plan_ && continuation == Continuation::Any) {
+        return;
+    }
+    if (line != plan_) {
+        throw Failure(path_, fmt::format("{} was begun with other options, another picture or "
+                                         "another version: --restart begins anew",
+                                         part_));
+    }
+    std::streamoff good = journal.tellg();
+    while (std::getline(journal, line)) {
+        const std::optional<Entry> entry = Entry::Parse(line);
+        if (!entry || static_cast<std::int64_t>(entry->sizes.size()) != StripsOfNextBand() ||
+            entry->sizes.empty() || !Holds(*entry, writer_->End()))
+        {
+            break;
+        }
+        for (const std::uint64_t size : entry->sizes) {
+            writer_->Keep(size);
+        }
+        Count(*entry);
+        good = journal.tellg();
+    }
+    if (bands_ > 0 && ftruncate(journalDescriptor_, good) != 0) {
+        FailToWrite();
+    }
+}
+
+/// Whether the part really holds a band: a machine that lost its power may have kept the journal
+/// but not all of the part.
+bool PageResult::Holds(const Entry& entry, std::int64_t place) const
+{
+    std::uint32_t checksum = 0;
+    std::vector<unsigned char> bytes;
+    for (const std::uint64_t size : entry.sizes) {
+        if (size > 2 * page_.layout.SizeOf(0) + 1024) {
+            return false;
+        }
+        bytes.resize(size);
+        if (pread(descriptor_, bytes.data(), size, place) != static_cast<ssize_t>(size)) {
+            return false;
+        }
+        checksum = StripWriter::Checksum(checksum, bytes);
+        place += static_cast<std::int64_t>(size);
+    }
+    return checksum == entry.checksum;
+}
+
+std::int64_t PageResult::StripsOfNextBand() const
+{
+    const std::int64_t first = FirstStrip();
+    const std::int64_t perBand =
+        (linesPerBand_ + page_.layout.stripLines - 1) / page_.layout.stripLines;
+    return std::min(perBand, page_.layout.Strips() - first);
+}
+
+void PageResult::Append(const std::uint16_t* codes)
+{
+    // Not all strips of a band at once: memory holds the band itself already.
+    constexpr std::int64_t stripsAtOnce = 64;
+    const std::int64_t end = FirstStrip() + StripsOfNextBand();
+    Entry entry;
+    for (std::int64_t first = FirstStrip(); first < end; first += stripsAtOnce) {
+        const std::int64_t count = std::min(stripsAtOnce, end - first);
+        for (const EncodedStrip& strip : EncodeStrips(page_, first, count, codes)) {
+            writer_->Append(strip);
+            entry.checksum = StripWriter::Checksum(entry.checksum, strip);
+            entry.sizes.push_back(strip.size());
+        }
+        codes += count * page_.layout.stripLines * page_.layout.lineLength * 3;
+    }
+    Note(entry);
+    Count(entry);
+}
+
+void PageResult::Count(const Entry& entry)
+{
+    const auto size = std::accumulate(entry.sizes.begin(), entry.sizes.end(), std::uint64_t{0});
+    checksum_ = static_cast<std::uint32_t>(
+        crc32_combine(checksum_, entry.checksum, static_cast<z_off_t>(size)));
+    ++bands_;
+}
+
+void PageResult::Note(const Entry& entry)
+{
+    if (!WriteAll(journalDescriptor_, entry.Text())) {
+        FailToWrite();
+    }
+}
+
+void PageResult::Finish(const Describer& describe)
+{
+    writer_->Finish(describe ? describe(checksum_) : std::string());
+    writer_.reset();
+}
+
+void PageResult::Commit()
+{
+    if (fchmod(descriptor_, target_.mode) != 0 || fsync(descriptor_) != 0 ||
+        std::rename(part_.c_str(), target_.path.c_str()) != 0)
+    {
+        FailToWrite();
+    }
+    unlink(journal_.c_str());
+}
+
+/// Leaves no file behind where a run could not begin.
+void PageResult::DiscardEmpty()
+{
+    struct stat part = {};
+    if (fstat(descriptor_, &part) == 0 && part.st_size == 0 && !HasBands(journal_)) {
+        Discard();
+    }
+}
+
+void PageResult::Discard()
+{
+    unlink(part_.c_str());
+    unlink(journal_.c_str());
+}
+
+} // namespace qva

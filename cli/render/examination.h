@@ -1,0 +1,25 @@
+// The first look at a picture: what it is, what light it holds, how it will be rendered.
+#pragma once
+
+#include "render/scan_load.h"
+
+#include <cstdint>
+#include <string>
+
+namespace qva {
+
+/// Everything found out about a picture and decided for it.
+struct Examination {
+    SourceDescription description;
+    Interpretation meaning;
+    PictureStatistics statistics;
+    SampleCounts counts;
+    RenderRange range;
+};
+
+/// Reads a picture once from start to end.
+/// @param source  set to the opened source, which stands behind its last row.
+Examination Examine(const std::string& path, const SourceOptions& options, const SizeLimits& limits,
+                    Progress& progress, std::unique_ptr<ImageSource>& source);
+
+} // namespace qva

@@ -1,0 +1,29 @@
+// Walks a source once: to measure its light, or to load it as an upright page of codes.
+#pragma once
+
+#include "base/progress.h"
+#include "colour/picture_statistics.h"
+#include "colour/range_choice.h"
+#include "colour/scene_decoder.h"
+#include "formats/image_source.h"
+#include "picture/rendered_page.h"
+
+#include <cstdint>
+
+namespace qva {
+
+/// Converts samples of a picture to codes of a range; rgb is used up.
+void EncodeBlock(float* rgb, std::size_t pixels, const SceneDecoder& decoder,
+                 const RenderRange& range, std::uint16_t* codes);
+
+/// Reads all rows of a freshly opened source once and gathers their light and flaws.
+PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
+                       Progress& progress);
+
+/// Reads all rows of a freshly opened source, converts them to codes of the range and sets them
+/// upright.
+/// @throws std::bad_alloc where the page does not fit memory.
+Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const RenderRange& range,
+              Progress& progress);
+
+} // namespace qva

@@ -1,0 +1,125 @@
+#include "base/output_file.h"
+
+#include "formats/image_writer.h"
+#include "samples.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qva {
+
+namespace {
+
+using samples::Folder;
+
+std::string Content(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void Write(const OutputFile& file, const std::string& text)
+{
+    const int descriptor = file.Duplicate();
+    ASSERT_EQ(static_cast<ssize_t>(text.size()), write(descriptor, text.data(), text.size()));
+    close(descriptor);
+}
+
+std::size_t Entries(const Folder& folder)
+{
+    return static_cast<std::size_t>(
+        std::distance(std::filesystem::directory_iterator(folder / ""), {}));
+}
+
+TEST(OutputFile, TakesItsNameOnlyWhenCommitted)
+{
+    const Folder folder;
+    const std::string path = folder / "a.tif";
+    samples::WriteBytes(path, "old");
+    chmod(path.c_str(), 0640);
+    {
+        const OutputFile file(path);
+        Write(file, "half");
+        EXPECT_EQ("old", Content(path));
+    }
+    EXPECT_EQ("old", Content(path));
+    EXPECT_EQ(1U, Entries(folder));
+    OutputFile file(path);
+    Write(file, "new");
+    file.Commit();
+    EXPECT_EQ("new", Content(path));
+    EXPECT_EQ(1U, Entries(folder));
+    struct stat status {};
+    stat(path.c_str(), &status);
+    EXPECT_EQ(0640U, status.st_mode & 0777U);
+}
+
+TEST(OutputFile, WritesThroughLinksAndRefusesSpecialFiles)
+{
+    const Folder folder;
+    samples::WriteBytes(folder / "real", "old");
+    std::filesystem::create_symlink("real", folder / "link");
+    std::filesystem::create_symlink("nowhere", folder / "dangling");
+    {
+        OutputFile file(folder / "link");
+        Write(file, "new");
+        file.Commit();
+    }
+    EXPECT_EQ("new", Content(folder / "real"));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
+    for (const std::string& path : {folder / "", folder / "dangling", folder / "none/a",
+                                    folder / "real/a", std::string("/dev/full")})
+    {
+        EXPECT_NE("", samples::ErrorOf([&path] { const OutputFile file(path); })) << path;
+    }
+}
+
+TEST(AreSameFile, SeesThroughNames)
+{
+    const Folder folder;
+    samples::WriteBytes(folder / "a", "");
+    samples::WriteBytes(folder / "b", "");
+    std::filesystem::create_symlink("a", folder / "soft");
+    std::filesystem::create_hard_link(folder / "a", folder / "hard");
+    EXPECT_TRUE(AreSameFile(folder / "a", folder / "./a"));
+    EXPECT_TRUE(AreSameFile(folder / "a", folder / "soft"));
+    EXPECT_TRUE(AreSameFile(folder / "a", folder / "hard"));
+    EXPECT_TRUE(AreSameFile(folder / "new", folder / "./new"));
+    EXPECT_FALSE(AreSameFile(folder / "a", folder / "b"));
+    EXPECT_FALSE(AreSameFile(folder / "a", folder / "new"));
+}
+
+TEST(WritePage, ReadsBackFromEveryFormat)
+{
+    const Folder folder;
+    Page page{{5, 3}, std::make_unique<std::uint16_t[]>(45)};
+    std::vector<float> expected;
+    for (std::size_t i = 0; i < 45; ++i) {
+        page.codes[i] = static_cast<std::uint16_t>(i * 1456);
+        expected.push_back(static_cast<float>(i * 1456));
+    }
+    const struct {
+        const char* name;
+        Compression compression;
+    } cases[] = {{"a.tif", Compression::None},
+                 {"b.TIFF", Compression::Lzw},
+                 {"c.tif", Compression::Deflate},
+                 {"d.png", Compression::None},
+                 {"e.PNG", Compression::Deflate}};
+    Progress progress(ProgressStyle::None);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        OutputFile file(folder / c.name);
+        WritePage(file, page, {FormatOfName(c.name), c.compression, 300.0}, progress);
+        file.Commit();
+        EXPECT_EQ(expected, samples::ReadAll(folder / c.name));
+    }
+    EXPECT_NE("", samples::ErrorOf([] { FormatOfName("photo.jpg"); }));
+}
+
+} // namespace
+
+} // namespace qva

@@ -1,0 +1,132 @@
+#include "colour/scene_decoder.h"
+
+#include "colour/icc_builder.h"
+#include "colour/transfer_functions.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace qva {
+
+namespace {
+
+constexpr float infinity = std::numeric_limits<float>::infinity();
+
+Interpretation Codes(Transfer transfer, const Chromaticities& primaries)
+{
+    Interpretation meaning;
+    meaning.transfer = transfer;
+    meaning.primaries = primaries;
+    meaning.isInteger = true;
+    meaning.largestCode = 65535.0;
+    meaning.codeWhite = 65535.0;
+    meaning.luminanceMax = transfer == Transfer::Pq ? 10000.0 : 100.0;
+    return meaning;
+}
+
+std::vector<float> Decode(const Interpretation& meaning, std::vector<float> rgb)
+{
+    SampleCounts counts;
+    SceneDecoder(meaning, "photo").Decode(rgb.data(), rgb.size() / 3, counts);
+    return rgb;
+}
+
+void ExpectNear(const std::vector<double>& expected, const std::vector<float>& actual,
+                double relative)
+{
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_NEAR(expected[i], actual[i], std::abs(expected[i]) * relative + 1e-4) << i;
+    }
+}
+
+// ITU-R BT.2408-7, table 1 and annex 4: signal levels of PQ and HLG (peak 1000 cd/m²) in percent,
+// given to whole percents; SMPTE ST 2084: 100 cd/m² is the signal 0.508, 1000 is 0.752.
+TEST(SceneDecoder, FollowsTheStandardsCurves)
+{
+    const struct {
+        Transfer transfer;
+        double signal;
+        double luminance;
+        double relative;
+    } cases[] = {
+        {Transfer::Pq, 0.508, 100.0, 0.005},  {Transfer::Pq, 0.752, 1000.0, 0.005},
+        {Transfer::Pq, 1.0, 10000.0, 1e-6},   {Transfer::Pq, 0.0, 0.0, 0.0},
+        {Transfer::Pq, 0.58, 203.0, 0.01},    {Transfer::Hlg, 0.75, 203.0, 0.001},
+        {Transfer::Hlg, 1.0, 1000.0, 1e-4},   {Transfer::Hlg, 0.38, 26.0, 0.02},
+        {Transfer::Srgb, 0.5, 21.404, 0.001}, {Transfer::Linear, 0.25, 25.0, 0.001},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.signal);
+        const auto code = static_cast<float>(std::round(c.signal * 65535.0));
+        ExpectNear({c.luminance, c.luminance, c.luminance},
+                   Decode(Codes(c.transfer, bt2020), {code, code, code}), c.relative);
+    }
+}
+
+TEST(SceneDecoder, PqRoundTripAndItsStretchedRange)
+{
+    for (const double luminance : {0.0, 0.005, 1.0, 203.0, 9999.0}) {
+        EXPECT_NEAR(luminance, PqToLuminance(LuminanceToPq(luminance)), luminance * 1e-9 + 1e-9);
+    }
+    Interpretation meaning = Codes(Transfer::Pq, bt2020);
+    meaning.luminanceMin = 0.01;
+    meaning.luminanceMax = 1000.0;
+    const std::vector<float> ends = Decode(meaning, {0, 65535, 0});
+    ExpectNear({0.01, 1000.0}, ends, 1e-5);
+    EXPECT_NEAR(0.25, LuminanceToSignal(meaning, SignalToLuminance(meaning, 0.25)), 1e-9);
+}
+
+// ITU-R BT.2087-0, 3.1: the matrix from BT.709 to BT.2020 to four decimals.
+TEST(SceneDecoder, ConvertsPrimaries)
+{
+    const Interpretation meaning = Codes(Transfer::Linear, bt709);
+    ExpectNear({62.74, 6.91, 1.64}, Decode(meaning, {65535, 0, 0}), 0.004);
+    ExpectNear({32.93, 91.95, 8.80}, Decode(meaning, {0, 65535, 0}), 0.004);
+    ExpectNear({4.33, 1.14, 89.56}, Decode(meaning, {0, 0, 65535}), 0.004);
+    // Another white stays white.
+    ExpectNear({100, 100, 100},
+               Decode(Codes(Transfer::Linear, *FindPrimaries("aces")), {65535, 65535, 65535}),
+               1e-4);
+}
+
+TEST(SceneDecoder, HlgDisplayKeepsTheRatiosOfLight)
+{
+    const std::vector<float> out = Decode(Codes(Transfer::Hlg, bt2020), {65535, 32768, 0});
+    // Scene light 1 and 1/12 of the primaries; Ys = 0.2627 + 0.6780 / 12 (BT.2100-2, table 5).
+    const double gain = 1000.0 * std::pow(0.2627 + 0.6780 / 12.0, 0.2);
+    ExpectNear({gain, gain / 12.0, 0.0}, out, 2e-4);
+}
+
+// A matrix profile and the same primaries and power without the colour engine.
+TEST(SceneDecoder, ReadsIccProfiles)
+{
+    Interpretation plain = Codes(Transfer::Power, *FindPrimaries("adobe-rgb"));
+    plain.exponent = 2.2;
+    Interpretation profile = Codes(Transfer::Profile, bt709);
+    profile.profile = BuildRgbProfile(plain.primaries, 2.2, "test");
+    const std::vector<float> samples = {65535, 65535, 65535, 50000, 20000, 40000, 9000, 60000, 100};
+    const std::vector<float> expected = Decode(plain, samples);
+    ExpectNear({expected.begin(), expected.end()}, Decode(profile, samples), 0.002);
+}
+
+TEST(SceneDecoder, BringsFlawsIntoRangeAndCountsThem)
+{
+    Interpretation meaning;
+    meaning.primaries = bt709;
+    meaning.luminanceMax = 100.0;
+    std::vector<float> rgb = {NAN, 1, 1, infinity, 0, 0, -infinity, 0, 0, -0.5f, 1, 1, -0.0f, 0, 0};
+    SampleCounts counts;
+    SceneDecoder(meaning, "photo").Decode(rgb.data(), 5, counts);
+    EXPECT_EQ(1U, counts.notANumber);
+    EXPECT_EQ(2U, counts.infinite);
+    EXPECT_EQ(1U, counts.negative);
+    for (std::size_t i = 0; i < rgb.size(); ++i) {
+        EXPECT_TRUE(i == 3 ? rgb[i] == infinity : std::isfinite(rgb[i])) << i;
+    }
+    ExpectNear({37.26, 93.09, 98.36}, rgb, 0.001);
+}
+
+} // namespace
+
+} // namespace qva

@@ -1,0 +1,18 @@
+# qva preview: the print before its device step.
+. "$(dirname "$0")/../support/shell_support.sh"
+
+expect 0 "" preview photo.exr -o screen.tif -q --compression none
+expect 0 "" print photo.exr -o print.tif -q --compression none
+cmp -s screen.tif print.tif && fail "the device step changes nothing"
+# A display has a black of 0, so even its print has no device step.
+expect 0 "" preview photo.exr -o screen.tif -q --compression none --profile device.icc
+expect 0 "" print photo.exr -o print.tif -q --compression none --profile device.icc
+cmp -s screen.tif print.tif || fail "print and preview differ on a display"
+expect 0 "generic photo paper" preview photo.png -o screen.png --side-by-side sheet.png
+expect 0 "" info sheet.png
+expect_output "100 x 32 pixels"
+echo old >old.tif
+expect 1 "cut: " preview cut -o old.tif
+[ "$(cat old.tif)" = old ] || fail "the old file changed"
+expect 2 "--output is required" preview photo.exr
+finish

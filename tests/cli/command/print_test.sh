@@ -1,0 +1,126 @@
+# qva print on pictures of every format, on broken ones and where the output cannot be written.
+. "$(dirname "$0")/../support/shell_support.sh"
+
+for photo in photo.exr photo.hdr photo.png pq.png photo16.tif photo32.tif; do
+    for result in result.tif result.png; do
+        rm -f "$result"
+        expect 0 "generic photo paper" print "$photo" -o "$result"
+        expect 0 "" info "$result"
+        expect_output "48 x 32 pixels"
+        expect_output "16-bit integer, RGB"
+    done
+done
+# The result says what it is: gamma 2.2 with the primaries of BT.2020.
+expect 0 "" info result.png
+expect_output "gamma 2.2 (cICP chunk)"
+expect_output "bt2020"
+expect 0 "generic" print photo.exr -o result.tif --compression none --dpi 300 --side-by-side s.png
+expect 0 "" info result.tif
+expect_output "ICC profile"
+expect 0 "" info s.png
+expect_output "100 x 32 pixels"
+
+# The resolution goes on from file to file.
+for next in next.png next.tif; do
+    expect 0 "" print result.tif -q -o $next
+    expect 0 "" info $next
+    expect_output "300 pixels per inch"
+    mv $next result2.${next##*.}
+done
+expect 0 "" print result2.png -q -o next.tif
+expect 0 "" info next.tif
+expect_output "300 pixels per inch"
+
+# The same bytes again, for any number of threads; another paper white gives others.
+expect 0 "" print photo.exr -o again.tif --quiet --compression none --dpi 300 --threads 1
+cmp -s result.tif again.tif || fail "one thread gives other bytes"
+for option in "--paper-white 200" "--threshold 20" "--top 500" "--white 100"; do
+    # shellcheck disable=SC2086
+    expect 0 "" print photo.exr -o again.tif --quiet --compression none --dpi 300 $option
+    cmp -s result.tif again.tif && fail "$option changes nothing"
+done
+expect 0 "" print photo.exr -o again.tif -q --intent saturation --no-black-point-compensation
+expect 0 "device.icc: is the profile of a display" print photo.exr -o again.tif --profile device.icc
+expect 0 "" print photo.exr -o again.tif --profile device.icc -q
+expect 2 "a file is missing" print photo.exr -o again.tif --profile ""
+expect 2 "unknown subcommand" develop photo.exr
+expect 2 "unknown option" --develop
+"$qva" print photo.exr -o again.tif --verbose 2>stderr.txt
+grep -q "handed over" stderr.txt || fail "--verbose tells nothing"
+expect 0 "" print flawed.exr -o again.tif -q
+"$qva" print flawed.exr -o again.tif --profile device.icc 2>stderr.txt
+grep -q "1 sample not a number, 1 infinite, 1 negative" stderr.txt || fail "flaws are not told"
+
+# Nothing but a complete result replaces what stands under its name.
+echo old >old.tif
+keeps_old() {
+    expect "$@"
+    [ "$(cat old.tif)" = old ] || fail "the old file changed: $*"
+    [ -z "$(find . -name '.qva-*')" ] || fail "a temporary stayed: $*"
+    echo old >old.tif
+}
+for photo in photo.exr photo.hdr photo.png photo16.tif photo32.tif; do
+    head -c $(($(stat -c %s "$photo") / 2)) "$photo" >cut
+    keeps_old 1 "cut: " print cut -o old.tif
+done
+keeps_old 1 "none.exr: no such file" print none.exr -o old.tif
+keeps_old 1 "none.icc: no such file" print photo.exr -o old.tif --profile none.icc
+keeps_old 1 "is not an ICC profile" print photo.exr -o old.tif --profile photo.hdr
+{ cat device.icc; echo; } >longer.icc
+keeps_old 1 "longer.icc: the profile states a size" print photo.exr -o old.tif --profile longer.icc
+head -c 300 device.icc >shorter.icc
+keeps_old 1 "shorter.icc: the profile states" print photo.exr -o old.tif --profile shorter.icc
+keeps_old 1 "--max-pixels" print photo.exr -o old.tif --max-pixels 100
+keeps_old 1 "not above the black of the paper" print photo.exr -o old.tif --top 0.01
+ulimit_run() {
+    (ulimit -f 1; exec "$qva" "$@")
+}
+# A reached file size limit behaves as a full disk does.
+for result in old.tif old.png; do
+    echo old >"$result"
+    ulimit_run print photo.exr -o "$result" -q --compression none 2>stderr.txt
+    [ $? = 1 ] || fail "a full disk goes unnoticed: $result"
+    grep -q "$result: cannot be written: " stderr.txt || fail "full disk: $(cat stderr.txt)"
+    [ "$(cat "$result")" = old ] || fail "a full disk changed $result"
+    [ -z "$(find . -name '.qva-*')" ] || fail "a full disk leaves a temporary"
+done
+expect 1 "none/a.tif: cannot be written" print photo.exr -o none/a.tif
+expect 1 "cannot be written" print photo.exr -o /proc/a.tif
+mkdir a.tif
+expect 1 "a.tif: is a directory" print photo.exr -o a.tif
+ln -s /dev/full full.tif
+expect 1 "full.tif: is not a regular file" print photo.exr -o full.tif
+[ -c /dev/full ] || fail "/dev/full was replaced"
+
+# Messages that cannot be written change nothing; nor do they go into files.
+"$qva" print photo.exr -o told.tif 2>stderr.txt
+"$qva" print photo.exr -o untold.tif --verbose 2>/dev/full ||
+    fail "a full disk behind standard error: exit code $?"
+cmp -s told.tif untold.tif || fail "a full disk behind standard error changes the result"
+"$qva" print photo.exr -o closed.tif --verbose <&- >&- 2>&- || fail "closed streams: exit code $?"
+cmp -s told.tif closed.tif || fail "closed streams change the result"
+"$qva" print none.exr -o none.tif 2>&-
+[ $? = 1 ] || fail "a failure that cannot be told gives another exit code"
+
+cp photo16.tif same.tif
+ln same.tif hard.tif
+ln -s same.tif soft.tif
+for name in same.tif ./same.tif hard.tif soft.tif; do
+    expect 2 "is the photograph" print same.tif -o "$name"
+done
+cmp -s photo16.tif same.tif || fail "the photograph changed"
+expect 2 "is the result" print photo.exr -o r.png --side-by-side ./r.png
+expect 2 "must end in" print photo.exr -o r.jpg
+expect 2 "must end in .png" print photo.exr -o r.tif --side-by-side s.tif
+expect 2 "--output is required" print photo.exr
+expect 2 "--paper-white: '300' is not one of" print photo.exr -o r.tif --paper-white 300
+expect 2 "--threads: '1.5' is not a whole number" print photo.exr -o r.tif --threads 1.5
+expect 2 "--threads: 99999999999 is not between 1 and" print photo.exr -o r.tif --threads 99999999999
+expect 2 "--dpi: '' is not a number" print photo.exr -o r.tif --dpi ''
+expect 2 "--compression: PNG knows" print photo.exr -o r.png --compression lzw
+expect 2 "--unknown" print photo.exr -o r.tif --unknown
+[ -e r.tif ] && fail "a misused call wrote a file"
+
+expect 0 "" print --help
+expect_output "Examples:"
+finish

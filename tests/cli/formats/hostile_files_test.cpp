@@ -1,0 +1,347 @@
+// Files made to break readers: each is read by a documented rule or refused by name and reason,
+// before memory is taken for what it promises.
+#include "base/errors.h"
+#include "base/memory_limit.h"
+#include "colour/icc_builder.h"
+#include "colour/printer_profile.h"
+#include "colour/profile_transform.h"
+#include "colour/scene_decoder.h"
+#include "formats/image_source.h"
+#include "formats/tiff_strips.h"
+#include "picture_kinds.h"
+#include "samples.h"
+
+#include <OpenEXR/ImfArray.h>
+#include <OpenEXR/ImfTiledRgbaFile.h>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <sys/stat.h>
+#include <zlib.h>
+
+namespace qva {
+
+namespace {
+
+using samples::ErrorOf;
+using samples::Folder;
+
+constexpr std::uint64_t everyPixel = 1000000000000000;
+
+/// Bytes that reading may take. The sanitizers hold back much of what was given back to them.
+#if defined(LUMO_PLAIN_HEAP)
+constexpr std::uint64_t allowance = std::uint64_t{1} << 30;
+#else
+constexpr std::uint64_t allowance = std::uint64_t{64} << 20;
+#endif
+
+std::string Bytes(std::uint64_t number, int count, bool isLittle)
+{
+    std::string bytes;
+    for (int i = 0; i < count; ++i) {
+        bytes.push_back(static_cast<char>(number >> 8 * (isLittle ? i : count - 1 - i)));
+    }
+    return bytes;
+}
+
+std::string Content(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// A directory of LONG entries, 4 x 4 pixels of 16-bit RGB in one strip but for what is given.
+/// @param next  the place of the next directory.
+std::string Tiff(const std::map<unsigned, std::uint64_t>& given, std::uint64_t next = 0)
+{
+    std::map<unsigned, std::uint64_t> entries = {{256, 4}, {257, 4}, {258, 16}, {259, 1}, {262, 2},
+                                                 {273, 8}, {277, 3}, {278, 4},  {279, 96}};
+    for (const auto& [tag, value] : given) {
+        entries[tag] = value;
+    }
+    std::string bytes("II*\0", 4);
+    bytes += Bytes(104, 4, true) + std::string(96, 'p');
+    bytes += Bytes(entries.size(), 2, true);
+    for (const auto& [tag, value] : entries) {
+        // A profile has bytes at the start of the file, as many as are given.
+        const bool isProfile = tag == 34675;
+        bytes += Bytes(tag, 2, true) + Bytes(isProfile ? 7 : 4, 2, true) +
+                 Bytes(isProfile ? value : 1, 4, true) + Bytes(isProfile ? 8 : value, 4, true);
+    }
+    return bytes + Bytes(next, 4, true);
+}
+
+std::string PngChunk(const std::string& name, const std::string& data)
+{
+    const std::string body = name + data;
+    const uLong sum =
+        crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()));
+    return Bytes(data.size(), 4, false) + body + Bytes(sum, 4, false);
+}
+
+std::string Png(std::uint64_t width, std::uint64_t height, const std::string& kind,
+                const std::string& more = "")
+{
+    return std::string("\x89PNG\r\n\x1a\n") +
+           PngChunk("IHDR", Bytes(width, 4, false) + Bytes(height, 4, false) + kind) + more +
+           PngChunk("IDAT", std::string(30, 'x')) + PngChunk("IEND", "");
+}
+
+/// An OpenEXR file with numbers written over those of an attribute.
+std::string Exr(const std::string& whole, const std::string& attribute,
+                const std::vector<std::int32_t>& values)
+{
+    std::string bytes = whole;
+    // Behind both names, which end in 0, stands the size.
+    const std::size_t type = bytes.find(attribute) + attribute.size() + 1;
+    std::size_t place = bytes.find('\0', type) + 5;
+    for (const std::int32_t value : values) {
+        bytes.replace(place, 4, Bytes(static_cast<std::uint32_t>(value), 4, true));
+        place += 4;
+    }
+    return bytes;
+}
+
+std::string Hdr(const std::string& lines)
+{
+    return "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n" + lines;
+}
+
+/// Reads a picture as the program does, but for the table of integer codes, which takes long to
+/// build and does not depend on the file.
+void Read(const std::string& path, std::uint64_t maxPixels)
+{
+    const auto source = OpenImage(path, {maxPixels});
+    const Interpretation meaning = Interpret(source->Describe(), {});
+    std::optional<SceneDecoder> decoder;
+    if (!meaning.isInteger || meaning.transfer == Transfer::Profile) {
+        decoder.emplace(meaning, path);
+    }
+    const ImageSize size = source->Size();
+    std::vector<float> row(static_cast<std::size_t>(size.width * 3));
+    SampleCounts counts;
+    for (std::int64_t y = 0; y < size.height; ++y) {
+        source->ReadRows(1, row.data());
+        if (decoder) {
+            decoder->Decode(row.data(), static_cast<std::size_t>(size.width), counts);
+        }
+    }
+}
+
+struct Hostile {
+    std::string name;
+    std::string bytes;
+    std::string reason; ///< "" where it is read
+};
+
+std::vector<Hostile> HostileTiffs()
+{
+    constexpr std::uint64_t most = 0xffffffff;
+    return {
+        {"loop", Tiff({}, 104), ""},
+        {"sides", Tiff({{256, 0x7fffffff}, {257, 0x7fffffff}}), "StripOffsets"},
+        {"no pixels", Tiff({{256, 0}}), "cannot be read as TIFF: "},
+        {"16 GB", Tiff({{256, 50000}, {257, 50000}, {278, 50000}}), "cannot hold 50000 x 50000"},
+        {"16 GB packed", Tiff({{256, 50000}, {257, 50000}, {259, 8}}), "cannot hold"},
+        {"strips without end", Tiff({{257, most}, {278, 1}}), "number of strips"},
+        {"tile", Tiff({{322, 1U << 30}, {323, 1U << 30}, {324, 8}, {325, 96}}), "longer than"},
+        {"tiles of a pixel", Tiff({{256, 1U << 20}, {257, 1U << 20}, {322, 1}, {323, 1}}), ": "},
+        {"strip behind the end", Tiff({{273, most}}), "is damaged"},
+        {"strip too long", Tiff({{279, most}}), ""},
+        {"empty strip", Tiff({{279, 0}}), ""},
+        {"rows that make no strip", Tiff({{278, 0}}), ": "},
+        {"palette without colours", Tiff({{258, 8}, {262, 3}, {277, 1}}), ""}, // grey
+        {"CMYK", Tiff({{262, 5}, {277, 4}}), "photometric interpretation 5"},
+        {"YCbCr", Tiff({{258, 8}, {262, 6}}), "photometric interpretation 6"},
+        {"Lab", Tiff({{262, 8}}), "photometric interpretation 8"},
+        {"bilevel", Tiff({{258, 1}, {262, 1}, {277, 1}}), "1-bit samples"},
+        {"double", Tiff({{258, 64}, {339, 3}}), "64-bit samples"},
+        {"signed", Tiff({{339, 2}}), "samples of format 2"},
+        {"too few samples", Tiff({{277, 2}}), "has 2 samples"},
+        {"samples without end", Tiff({{277, 65535}}), ": "},
+        {"unknown compression", Tiff({{259, 60000}}), ": "},
+        {"orientation", Tiff({{274, 99}}), ""},
+        {"long profile", Tiff({{34675, 0x7fffffff}}), "ICC profile is damaged"},
+        {"false profile", Tiff({{34675, 128}}), "ICC profile is damaged"},
+        {"no directory", std::string("II*") + std::string(13, '\0'), "cannot be read as TIFF"},
+        {"directory behind the end", std::string("II*\0", 4) + std::string(4, '\x7f'),
+         "cannot be read as TIFF"},
+    };
+}
+
+std::vector<Hostile> HostilePngs()
+{
+    const std::string rgb("\x10\x02\0\0\0", 5);
+    return {
+        {"sides", Png(0x7fffffff, 0x7fffffff, rgb), "a side is longer than"},
+        {"16 GB", Png(60000, 60000, rgb), "cannot hold 60000 x 60000"},
+        {"16 GB interlaced", Png(60000, 60000, std::string("\x10\x02\0\0\1", 5)), "cannot hold"},
+        {"no pixels", Png(0, 5, rgb), ": "},
+        {"no palette", Png(4, 4, std::string("\x08\x03\0\0\0", 5)), ": "},
+        {"kind", Png(4, 4, std::string("\x07\x05\0\0\0", 5)), ": "},
+        {"chunk without end", Png(4, 4, rgb, Bytes(0x7ffffff0, 4, false) + "iCCP"), ": "},
+        {"profile", Png(4, 4, rgb, PngChunk("iCCP", std::string("p") + std::string(40, '\0'))),
+         "ICC profile is damaged"},
+    };
+}
+
+std::vector<Hostile> HostileHdrs()
+{
+    return {
+        {"sides", Hdr("\n-Y 2147483647 +X 2147483647\n"), "a side is longer than"},
+        {"16 GB", Hdr("\n-Y 40000 +X 40000\n"), "cannot hold 40000 x 40000"},
+        {"digits", Hdr("\n-Y 99999999999999999999 +X 1\n"), "resolution line"},
+        {"negative", Hdr("\n-Y -5 +X 4\n"), "no pixels"},
+        {"exposure", Hdr("EXPOSURE=0\n\n-Y 1 +X 1\nabcd"), "EXPOSURE"},
+        {"line without end", Hdr(std::string(100000, 'x')), "header is damaged"},
+        {"lines without end", Hdr(std::string(5000, 'a')), "header is damaged"},
+        {"run before a pixel", Hdr("\n-Y 1 +X 9\n\1\1\1\5"), "longer than its line"},
+        {"run too long", Hdr("\n-Y 1 +X 9\nabcd\1\1\1\377\1\1\1\377"), "longer than its line"},
+    };
+}
+
+std::vector<Hostile> HostileExrs(const Folder& folder)
+{
+    samples::WriteExr(folder / "exr", {4, 3}, std::vector<float>(36, 0.5f), {});
+    const std::string whole = Content(folder / "exr");
+    {
+        Imf::TiledRgbaOutputFile file((folder / "tiled").c_str(), 4, 3, 2, 2, Imf::ONE_LEVEL);
+        const Imf::Array2D<Imf::Rgba> pixels(3, 4);
+        file.setFrameBuffer(&pixels[0][0], 1, 4);
+        file.writeTiles(0, 1, 0, 1);
+    }
+    const std::string tiled = Content(folder / "tiled");
+    constexpr std::int32_t far = 1 << 30;
+    const std::string moved = Exr(whole, "dataWindow", {far - 8, far - 8, far - 5, far - 6});
+    std::string renamed = whole;
+    renamed[renamed.find("G", renamed.find("chlist"))] = 'H';
+    return {
+        {"far", moved, ""}, // the display window is elsewhere: black
+        {"farther", Exr(whole, "dataWindow", {far, far, far + 3, far + 2}), "OpenEXR"},
+        {"from far to far", Exr(whole, "dataWindow", {-far, -far, far, far}), "OpenEXR"},
+        {"wide display", Exr(whole, "displayWindow", {-far, -far, far, far}), "OpenEXR"},
+        {"16 GB", Exr(whole, "dataWindow", {0, 0, 49999, 49999}), "OpenEXR"},
+        {"turned inside out", Exr(whole, "dataWindow", {5, 5, 0, 0}), "OpenEXR"},
+        {"missing channel", renamed, "has no channel G"},
+        {"tiles", tiled, ""},
+        {"large tile", Exr(tiled, "tiles", {far, far}), "OpenEXR"},
+    };
+}
+
+TEST(HostileFiles, AreRefusedByNameBeforeMemoryIsTaken)
+{
+    const Folder folder;
+    const std::string path = folder / "hostile";
+    const std::vector<Hostile> groups[] = {HostileTiffs(), HostilePngs(), HostileHdrs(),
+                                           HostileExrs(folder)};
+    const std::uint64_t before = PeakMemory();
+    for (const std::vector<Hostile>& group : groups) {
+        for (const Hostile& file : group) {
+            SCOPED_TRACE(file.name);
+            samples::WriteBytes(path, file.bytes);
+            const std::string error = ErrorOf([&path] { Read(path, everyPixel); });
+            EXPECT_EQ(file.reason.empty(), error.empty()) << error;
+            EXPECT_NE(std::string::npos, error.find(file.reason)) << error;
+            EXPECT_TRUE(error.empty() || error.starts_with(path + ": ")) << error;
+            const std::string share = ErrorOf([&path] { StripReader(path).Encoded(0); });
+            EXPECT_TRUE(share.empty() || share.starts_with(path + ": ")) << share;
+            EXPECT_GT(before + allowance, PeakMemory());
+        }
+    }
+}
+
+TEST(HostileFiles, AreNoPipesAndDevices)
+{
+    const Folder folder;
+    const std::string pipe = folder / "pipe";
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    for (const std::string& path :
+         {pipe, folder / "", std::string("/dev/zero"), std::string("/proc/self/mem")})
+    {
+        for (const auto& read : {std::function<void()>([&] { OpenImage(path, {everyPixel}); }),
+                                 std::function<void()>([&] { ReadPrinterProfile(path); }),
+                                 std::function<void()>([&] { StripReader reader(path); })})
+        {
+            EXPECT_TRUE(ErrorOf(read).starts_with(path + ": ")) << path;
+        }
+    }
+}
+
+/// Tries a file cut short at every place and with every bit turned over.
+/// @param stride  1 for all; otherwise every so many places behind the first 256, and one bit
+/// there.
+long Mutate(const std::string& whole, std::size_t stride,
+            const std::function<void(const std::string&)>& attempt)
+{
+    long tried = 0;
+    const auto step = [stride](std::size_t place) { return place < 256 ? 1 : stride; };
+    for (std::size_t keep = 0; keep < whole.size(); keep += step(keep), ++tried) {
+        attempt(whole.substr(0, keep));
+    }
+    for (std::size_t place = 0; place < whole.size(); place += step(place)) {
+        const bool all = stride == 1;
+        for (std::size_t bit = all ? 0 : place % 8; bit < (all ? 8 : place % 8 + 1); ++bit) {
+            std::string changed = whole;
+            changed[place] = static_cast<char>(changed[place] ^ (1 << bit));
+            attempt(changed);
+            ++tried;
+        }
+    }
+    return tried;
+}
+
+std::size_t Stride()
+{
+    const char* every = std::getenv("LUMO_SWEEP_STRIDE");
+    return every != nullptr ? static_cast<std::size_t>(std::max(std::atol(every), 1L)) : 61;
+}
+
+TEST(HostileFiles, CutOrWithBitsTurnedOverAreReadOrRefusedByName)
+{
+    const Folder kinds;
+    const Folder folder;
+    const std::string path = folder / "mutated";
+    samples::WritePictureKinds(kinds / "");
+    const std::uint64_t before = PeakMemory();
+    long tried = 0;
+    long refused = 0;
+    for (const auto& kind : std::filesystem::directory_iterator(kinds / "")) {
+        SCOPED_TRACE(kind.path().filename());
+        tried += Mutate(Content(kind.path()), Stride(), [&](const std::string& bytes) {
+            // A file system may wait for the disk where a file replaces its own bytes.
+            std::filesystem::remove(path);
+            samples::WriteBytes(path, bytes);
+            const std::string error = ErrorOf([&path] { Read(path, 1 << 18); });
+            EXPECT_TRUE(error.empty() || error.starts_with(path + ": ")) << error;
+            refused += error.empty() ? 0 : 1;
+        });
+    }
+    EXPECT_GT(before + allowance, PeakMemory());
+    std::cout << tried << " files tried, " << refused << " refused\n";
+    RecordProperty("tried", std::to_string(tried));
+}
+
+TEST(HostileFiles, ProfilesAreUsedOrRefusedByName)
+{
+    const std::vector<unsigned char> profile = RenderedProfile();
+    const std::uint64_t before = PeakMemory();
+    long refused = 0;
+    const std::string whole(profile.begin(), profile.end());
+    const long tried = Mutate(whole, Stride(), [&](const std::string& text) {
+        const std::vector<unsigned char> bytes(text.begin(), text.end());
+        for (const auto& use : {std::function<void()>([&] { CheckPrinterProfile(bytes, "name"); }),
+                                std::function<void()>([&] { ProfileTransform(bytes, "name"); })})
+        {
+            const std::string error = ErrorOf(use);
+            EXPECT_TRUE(error.empty() || error.starts_with("name: ")) << error;
+            refused += error.empty() ? 0 : 1;
+        }
+    });
+    EXPECT_GT(before + allowance, PeakMemory());
+    std::cout << tried << " profiles tried in two ways, refused " << refused << " times\n";
+}
+
+} // namespace
+
+} // namespace qva

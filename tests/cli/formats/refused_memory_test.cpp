@@ -1,0 +1,139 @@
+// Every request for memory that reading and writing a page make through operator new is refused in
+// turn, also where it is made in a parallel loop or below a C library.
+#include "base/errors.h"
+#include "formats/image_writer.h"
+#include "page/page_lines.h"
+#include "render/examination.h"
+#include "render/scan_load.h"
+#include "samples.h"
+
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <limits>
+#include <new>
+
+static std::atomic<long> asked{-1}; // below 0 while none counts
+static std::atomic<long> refused{0};
+static std::atomic<bool> lasting{false};
+
+[[gnu::noinline]] void* operator new(std::size_t size)
+{
+    if (asked >= 0) {
+        const long number = asked++;
+        if (number == refused || (lasting && number > refused)) {
+            throw std::bad_alloc();
+        }
+    }
+    void* block = std::malloc(size > 0 ? size : 1);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+[[gnu::noinline]] void operator delete(void* block) noexcept
+{
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+namespace qva {
+
+namespace {
+
+constexpr ImageSize size = {24, 40};
+
+std::string Content(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// @return whether it was done.
+template <typename Call>
+bool IsDone(const Call& call)
+{
+    try {
+        call();
+        return true;
+    } catch (const Error&) {
+    } catch (const std::bad_alloc&) {
+    } catch (const std::length_error&) {
+    }
+    return false;
+}
+
+/// What a print does but for the rendering, which has a sweep of its own.
+/// @param asColumns  the way of a page in bands, through a scratch file.
+void Copy(const std::string& photo, const std::string& result, bool asColumns)
+{
+    constexpr SizeLimits limits = {1000000};
+    Progress progress(ProgressStyle::None);
+    OutputFile output(result);
+    std::unique_ptr<ImageSource> source;
+    const Examination found = Examine(photo, {}, limits, progress, source);
+    const SceneDecoder decoder(found.meaning, photo);
+    source->Open(photo, limits);
+    Page page = LoadPage(*source, decoder, found.range, progress);
+    if (asColumns) {
+        PageLines lines(*source, decoder, found.range, Direction::Columns, limits,
+                        FolderOf(result));
+        lines.Seek(0, progress);
+        lines.Read(size.width, page.codes.get());
+    }
+    WritePage(output, page, {FormatOfName(result), Compression::Deflate, 300.0}, progress);
+    output.Commit();
+}
+
+TEST(RefusedMemory, EndsInAMessageAndLeavesTheOldFile)
+{
+    const samples::Folder folder;
+    std::vector<double> light;
+    for (int i = 0; i < size.width * size.height * 3; ++i) {
+        light.push_back(0.01 * std::pow(1.003, i));
+    }
+    light[5] = std::numeric_limits<double>::infinity();
+    const std::string photo = folder / "photo";
+    samples::WriteTiff(photo, size, light, {.bits = 32, .isFloat = true});
+    const char* every = std::getenv("LUMO_SWEEP_STRIDE");
+    const long stride = every != nullptr ? std::atol(every) : 1;
+    long count = 0;
+    for (const std::string name : {"a.tif", "a.png", "columns.tif"}) {
+        SCOPED_TRACE(name);
+        const std::string result = folder / name;
+        const auto run = [&] { Copy(photo, result, name == "columns.tif"); };
+        run();
+        const std::string whole = Content(result);
+        refused = std::numeric_limits<long>::max();
+        asked = 0;
+        run();
+        const long last = asked.exchange(-1);
+        for (const bool all : {false, true}) {
+            for (long number = 0; number < last; number += stride, ++count) {
+                samples::WriteBytes(result, "old");
+                lasting = all;
+                refused = number;
+                asked = 0;
+                const bool done = IsDone(run);
+                asked = -1;
+                EXPECT_EQ(done ? whole : "old", Content(result)) << number;
+                for (const auto& entry : std::filesystem::directory_iterator(folder / "")) {
+                    EXPECT_FALSE(entry.path().filename().string().starts_with(".")) << number;
+                }
+            }
+        }
+    }
+    std::cout << count << " requests refused\n";
+    EXPECT_LT(10, count);
+}
+
+} // namespace
+
+} // namespace qva

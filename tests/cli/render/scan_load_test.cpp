@@ -1,0 +1,119 @@
+#include "render/scan_load.h"
+
+#include "samples.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace qva {
+
+namespace {
+
+/// A source that is in memory already.
+class FakeSource : public ImageSource {
+public:
+    FakeSource(SourceDescription description, std::vector<float> rgb)
+        : description_(std::move(description)), rgb_(std::move(rgb))
+    {
+    }
+    void Open(const std::string&, const SizeLimits&) override {}
+    ImageSize Size() const override { return description_.size; }
+    const SourceDescription& Describe() const override { return description_; }
+    void ReadRows(std::int64_t count, float* rgb) override
+    {
+        const auto values = static_cast<std::size_t>(count * Size().width * 3);
+        std::copy_n(rgb_.data() + next_, values, rgb);
+        next_ += values;
+    }
+    void Close() override {}
+
+private:
+    SourceDescription description_;
+    std::vector<float> rgb_;
+    std::size_t next_ = 0;
+};
+
+SourceDescription Sized(ImageSize size, int orientation = 1)
+{
+    SourceDescription description;
+    description.size = size;
+    description.orientation = orientation;
+    description.bits = 16;
+    return description;
+}
+
+Interpretation Pq()
+{
+    Interpretation meaning;
+    meaning.transfer = Transfer::Pq;
+    meaning.primaries = bt2020;
+    meaning.isInteger = true;
+    meaning.largestCode = 65535.0;
+    meaning.codeWhite = 65535.0;
+    meaning.luminanceMax = 10000.0;
+    return meaning;
+}
+
+// Stored rows ABC and DEF; TIFF 6.0, tag 274: where row 0 and column 0 of the stored picture lie
+// in the upright one.
+TEST(LoadPage, SetsThePictureUpright)
+{
+    const struct {
+        int orientation;
+        const char* upright;
+        std::int64_t width;
+    } cases[] = {{1, "ABCDEF", 3}, {2, "CBAFED", 3}, {3, "FEDCBA", 3}, {4, "DEFABC", 3},
+                 {5, "ADBECF", 2}, {6, "DAEBFC", 2}, {7, "FCEBDA", 2}, {8, "CFBEAD", 2}};
+    RenderRange range;
+    range.passThrough = true;
+    Progress progress(ProgressStyle::None);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.orientation);
+        std::vector<float> rgb;
+        for (const char letter : std::string("ABCDEF")) {
+            rgb.insert(rgb.end(), 3, static_cast<float>(letter));
+        }
+        FakeSource source(Sized({3, 2}, c.orientation), rgb);
+        const Page page = LoadPage(source, SceneDecoder(Pq(), "a"), range, progress);
+        EXPECT_EQ(c.width, page.size.width);
+        std::string upright;
+        for (std::size_t i = 0; i < 6; ++i) {
+            upright.push_back(static_cast<char>(page.codes[i * 3 + 2]));
+        }
+        EXPECT_EQ(c.upright, upright);
+    }
+}
+
+TEST(LoadPage, LeavesPqCodesAlone)
+{
+    std::vector<float> codes(65536 * 3);
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+        codes[i] = static_cast<float>(i / 3);
+    }
+    FakeSource source(Sized({256, 256}), codes);
+    RenderRange range;
+    range.passThrough = true;
+    Progress progress(ProgressStyle::None);
+    const Page page = LoadPage(source, SceneDecoder(Pq(), "a"), range, progress);
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+        ASSERT_EQ(i / 3, page.codes[i]);
+    }
+}
+
+TEST(LoadPage, RoundsLinearCodesAndCutsAtTheEnds)
+{
+    Interpretation meaning;
+    meaning.primaries = bt2020;
+    meaning.luminanceMax = 65535.0;
+    RenderRange range;
+    range.luminanceMax = 65535.0;
+    FakeSource source(Sized({2, 1}), {0.4f / 65535, 0.6f / 65535, -1.0f, 2.0f, 1.0f, INFINITY});
+    Progress progress(ProgressStyle::None);
+    const Page page = LoadPage(source, SceneDecoder(meaning, "a"), range, progress);
+    const std::vector<std::uint16_t> expected = {0, 1, 0, 65535, 65535, 65535};
+    EXPECT_EQ(expected, std::vector<std::uint16_t>(page.codes.get(), page.codes.get() + 6));
+}
+
+} // namespace
+
+} // namespace qva

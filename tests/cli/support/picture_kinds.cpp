@@ -1,0 +1,97 @@
+#include "picture_kinds.h"
+
+#include "colour/icc_builder.h"
+#include "samples.h"
+
+namespace qva::samples {
+
+namespace {
+
+constexpr ImageSize size = {9, 7};
+constexpr int pixels = 63;
+
+std::vector<double> Codes(int count, int step, int modulus)
+{
+    std::vector<double> codes;
+    for (int i = 0; i < count; ++i) {
+        codes.push_back(i * step % modulus);
+    }
+    return codes;
+}
+
+void WritePngs(const std::string& folder)
+{
+    const std::vector<double> codes = Codes(pixels * 3, 997, 65536);
+    WritePng(folder + "png16", size, codes, {});
+    WritePng(folder + "png8", size, Codes(pixels * 3, 37, 256), {.bits = 8});
+    WritePng(folder + "png_grey", size, Codes(pixels, 997, 65536), {.channels = 1});
+    WritePng(folder + "png_alpha", size, Codes(pixels * 4, 911, 65536), {.channels = 4});
+    WritePng(folder + "png_interlaced", size, codes, {.interlaced = true});
+    WritePng(folder + "png_pq", size, codes, {.chunks = {{"cICP", {9, 16, 0, 1}}}});
+    WritePng(folder + "png_profile", size, codes, {.profile = RenderedProfile()});
+}
+
+void WriteTiffs(const std::string& folder, const std::vector<float>& light)
+{
+    const std::vector<double> codes = Codes(pixels * 3, 997, 65536);
+    const std::vector<double> whole(light.begin(), light.end());
+    WriteTiff(folder + "tiff16", size, codes, {});
+    WriteTiff(folder + "tiff8", size, Codes(pixels * 3, 37, 256), {.bits = 8});
+    WriteTiff(folder + "tiff_float", size, whole, {.bits = 32, .isFloat = true});
+    WriteTiff(folder + "tiff_half", size, whole, {.bits = 16, .isFloat = true});
+    WriteTiff(folder + "tiff_planar", size, codes, {.isPlanar = true});
+    WriteTiff(folder + "tiff_tiled", size, codes, {.isTiled = true});
+    WriteTiff(folder + "tiff_big_endian", size, codes, {.isBigEndian = true});
+    WriteTiff(folder + "tiff_turned", size, codes, {.orientation = 6});
+    WriteTiff(folder + "tiff_grey", size, Codes(pixels, 997, 65536),
+              {.channels = 1, .photometric = 1});
+}
+
+void WriteExrs(const std::string& folder, const std::vector<float>& light)
+{
+    WriteExr(folder + "exr_half", size, light, {});
+    WriteExr(folder + "exr_float", size, light, {.isHalf = false});
+    WriteExr(folder + "exr_grey", size, light, {.isGrey = true});
+    WriteExr(folder + "exr_moved", size, light, {.displayLeft = 2, .displayTop = -3});
+    WriteExr(folder + "exr_primaries", size, light,
+             {.chromaticities = {0.708f, 0.292f, 0.17f, 0.797f, 0.131f, 0.046f, 0.3127f, 0.329f},
+              .whiteLuminance = 500});
+}
+
+void WriteHdrs(const std::string& folder)
+{
+    std::string flat = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 7 +X 9\n";
+    for (int i = 0; i < pixels * 4; ++i) {
+        flat.push_back(static_cast<char>(i * 5));
+    }
+    WriteBytes(folder + "hdr_flat", flat);
+    std::string runs = "#?RADIANCE\nEXPOSURE=2\nFORMAT=32-bit_rle_rgbe\n\n-Y 3 +X 9\n";
+    for (int row = 0; row < 3; ++row) {
+        runs += std::string("\x02\x02\x00\x09", 4);
+        for (int channel = 0; channel < 4; ++channel) {
+            // A run of five, then four bytes as they are.
+            runs.push_back(static_cast<char>(128 + 5));
+            runs.push_back(static_cast<char>(60 + channel * 20));
+            runs += "\x04"
+                    "abcd";
+        }
+    }
+    WriteBytes(folder + "hdr_runs", runs);
+}
+
+} // namespace
+
+void WritePictureKinds(const std::string& path)
+{
+    const std::string folder = path + "/";
+    std::vector<float> light;
+    for (int i = 0; i < pixels * 3; ++i) {
+        light.push_back(static_cast<float>(i) * 0.07f);
+    }
+    WritePngs(folder);
+    WriteTiffs(folder, light);
+    WriteExrs(folder, light);
+    WriteHdrs(folder);
+}
+
+} // namespace qva::samples
