@@ -1,6 +1,7 @@
 #include "base/output_file.h"
 
 #include "base/errors.h"
+#include "base/scratch_file.h"
 
 #include <algorithm>
 #include <array>
@@ -122,6 +123,17 @@ OutputTarget ResolveOutput(const std::string& path)
         throw Failure(path, S_ISDIR(status.st_mode) ? "is a directory" : "is not a regular file");
     }
     return {target, ModeFor(target)};
+}
+
+void EnsureFolder(const std::string& output)
+{
+    ResolveOutput(output);
+    // Thrown away at once: it only shows that files can be created where the result will lie.
+    try {
+        const ScratchFile trial(FolderOf(output));
+    } catch (const Failure&) {
+        throw Failure(output, "cannot be written: " + SystemReason(errno));
+    }
 }
 
 OutputFile::OutputFile(const std::string& path) : path_(path), target_(ResolveOutput(path))

@@ -18,6 +18,10 @@ struct OutputTarget {
 /// @throws Failure where the name stands for something but a regular file.
 OutputTarget ResolveOutput(const std::string& path);
 
+/// Shows that a file of this name can be created in its folder.
+/// @throws Failure where it cannot.
+void EnsureFolder(const std::string& output);
+
 /// A file written under a temporary name in the directory of the final one and renamed at the
 /// end. Until Commit the old file stays as it was; the temporary is removed by the destructor, and
 /// when the program is ended by a signal (up to four files at a time).

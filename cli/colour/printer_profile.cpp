@@ -120,4 +120,9 @@ void CheckPrinterProfile(const std::vector<unsigned char>& bytes, const std::str
     }
 }
 
+PrinterProfile ProfileOf(const std::string& path)
+{
+    return path.empty() ? BuiltInProfile() : ReadPrinterProfile(path);
+}
+
 } // namespace qva

@@ -23,6 +23,9 @@ PrinterProfile BuiltInProfile();
 ///         a profile of an output device, a display or a colour space that works both ways.
 PrinterProfile ReadPrinterProfile(const std::string& path);
 
+/// The profile of a file, or the built-in one where no name is given.
+PrinterProfile ProfileOf(const std::string& path);
+
 /// The checks of ReadPrinterProfile on bytes.
 /// @param name  for messages.
 void CheckPrinterProfile(const std::vector<unsigned char>& bytes, const std::string& name);

@@ -1,8 +1,11 @@
 // qva join
 #include "base/errors.h"
-#include "command/options.h"
+#include "command/command.h"
+#include "command/option_checks.h"
+#include "command/shared_options.h"
 #include "page/page_assembly.h"
 #include "page/page_job.h"
+#include "render/renderer.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -81,32 +84,62 @@ void CheckShares(const std::vector<ShareFile>& files)
     }
 }
 
-} // namespace
+class JoinCommand : public Command {
+public:
+    void AddOptions(CLI::App& app) override;
+    void Finish() override { FormatOfName(options_.output); }
+    void Run() override;
+    std::string Subject() const override { return options_.output; }
 
-void RunJoin(const JoinOptions& options)
+private:
+    struct {
+        std::vector<std::string> shares;
+        std::string output;
+        int threads = 0;
+        ProgressStyle progress = ProgressStyle::Terminal;
+        bool json = false;
+    } options_;
+};
+
+void JoinCommand::AddOptions(CLI::App& app)
 {
-    for (const std::string& path : options.shares) {
-        if (AreSameFile(options.output, path)) {
-            throw Misuse(options.output, "is a share by another name, or the same");
+    app.add_option("SHARE", options_.shares, "All shares, in any order")
+        ->required()
+        ->check(NotEmpty())
+        ->type_name("");
+    app.add_option("-o,--output", options_.output, "The result: .tif, .tiff or .png")
+        ->required()
+        ->type_name("FILE");
+    AddThreadsOption(app, options_.threads);
+    app.add_flag("--json", options_.json, "Write the result to standard output as JSON");
+    AddProgressOption(app, options_.progress);
+    app.footer("Example:\n  qva join share1.tif share2.tif -o print.tif");
+}
+
+void JoinCommand::Run()
+{
+    for (const std::string& path : options_.shares) {
+        if (AreSameFile(options_.output, path)) {
+            throw Misuse(options_.output, "is a share by another name, or the same");
         }
     }
-    SetThreads(options.threads);
-    OutputFile output(options.output);
+    SetThreads(options_.threads);
+    OutputFile output(options_.output);
     std::vector<ShareFile> files;
-    for (const std::string& path : options.shares) {
+    for (const std::string& path : options_.shares) {
         files.push_back(OpenShare(path));
     }
     std::stable_sort(files.begin(), files.end(), [](const ShareFile& a, const ShareFile& b) {
         return a.record.share.number < b.record.share.number;
     });
     CheckShares(files);
-    Progress progress(options.progress);
+    Progress progress(options_.progress);
     for (ShareFile& file : files) {
         CheckStrips(file, progress);
     }
     const BandPlan plan = files.front().record.plan;
     WriteSettings settings = files.front().reader.Page().settings;
-    settings.format = FormatOfName(options.output);
+    settings.format = FormatOfName(options_.output);
     std::vector<StripReader> readers;
     for (ShareFile& file : files) {
         readers.push_back(std::move(file.reader));
@@ -114,14 +147,21 @@ void RunJoin(const JoinOptions& options)
     Assemble(readers, plan, settings, output, progress);
     output.Commit();
     progress.Clear();
-    if (options.json) {
-        const nlohmann::ordered_json json = {{"file", options.output},
+    if (options_.json) {
+        const nlohmann::ordered_json json = {{"file", options_.output},
                                              {"shares", files.size()},
                                              {"width", plan.page.width},
                                              {"height", plan.page.height}};
         fmt::print("{}\n",
                    json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
     }
+}
+
+} // namespace
+
+std::unique_ptr<Command> MakeJoinCommand()
+{
+    return std::make_unique<JoinCommand>();
 }
 
 } // namespace qva

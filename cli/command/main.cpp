@@ -1,6 +1,7 @@
 // The program: reads the command line, runs a command, turns failures into a line and a code.
 #include "base/errors.h"
-#include "command/options.h"
+#include "base/output_file.h"
+#include "command/command_line.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -12,43 +13,22 @@
 
 namespace {
 
-std::string PhotoOf(const qva::CommandLine& line)
-{
-    switch (line.command) {
-    case qva::Command::Info:
-        return line.info.photo;
-    case qva::Command::Page:
-        return line.page.print.photo;
-    case qva::Command::Join:
-        return line.join.output;
-    default:
-        return line.print.photo;
-    }
-}
-
 void Run(const qva::CommandLine& line)
 {
-    switch (line.command) {
-    case qva::Command::Help:
+    if (line.command) {
+        line.command->Run();
+    } else {
         fmt::print("{}", line.text);
-        break;
-    case qva::Command::Info:
-        qva::RunInfo(line.info);
-        break;
-    case qva::Command::Page:
-        qva::RunPage(line.page);
-        break;
-    case qva::Command::Join:
-        qva::RunJoin(line.join);
-        break;
-    case qva::Command::Print:
-    case qva::Command::Preview:
-        qva::RunPrint(line.print);
-        break;
     }
     if (std::fflush(stdout) != 0) {
         throw qva::Failure("standard output", qva::SystemReason(errno));
     }
+}
+
+/// The file that the work is about; empty where there is none.
+std::string SubjectOf(const qva::CommandLine& line)
+{
+    return line.command ? line.command->Subject() : std::string();
 }
 
 int Fail(const std::string& message, int exitCode)
@@ -83,11 +63,12 @@ int main(int count, char** arguments)
     } catch (const qva::Error& error) {
         return Fail(error.what(), error.ExitCode());
     } catch (const std::bad_alloc&) {
-        return Fail(PhotoOf(line) + ": there is not enough memory for it", qva::exitFailed);
+        return Fail(SubjectOf(line) + ": there is not enough memory for it", qva::exitFailed);
     } catch (const std::length_error&) {
-        return Fail(PhotoOf(line) + ": there is not enough memory for it", qva::exitFailed);
+        return Fail(SubjectOf(line) + ": there is not enough memory for it", qva::exitFailed);
     } catch (const std::exception& error) {
-        const std::string photo = PhotoOf(line);
-        return Fail(photo.empty() ? error.what() : photo + ": " + error.what(), qva::exitFailed);
+        const std::string subject = SubjectOf(line);
+        return Fail(subject.empty() ? error.what() : subject + ": " + error.what(),
+                    qva::exitFailed);
     }
 }

@@ -10,20 +10,6 @@ namespace qva {
 
 namespace {
 
-constexpr const char* pageExamples =
-    "The page is read three times: for its light, for the small copy that is analysed, and band "
-    "by\n"
-    "band. Nothing but whole bands is ever held, so memory does not depend on the page's height.\n"
-    "Until it is complete the result lies in FILE.qva-part beside FILE.\n"
-    "\n"
-    "Examples:\n"
-    "  qva page poster.tif -o print.tif --profile printer.icc\n"
-    "  qva page poster.tif -o print.tif --profile printer.icc --resume\n"
-    "      goes on with a run that was stopped\n"
-    "  qva page poster.tif -o share2.tif --profile printer.icc --band 2/4\n"
-    "      the second of four shares, on any machine; then, once all are there:\n"
-    "  qva join share1.tif share2.tif share3.tif share4.tif -o print.tif";
-
 /// Accepts i/n with 1 <= i <= n.
 std::optional<Share> ParseShareText(const std::string& text)
 {
@@ -53,44 +39,26 @@ CLI::Validator ShareCheck()
     return CLI::Validator(check, "");
 }
 
-ProgressStyle StyleOf(const std::string& text)
-{
-    return text == "json"   ? ProgressStyle::Json
-           : text == "none" ? ProgressStyle::None
-                            : ProgressStyle::Terminal;
-}
-
-void AddProgressOption(CLI::App& app, ProgressStyle& style)
-{
-    app.add_option_function<std::string>(
-           "--progress", [&style](const std::string& text) { style = StyleOf(text); },
-           "On standard error: terminal (a line that changes), json (an object a line) or none "
-           "(terminal)")
-        ->check(OneOf({"terminal", "json", "none"}))
-        ->type_name("NAME")
-        ->group("Output");
-}
-
-void AddBandOptions(CLI::App& app, PageOptions& options)
+void AddBandOptions(CLI::App& app, PageCut& cut)
 {
     const char* group = "Bands";
     app.add_option_function<std::string>(
            "--max-memory",
-           [&options](const std::string& text) { options.maxMemory = *ParseByteCount(text); },
+           [&cut](const std::string& text) { cut.maxMemory = *ParseByteCount(text); },
            "Bytes to work in, such as 800M (1G); decides the height of the bands")
         ->check(ByteCount())
         ->type_name("BYTES")
         ->group(group);
     app.add_option_function<int>(
-           "--band-rows", [&options](const int& lines) { options.bandLines = lines; },
+           "--band-rows", [&cut](const int& lines) { cut.bandLines = lines; },
            "Rows of a band (columns, where bands are columns), whatever memory they take")
         ->check(WholeNumber(1, 100000000))
         ->type_name("NUMBER")
         ->group(group);
     app.add_option_function<std::string>(
            "--direction",
-           [&options](const std::string& text) {
-               options.direction = text == "rows" ? Direction::Rows : Direction::Columns;
+           [&cut](const std::string& text) {
+               cut.direction = text == "rows" ? Direction::Rows : Direction::Columns;
            },
            "Bands of rows or of columns (rows; columns where the picture is stored on its side)")
         ->check(OneOf({"rows", "columns"}))
@@ -104,7 +72,7 @@ void AddRunOptions(CLI::App& app, PageOptions& options)
     CLI::Option* band =
         app.add_option_function<std::string>(
                "--band",
-               [&options](const std::string& text) { options.share = ParseShareText(text); },
+               [&options](const std::string& text) { options.cut.share = ParseShareText(text); },
                "Render only the share i of n; qva join puts all shares together")
             ->check(ShareCheck())
             ->type_name("i/n")
@@ -129,39 +97,21 @@ void AddRunOptions(CLI::App& app, PageOptions& options)
 
 void AddPageOptions(CLI::App& app, PageOptions& options)
 {
-    AddBandOptions(app, options);
+    AddPrintOptions(app, options.print);
+    AddBandOptions(app, options.cut);
     AddRunOptions(app, options);
     AddProgressOption(app, options.progress);
-    app.footer(pageExamples);
 }
 
 void FinishPage(PageOptions& options)
 {
-    if (options.share && options.print.write.format != OutputFormat::Tiff) {
+    FinishPrint(options.print);
+    if (options.cut.share && options.print.write.format != OutputFormat::Tiff) {
         throw Misuse(options.print.output, "a share is a TIFF: the name must end in .tif or .tiff");
     }
     if (options.print.quiet && options.progress == ProgressStyle::Terminal) {
         options.progress = ProgressStyle::None;
     }
-}
-
-CLI::App* AddJoinCommand(CLI::App& app, JoinOptions& options)
-{
-    CLI::App* join = app.add_subcommand("join", "Put the shares of a page together");
-    join->add_option("SHARE", options.shares, "All shares, in any order")
-        ->required()
-        ->check(NotEmpty())
-        ->type_name("");
-    join->add_option("-o,--output", options.output, "The result: .tif, .tiff or .png")
-        ->required()
-        ->type_name("FILE");
-    join->add_option("--threads", options.threads, "Threads to work with (one per core)")
-        ->check(WholeNumber(1, mostThreads))
-        ->type_name("NUMBER");
-    join->add_flag("--json", options.json, "Write the result to standard output as JSON");
-    AddProgressOption(*join, options.progress);
-    join->footer("Example:\n  qva join share1.tif share2.tif -o print.tif");
-    return join;
 }
 
 } // namespace qva

@@ -1,19 +1,23 @@
-// The command line of page and join.
+// Options of qva page.
 #pragma once
 
-#include "command/options.h"
-
-#include <CLI/CLI.hpp>
+#include "command/print_options.h"
 
 namespace qva {
 
-/// What page has besides the options of print.
+struct PageOptions {
+    PrintOptions print;
+    PageCut cut;
+    Continuation continuation = Continuation::Refuse;
+    ProgressStyle progress = ProgressStyle::Terminal;
+    bool json = false;
+    bool dryRun = false;
+};
+
 void AddPageOptions(CLI::App& app, PageOptions& options);
 
 /// What only all options together can tell.
 /// @throws Misuse.
 void FinishPage(PageOptions& options);
-
-CLI::App* AddJoinCommand(CLI::App& app, JoinOptions& options);
 
 } // namespace qva

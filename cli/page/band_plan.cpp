@@ -141,6 +141,24 @@ BandPlan MakeBandPlan(ImageSize page, const BandSettings& settings, const std::s
     return plan;
 }
 
+BandPlan PlanFor(const PageCut& cut, const SourceDescription& description)
+{
+    BandSettings settings;
+    const bool isStoredOnItsSide = description.orientation >= 5;
+    settings.direction =
+        cut.direction.value_or(isStoredOnItsSide ? Direction::Columns : Direction::Rows);
+    settings.maxMemory = cut.maxMemory;
+    settings.bandLines = cut.bandLines;
+    settings.decodeBytes = description.decodeBytes;
+    const BandPlan plan = MakeBandPlan(UprightSize(description), settings, description.path);
+    if (cut.share && cut.share->count > plan.Bands()) {
+        throw Failure(description.path,
+                      fmt::format("has {} bands, too few for {} shares: lower --band-rows",
+                                  plan.Bands(), cut.share->count));
+    }
+    return plan;
+}
+
 std::uint64_t PrintMemory(ImageSize page)
 {
     return fixedBytes + static_cast<std::uint64_t>(page.width * page.height) * bytesPerPixelAtOnce;

@@ -8,6 +8,9 @@
 
 namespace qva {
 
+/// Bytes a page may take where the user does not say.
+constexpr std::uint64_t defaultMaxMemory = 1000000000;
+
 /// What a line of the page is: bands are runs of lines.
 enum class Direction { Rows, Columns };
 
@@ -25,13 +28,27 @@ struct Band {
     LineRun outer;
 };
 
+/// A run of bands that one machine renders: share `number` of `count`, from 1.
+struct Share {
+    std::int64_t number = 1;
+    std::int64_t count = 1;
+};
+
 /// What the user can choose about bands.
+struct PageCut {
+    std::uint64_t maxMemory = defaultMaxMemory; ///< bytes the whole program may need
+    std::optional<std::int64_t> bandLines;      ///< instead of what maxMemory allows
+    std::optional<Direction> direction;         ///< what the picture's orientation suggests
+    std::optional<Share> share;                 ///< the whole page where not given
+};
+
+/// What decides the cut of a page besides its size.
 struct BandSettings {
     Direction direction = Direction::Rows;
-    std::uint64_t maxMemory = 1000000000;    ///< bytes the whole program may need
-    std::optional<std::int64_t> bandLines;   ///< instead of what maxMemory allows
-    std::optional<std::int64_t> marginLines; ///< instead of MarginFor
-    std::uint64_t decodeBytes = 0;           ///< what reading the picture's file takes besides
+    std::uint64_t maxMemory = defaultMaxMemory; ///< bytes the whole program may need
+    std::optional<std::int64_t> bandLines;      ///< instead of what maxMemory allows
+    std::optional<std::int64_t> marginLines;    ///< instead of MarginFor
+    std::uint64_t decodeBytes = 0;              ///< what reading the picture's file takes besides
 };
 
 /// The cut of one page. It follows from the page's size and BandSettings alone, so that every
@@ -66,6 +83,10 @@ std::int64_t MarginFor(ImageSize page);
 /// @throws Failure where maxMemory does not hold a band of one strip.
 /// @param name  of the picture, for messages.
 BandPlan MakeBandPlan(ImageSize page, const BandSettings& settings, const std::string& name);
+
+/// The cut of a picture's page as the user wants it.
+/// @throws Failure, also where there are fewer bands than shares.
+BandPlan PlanFor(const PageCut& cut, const SourceDescription& description);
 
 /// Bytes that the whole program needs at its peak, in bands and for a page at once.
 std::uint64_t BandMemory(const BandPlan& plan);

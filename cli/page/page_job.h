@@ -13,12 +13,6 @@
 
 namespace qva {
 
-/// A run of bands that one machine renders: share `number` of `count`, from 1.
-struct Share {
-    std::int64_t number = 1;
-    std::int64_t count = 1;
-};
-
 /// The work on one page, as every machine that takes part in it sees it.
 struct PageJob {
     BandPlan plan;

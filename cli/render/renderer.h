@@ -22,7 +22,6 @@ struct RenderSettings {
     double threshold = defaultThreshold; ///< cd/m², 0 ... 100
     bool saturation = false;             ///< saturation intent instead of media-relative
     bool blackPointCompensation = true;
-    int threads = 0; ///< 0: one per core
 };
 
 /// Sets how many threads the library and the readers work with; 0: one per core.

@@ -1,0 +1,147 @@
+#include "command/print_options.h"
+
+#include "base/errors.h"
+#include "command/option_checks.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fmt/format.h>
+
+namespace qva {
+
+namespace {
+
+bool EndsInPng(const std::string& name)
+{
+    std::string ending = name.size() < 4 ? name : name.substr(name.size() - 4);
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return ending == ".png";
+}
+
+void AddRenderOptions(CLI::App& app, PrintOptions& options)
+{
+    const char* group = "Rendering";
+    app.add_option("--profile", options.profile,
+                   "ICC profile of printer and paper (a generic photo paper)")
+        ->check(NotEmpty())
+        ->type_name("FILE")
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--paper-white",
+           [&options](const std::string& text) { options.render.paperWhite = std::stoi(text); },
+           "cd/m2 of paper white where the print will hang: 100, 200 or 400 (100)")
+        ->check(OneOf({"100", "200", "400"}))
+        ->type_name("NUMBER")
+        ->group(group);
+    AddNumber(app, "--threshold", "cd/m2, tones below it keep their contrast (1.3)", 0.0, 100.0,
+              [&options](double value) { options.render.threshold = value; })
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--intent",
+           [&options](const std::string& text) {
+               options.render.saturation = text == "saturation";
+           },
+           "Rendering intent: relative or saturation (relative)")
+        ->check(OneOf({"relative", "saturation"}))
+        ->type_name("NAME")
+        ->group(group);
+    app.add_flag_callback(
+           "--no-black-point-compensation",
+           [&options] { options.render.blackPointCompensation = false; },
+           "Do not fit the picture's black to the printer's")
+        ->group(group);
+    AddThreadsOption(app, options.threads)->group(group);
+}
+
+void AddOutputOptions(CLI::App& app, PrintOptions& options)
+{
+    const char* group = "Output";
+    app.add_option("-o,--output", options.output, "The result: .tif, .tiff or .png")
+        ->required()
+        ->type_name("FILE")
+        ->group(group);
+    app.add_option("--side-by-side", options.sideBySide,
+                   "Also write a small sRGB sheet: a plain clip on the left, the result on the "
+                   "right")
+        ->type_name("FILE.png")
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--compression",
+           [&options](const std::string& text) {
+               options.write.compression = text == "none"  ? Compression::None
+                                           : text == "lzw" ? Compression::Lzw
+                                                           : Compression::Deflate;
+           },
+           "none, lzw (TIFF only) or deflate (deflate)")
+        ->check(OneOf({"none", "lzw", "deflate"}))
+        ->type_name("NAME")
+        ->group(group);
+    AddNumber(app, "--dpi", "Pixels per inch to state in the result", 1.0, 100000.0,
+              [&options](double value) { options.write.dpi = value; })
+        ->group(group);
+    CLI::Option* quiet =
+        app.add_flag("-q,--quiet", options.quiet, "No progress and no remarks")->group(group);
+    app.add_flag("-v,--verbose", options.verbose, "Show what was found and chosen")
+        ->excludes(quiet)
+        ->group(group);
+}
+
+void RefuseSameFile(const std::string& output, const std::string& other, const char* what)
+{
+    if (!output.empty() && !other.empty() && AreSameFile(output, other)) {
+        throw Misuse(output, fmt::format("is {} by another name, or the same", what));
+    }
+}
+
+} // namespace
+
+void AddPrintOptions(CLI::App& app, PrintOptions& options)
+{
+    AddPhotoOptions(app, options.photo);
+    AddRenderOptions(app, options);
+    AddOutputOptions(app, options);
+}
+
+void FinishPrint(PrintOptions& options)
+{
+    // The sheet first: its name may end in less than the result's.
+    if (!options.sideBySide.empty() && !EndsInPng(options.sideBySide)) {
+        throw Misuse(options.sideBySide, "the name must end in .png");
+    }
+    options.write.format = FormatOfName(options.output);
+    if (options.write.format == OutputFormat::Png && options.write.compression == Compression::Lzw)
+    {
+        throw Misuse("--compression", "PNG knows none and deflate");
+    }
+}
+
+void CheckNames(const PrintOptions& options)
+{
+    for (const std::string& output : {options.output, options.sideBySide}) {
+        RefuseSameFile(output, options.photo.path, "the photograph");
+        RefuseSameFile(output, options.profile, "the profile");
+    }
+    RefuseSameFile(options.sideBySide, options.output, "the result");
+}
+
+WriteSettings SettingsFor(const WriteSettings& write, const SourceDescription& source)
+{
+    WriteSettings settings = write;
+    settings.dpi = settings.dpi > 0.0 ? settings.dpi : source.dpi;
+    return settings;
+}
+
+PageRequest RequestFor(const PrintOptions& options, const SourceDescription& source)
+{
+    PageRequest request;
+    request.photo = options.photo.path;
+    request.limits = options.photo.limits;
+    request.render = options.render;
+    request.write = SettingsFor(options.write, source);
+    request.output = options.output;
+    request.sideBySide = options.sideBySide;
+    return request;
+}
+
+} // namespace qva

@@ -1,0 +1,40 @@
+// Options of every command that renders: print, preview and page.
+#pragma once
+
+#include "command/shared_options.h"
+#include "formats/image_writer.h"
+#include "page/page_run.h"
+#include "render/renderer.h"
+
+#include <string>
+
+namespace qva {
+
+struct PrintOptions {
+    PhotoOptions photo;
+    std::string profile; ///< empty: the built-in one
+    RenderSettings render;
+    int threads = 0; ///< 0: one per core
+    std::string output;
+    std::string sideBySide; ///< empty: none
+    WriteSettings write;
+    bool quiet = false;
+    bool verbose = false;
+};
+
+void AddPrintOptions(CLI::App& app, PrintOptions& options);
+
+/// What only all options together can tell.
+/// @throws Misuse.
+void FinishPrint(PrintOptions& options);
+
+/// @throws Misuse where an output is one of the inputs, or two outputs are one file.
+void CheckNames(const PrintOptions& options);
+
+/// How to write, with the resolution of the source where none is asked for.
+WriteSettings SettingsFor(const WriteSettings& write, const SourceDescription& source);
+
+/// What a page's run takes from the options, for a picture that has been looked at.
+PageRequest RequestFor(const PrintOptions& options, const SourceDescription& source);
+
+} // namespace qva

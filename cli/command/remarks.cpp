@@ -1,0 +1,53 @@
+#include "command/remarks.h"
+
+#include "base/errors.h"
+#include "command/report.h"
+
+#include <fmt/format.h>
+
+namespace qva {
+
+namespace {
+
+std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterProfile& profile,
+                                    const Examination& found)
+{
+    std::vector<std::string> remarks = Remarks(found, options.render.threshold);
+    if (profile.isBuiltIn) {
+        remarks.push_back("no --profile: rendered for a generic photo paper");
+    } else if (!profile.isPrinter) {
+        remarks.push_back(fmt::format("{}: is the profile of a display or a colour space, not of "
+                                      "a printer",
+                                      options.profile));
+    }
+    return remarks;
+}
+
+} // namespace
+
+void TellRemarks(const PrintOptions& options, const std::vector<std::string>& remarks)
+{
+    for (const std::string& remark : remarks) {
+        if (!options.quiet) {
+            Say(fmt::format("qva: {}: {}\n", OneLine(options.photo.path), remark));
+        }
+    }
+}
+
+void TellScratch(const PrintOptions& options, const std::string& reason)
+{
+    if (!reason.empty()) {
+        TellRemarks(options, {"decoded once into a temporary file: " + reason});
+    }
+}
+
+void TellPrint(const PrintOptions& options, const PrinterProfile& profile, const Examination& found)
+{
+    if (options.verbose) {
+        Say(fmt::format("{}  {:<13}{}\n", ReportText(found, options.render.threshold), "paper",
+                        profile.description));
+    }
+    TellRemarks(options, AllRemarks(options, profile, found));
+}
+
+} // namespace qva

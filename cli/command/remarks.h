@@ -1,0 +1,24 @@
+// What a user is told once a print is done.
+#pragma once
+
+#include "colour/printer_profile.h"
+#include "command/print_options.h"
+#include "render/examination.h"
+
+#include <string>
+#include <vector>
+
+namespace qva {
+
+/// Writes remarks to standard error, unless the user wants quiet.
+void TellRemarks(const PrintOptions& options, const std::vector<std::string>& remarks);
+
+/// Tells that a page was decoded into a scratch file; nothing where it was not.
+void TellScratch(const PrintOptions& options, const std::string& reason);
+
+/// Writes to standard error what was found and chosen, as far as the user wants it, and all that
+/// the user should know about it.
+void TellPrint(const PrintOptions& options, const PrinterProfile& profile,
+               const Examination& found);
+
+} // namespace qva

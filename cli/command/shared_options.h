@@ -1,0 +1,31 @@
+// Options that several commands have.
+#pragma once
+
+#include "base/progress.h"
+#include "colour/colour_interpretation.h"
+#include "picture/source_description.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+
+namespace qva {
+
+/// The picture, and how it is to be read.
+struct PhotoOptions {
+    std::string path;
+    SourceOptions source;
+    SizeLimits limits;
+};
+
+void AddPhotoOptions(CLI::App& app, PhotoOptions& photo);
+
+CLI::Option* AddThreadsOption(CLI::App& app, int& threads);
+
+void AddProgressOption(CLI::App& app, ProgressStyle& style);
+
+/// A finite number between two others, both allowed; the last one given holds.
+CLI::Option* AddNumber(CLI::App& app, const std::string& name, const std::string& help,
+                       double lowest, double highest, const std::function<void(double)>& take);
+
+} // namespace qva
