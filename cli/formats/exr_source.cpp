@@ -6,18 +6,28 @@
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>
-#include <OpenEXR/ImfInputFile.h>
+#include <OpenEXR/ImfInputPart.h>
+#include <OpenEXR/ImfMultiPartInputFile.h>
 #include <OpenEXR/ImfPartType.h>
+#include <OpenEXR/ImfRgbaFile.h>
 #include <OpenEXR/ImfStandardAttributes.h>
 #include <OpenEXR/ImfThreading.h>
 #include <OpenEXR/ImfTileDescriptionAttribute.h>
 #include <algorithm>
 #include <fmt/format.h>
+#include <optional>
 #include <vector>
 
 namespace qva {
 
 namespace {
+
+/// What the colours of a part are made of.
+enum class Layout {
+    Rgb,
+    Grey,  ///< Y
+    Chroma ///< Y, and RY and BY of every second pixel of every second row
+};
 
 /// The picture is the display window; what lies outside the data window is black.
 class ExrSource : public ImageSource {
@@ -27,17 +37,24 @@ public:
     const SourceDescription& Describe() const override { return description_; }
     void ReadRows(std::int64_t count, float* rgb) override;
     void SkipRows(std::int64_t count) override { next_ += count; }
-    void Close() override { file_.reset(); }
+    void Close() override;
 
 private:
+    void OpenPart();
     void CheckChannels();
+    void CheckChannel(const char* name, int sampling);
     void CheckTiles();
     void DescribeColour();
     void ReadOverlap(std::int64_t first, std::int64_t last);
+    void ReadChannels(std::int64_t first, std::int64_t last);
+    void ReadChroma(std::int64_t first, std::int64_t last);
     void CopyRow(std::int64_t row, float* out) const;
 
     SourceDescription description_;
-    std::unique_ptr<Imf::InputFile> file_;
+    std::unique_ptr<Imf::MultiPartInputFile> file_;
+    std::optional<Imf::InputPart> part_;
+    std::unique_ptr<Imf::RgbaInputFile> chroma_; ///< makes R, G, B of luminance and chroma
+    Layout layout_ = Layout::Rgb;
     Imath::Box2i display_;
     Imath::Box2i data_;
     std::int64_t next_ = 0;
@@ -56,8 +73,39 @@ std::int64_t WidthOf(const Imath::Box2i& window)
     return SizeOf(window).width;
 }
 
+bool IsFlat(const Imf::Header& header)
+{
+    return !header.hasType() || !Imf::isDeepData(header.type());
+}
+
+bool HasColours(const Imf::Header& header)
+{
+    const Imf::ChannelList& channels = header.channels();
+    return IsFlat(header) &&
+           ((channels.findChannel("R") != nullptr) || (channels.findChannel("Y") != nullptr));
+}
+
+/// @return the first part with colours; the first one where none has any.
+int PartToRead(const Imf::MultiPartInputFile& file)
+{
+    for (int part = 0; part < file.parts(); ++part) {
+        if (HasColours(file.header(part))) {
+            return part;
+        }
+    }
+    return 0;
+}
+
+void ExrSource::Close()
+{
+    chroma_.reset();
+    part_.reset();
+    file_.reset();
+}
+
 void ExrSource::Open(const std::string& path, const SizeLimits& limits)
 {
+    Close();
     description_ = {};
     description_.path = path;
     description_.format = "OpenEXR";
@@ -68,14 +116,16 @@ void ExrSource::Open(const std::string& path, const SizeLimits& limits)
     Imf::Header::setMaxImageSize(static_cast<int>(longestSide), static_cast<int>(longestSide));
     Imf::Header::setMaxTileSize(static_cast<int>(longestSide), static_cast<int>(longestSide));
     try {
-        file_ = std::make_unique<Imf::InputFile>(path.c_str());
+        OpenPart();
     } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const Error&) {
         throw;
     } catch (const std::exception& error) {
         throw Failure(path, fmt::format("cannot be read as OpenEXR: {}", error.what()));
     }
-    display_ = file_->header().displayWindow();
-    data_ = file_->header().dataWindow();
+    display_ = part_->header().displayWindow();
+    data_ = part_->header().dataWindow();
     description_.size = SizeOf(display_);
     CheckSize(path, description_.size, limits);
     CheckSize(path, SizeOf(data_), limits);
@@ -85,35 +135,74 @@ void ExrSource::Open(const std::string& path, const SizeLimits& limits)
     DescribeColour();
 }
 
-void ExrSource::CheckChannels()
+void ExrSource::OpenPart()
 {
-    const Imf::Header& header = file_->header();
-    if (header.hasType() && Imf::isDeepData(header.type())) {
+    file_ = std::make_unique<Imf::MultiPartInputFile>(description_.path.c_str());
+    const int part = PartToRead(*file_);
+    const Imf::Header& header = file_->header(part);
+    if (!IsFlat(header)) {
         throw Failure(description_.path, "holds deep data, not a flat picture");
     }
+    part_.emplace(*file_, part);
+    if (file_->parts() > 1) {
+        description_.hasMorePictures = true;
+        description_.findings.push_back(
+            {"part", fmt::format("{} of {}{}, the first with colours", part + 1, file_->parts(),
+                                 header.hasName() ? " (" + OneLine(header.name()) + ")" : "")});
+    }
+    layout_ = Layout::Rgb;
     const Imf::ChannelList& channels = header.channels();
-    if (channels.findChannel("RY") != nullptr || channels.findChannel("BY") != nullptr) {
-        throw Failure(description_.path, "holds luminance and chroma channels; only R, G, B and Y "
-                                         "alone can be read");
+    if (channels.findChannel("R") == nullptr && channels.findChannel("Y") != nullptr) {
+        const bool hasChroma =
+            channels.findChannel("RY") != nullptr || channels.findChannel("BY") != nullptr;
+        layout_ = hasChroma ? Layout::Chroma : Layout::Grey;
     }
-    description_.isGrey =
-        channels.findChannel("R") == nullptr && channels.findChannel("Y") != nullptr;
-    for (const char* name : {"R", "G", "B"}) {
-        const Imf::Channel* channel = channels.findChannel(description_.isGrey ? "Y" : name);
-        if (channel == nullptr) {
-            throw Failure(description_.path, fmt::format("has no channel {}", name));
-        }
-        if (channel->xSampling != 1 || channel->ySampling != 1) {
-            throw Failure(description_.path, fmt::format("its channel {} is subsampled", name));
-        }
-        description_.bits = std::max(description_.bits, channel->type == Imf::HALF ? 16 : 32);
+    if (layout_ == Layout::Chroma && part > 0) {
+        throw Failure(description_.path, "holds luminance and chroma channels behind its first "
+                                         "part, where they cannot be read");
     }
-    description_.hasAlpha = channels.findChannel("A") != nullptr;
+}
+
+void ExrSource::CheckChannel(const char* name, int sampling)
+{
+    const Imf::Channel* channel = part_->header().channels().findChannel(name);
+    if (channel == nullptr) {
+        throw Failure(description_.path, fmt::format("has no channel {}", name));
+    }
+    if (channel->xSampling != sampling || channel->ySampling != sampling) {
+        throw Failure(description_.path,
+                      sampling == 1 ? fmt::format("its channel {} is subsampled", name)
+                                    : fmt::format("its channel {} is not that of every second "
+                                                  "pixel and row",
+                                                  name));
+    }
+    description_.bits = std::max(description_.bits, channel->type == Imf::HALF ? 16 : 32);
+}
+
+void ExrSource::CheckChannels()
+{
+    description_.isGrey = layout_ == Layout::Grey;
+    description_.hasAlpha = part_->header().channels().findChannel("A") != nullptr;
+    if (layout_ == Layout::Rgb) {
+        for (const char* name : {"R", "G", "B"}) {
+            CheckChannel(name, 1);
+        }
+        return;
+    }
+    CheckChannel("Y", 1);
+    if (layout_ == Layout::Chroma) {
+        CheckChannel("RY", 2);
+        CheckChannel("BY", 2);
+        // What the library makes of them.
+        description_.bits = 16;
+        description_.findings.push_back(
+            {"channels", "luminance, and chroma of every fourth pixel"});
+    }
 }
 
 void ExrSource::CheckTiles()
 {
-    const Imf::Header& header = file_->header();
+    const Imf::Header& header = part_->header();
     if (!header.hasTileDescription()) {
         return;
     }
@@ -129,7 +218,7 @@ void ExrSource::CheckTiles()
 
 void ExrSource::DescribeColour()
 {
-    const Imf::Header& header = file_->header();
+    const Imf::Header& header = part_->header();
     if (Imf::hasChromaticities(header)) {
         const Imf::Chromaticities& found = Imf::chromaticities(header);
         const auto convert = [](const Imath::V2f& xy) { return Chromaticity{xy.x, xy.y}; };
@@ -168,26 +257,55 @@ void ExrSource::ReadOverlap(std::int64_t first, std::int64_t last)
     if (first > last) {
         return;
     }
-    const std::int64_t width = WidthOf(data_);
-    block_.resize(static_cast<std::size_t>((last - first + 1) * width * 3));
+    block_.resize(static_cast<std::size_t>((last - first + 1) * WidthOf(data_) * 3));
     blockFirst_ = first;
-    constexpr std::size_t pixelBytes = 3 * sizeof(float);
     try {
-        Imf::FrameBuffer frame;
-        const Imath::V2i origin(data_.min.x, static_cast<int>(first));
-        const char* const names[] = {"R", "G", "B"};
-        for (std::size_t k = 0; k < (description_.isGrey ? 1 : 3); ++k) {
-            frame.insert(description_.isGrey ? "Y" : names[k],
-                         Imf::Slice::Make(Imf::FLOAT, block_.data() + k, origin, width,
-                                          last - first + 1, pixelBytes,
-                                          pixelBytes * static_cast<std::size_t>(width)));
+        if (layout_ == Layout::Chroma) {
+            ReadChroma(first, last);
+        } else {
+            ReadChannels(first, last);
         }
-        file_->setFrameBuffer(frame);
-        file_->readPixels(static_cast<int>(first), static_cast<int>(last));
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
         throw Failure(description_.path, fmt::format("is damaged: {}", error.what()));
+    }
+}
+
+void ExrSource::ReadChannels(std::int64_t first, std::int64_t last)
+{
+    constexpr std::size_t pixelBytes = 3 * sizeof(float);
+    const std::int64_t width = WidthOf(data_);
+    Imf::FrameBuffer frame;
+    const Imath::V2i origin(data_.min.x, static_cast<int>(first));
+    const char* const names[] = {"R", "G", "B"};
+    for (std::size_t k = 0; k < (description_.isGrey ? 1 : 3); ++k) {
+        frame.insert(description_.isGrey ? "Y" : names[k],
+                     Imf::Slice::Make(Imf::FLOAT, block_.data() + k, origin, width,
+                                      last - first + 1, pixelBytes,
+                                      pixelBytes * static_cast<std::size_t>(width)));
+    }
+    part_->setFrameBuffer(frame);
+    part_->readPixels(static_cast<int>(first), static_cast<int>(last));
+}
+
+// The library filters the chroma of 27 rows for every row, which it remembers from row to row.
+void ExrSource::ReadChroma(std::int64_t first, std::int64_t last)
+{
+    if (!chroma_) {
+        chroma_ = std::make_unique<Imf::RgbaInputFile>(description_.path.c_str());
+    }
+    const std::int64_t width = WidthOf(data_);
+    std::vector<Imf::Rgba> rows(block_.size() / 3);
+    const Imath::V2i origin(data_.min.x, static_cast<int>(first));
+    chroma_->setFrameBuffer(Imf::ComputeBasePointer(rows.data(), origin, width), 1,
+                            static_cast<std::size_t>(width));
+    chroma_->readPixels(static_cast<int>(first), static_cast<int>(last));
+    float* out = block_.data();
+    for (const Imf::Rgba& pixel : rows) {
+        *out++ = pixel.r;
+        *out++ = pixel.g;
+        *out++ = pixel.b;
     }
 }
 

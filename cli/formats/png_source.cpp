@@ -10,6 +10,7 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <png.h>
+#include <string_view>
 #include <vector>
 
 namespace qva {
@@ -35,7 +36,10 @@ private:
     void ReadHeader();
     std::uint64_t PackedBytes() const;
     void ReadColour();
-    void ReadCodePoints();
+    void ReadUnknownChunks();
+    void ReadCodePoints(const png_unknown_chunk& chunk);
+    void ReadMastering(const png_unknown_chunk& chunk);
+    void ReadLightLevels(const png_unknown_chunk& chunk);
     void ReadOrientation();
     void PrepareRows();
     void ReadAllPasses();
@@ -96,7 +100,7 @@ void PngSource::Open(const std::string& path, const SizeLimits& limits)
     // Deflate makes 258 bytes of two bits.
     CheckPromise(path, description_.size, PackedBytes(), 1032);
     ReadColour();
-    ReadCodePoints();
+    ReadUnknownChunks();
     ReadOrientation();
     PrepareRows();
 }
@@ -107,7 +111,7 @@ void PngSource::ReadHeader()
         // The limits are the caller's; the library's own stop at a million.
         png_set_user_limits(png_, 0x7fffffff, 0x7fffffff);
         png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_ALWAYS,
-                                    reinterpret_cast<png_const_bytep>("cICP"), 1);
+                                    reinterpret_cast<png_const_bytep>("cICP\0mDCV\0cLLI"), 3);
         png_init_io(png_, file_);
         png_read_info(png_, info_);
     });
@@ -156,23 +160,6 @@ void PngSource::ReadColour()
     }
 }
 
-void PngSource::ReadCodePoints()
-{
-    png_unknown_chunkp chunks = nullptr;
-    const int count = png_get_unknown_chunks(png_, info_, &chunks);
-    for (int i = 0; i < count; ++i) {
-        if (std::memcmp(chunks[i].name, "cICP", 4) != 0) {
-            continue;
-        }
-        if (chunks[i].size != 4) {
-            throw Failure(description_.path, "its cICP chunk has not 4 bytes");
-        }
-        const png_byte* data = chunks[i].data;
-        description_.tags.codePoints = CodePoints{data[0], data[1], data[2], data[3] != 0};
-        return;
-    }
-}
-
 std::uint32_t Number(const unsigned char* bytes, int count, bool isLittle)
 {
     std::uint32_t number = 0;
@@ -180,6 +167,67 @@ std::uint32_t Number(const unsigned char* bytes, int count, bool isLittle)
         number = number << 8 | bytes[isLittle ? count - 1 - i : i];
     }
     return number;
+}
+
+void PngSource::ReadUnknownChunks()
+{
+    png_unknown_chunkp chunks = nullptr;
+    const int count = png_get_unknown_chunks(png_, info_, &chunks);
+    for (int i = 0; i < count; ++i) {
+        const std::string_view name(reinterpret_cast<const char*>(chunks[i].name), 4);
+        if (name == "cICP" && !description_.tags.codePoints) {
+            ReadCodePoints(chunks[i]);
+        } else if (name == "mDCV") {
+            ReadMastering(chunks[i]);
+        } else if (name == "cLLI") {
+            ReadLightLevels(chunks[i]);
+        }
+    }
+}
+
+void PngSource::ReadCodePoints(const png_unknown_chunk& chunk)
+{
+    if (chunk.size != 4) {
+        throw Failure(description_.path, "its cICP chunk has not 4 bytes");
+    }
+    const png_byte* data = chunk.data;
+    description_.tags.codePoints = CodePoints{data[0], data[1], data[2], data[3] != 0};
+}
+
+// PNG, third edition, 11.3.2.7: chromaticities of R, G, B and white in units of 0.00002, highest
+// and lowest luminance in units of 0.0001 cd/m².
+void PngSource::ReadMastering(const png_unknown_chunk& chunk)
+{
+    if (chunk.size != 24) {
+        description_.notes.emplace_back("its mDCV chunk has not 24 bytes and is ignored");
+        return;
+    }
+    Chromaticities found;
+    const png_byte* data = chunk.data;
+    for (Chromaticity* xy : {&found.red, &found.green, &found.blue, &found.white}) {
+        *xy = {Number(data, 2, false) * 0.00002, Number(data + 2, 2, false) * 0.00002};
+        data += 4;
+    }
+    description_.findings.push_back(
+        {"mastered on",
+         fmt::format("{} primaries, {:.6g} to {:.6g} cd/m2 (mDCV chunk)", NameOfPrimaries(found),
+                     Number(data + 4, 4, false) * 0.0001, Number(data, 4, false) * 0.0001)});
+}
+
+// PNG, third edition, 11.3.2.8: MaxCLL and MaxFALL in units of 0.0001 cd/m²; 0 is unknown.
+void PngSource::ReadLightLevels(const png_unknown_chunk& chunk)
+{
+    if (chunk.size != 8) {
+        description_.notes.emplace_back("its cLLI chunk has not 8 bytes and is ignored");
+        return;
+    }
+    const auto level = [&chunk](std::size_t place) {
+        const std::uint32_t value = Number(chunk.data + place, 4, false);
+        return value == 0 ? std::string("not stated") : fmt::format("{:.6g} cd/m2", value * 0.0001);
+    };
+    description_.findings.push_back(
+        {"light levels",
+         fmt::format("brightest pixel {}, frame average {} (cLLI chunk)", level(0), level(4))});
 }
 
 /// The value of tag 274 in the first directory of Exif data; 1 where there is none.

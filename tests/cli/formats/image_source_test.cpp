@@ -124,6 +124,18 @@ TEST(PngSource, FindsWhatChunksSay)
     EXPECT_NEAR(2.2, *Describe(path).tags.gamma, 0.001);
     write({{"cICP", {9, 16, 0}}});
     EXPECT_NE(std::string::npos, ErrorOf([&] { Describe(path); }).find("cICP"));
+    // BT.2020 and 1000 to 0.0001 cd/m2; 1234.5678 and an unknown average.
+    write({{"mDCV", {0x8a, 0x48, 0x39, 0x08, 0x21, 0x34, 0x9b, 0xaa, 0x19, 0x96, 0x08, 0xfc,
+                     0x3d, 0x13, 0x40, 0x42, 0x00, 0x98, 0x96, 0x80, 0x00, 0x00, 0x00, 0x01}},
+           {"cLLI", {0x00, 0xbc, 0x61, 0x4e, 0, 0, 0, 0}}});
+    const std::vector<Finding> findings = Describe(path).findings;
+    ASSERT_EQ(2u, findings.size());
+    EXPECT_EQ("bt2020 primaries, 0.0001 to 1000 cd/m2 (mDCV chunk)", findings[0].text);
+    EXPECT_EQ("brightest pixel 1234.57 cd/m2, frame average not stated (cLLI chunk)",
+              findings[1].text);
+    write({{"mDCV", {1, 2, 3}}, {"cLLI", {4}}});
+    EXPECT_EQ(0u, Describe(path).findings.size());
+    EXPECT_EQ(2u, Describe(path).notes.size());
     // Exif data of one entry in either byte order: tag 274, type 3, one value, 8 and 3.
     write({{"eXIf",
             {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 18, 0, 3, 0, 0, 0, 1, 0, 8, 0, 0, 0, 0, 0, 0}}});

@@ -1,6 +1,7 @@
 #include "picture_kinds.h"
 
 #include "colour/icc_builder.h"
+#include "exr_samples.h"
 #include "samples.h"
 
 namespace qva::samples {
@@ -27,7 +28,10 @@ void WritePngs(const std::string& folder)
     WritePng(folder + "png_grey", size, Codes(pixels, 997, 65536), {.channels = 1});
     WritePng(folder + "png_alpha", size, Codes(pixels * 4, 911, 65536), {.channels = 4});
     WritePng(folder + "png_interlaced", size, codes, {.interlaced = true});
-    WritePng(folder + "png_pq", size, codes, {.chunks = {{"cICP", {9, 16, 0, 1}}}});
+    WritePng(folder + "png_pq", size, codes,
+             {.chunks = {{"cICP", {9, 16, 0, 1}},
+                         {"mDCV", std::vector<unsigned char>(24, 1)},
+                         {"cLLI", std::vector<unsigned char>(8, 2)}}});
     WritePng(folder + "png_profile", size, codes, {.profile = RenderedProfile()});
 }
 
@@ -56,6 +60,10 @@ void WriteExrs(const std::string& folder, const std::vector<float>& light)
     WriteExr(folder + "exr_primaries", size, light,
              {.chromaticities = {0.708f, 0.292f, 0.17f, 0.797f, 0.131f, 0.046f, 0.3127f, 0.329f},
               .whiteLuminance = 500});
+    WriteChromaExr(folder + "exr_chroma", {8, 6}, {light.begin(), light.begin() + 8 * 6 * 3});
+    WriteCompressedExr(folder + "exr_dwa", size, light, Imf::DWAA_COMPRESSION);
+    WriteExrParts(folder + "exr_parts", size,
+                  {{"depth", {"Z"}, 9.0f}, {"beauty", {"B", "G", "R"}, 0.5f}});
 }
 
 void WriteHdrs(const std::string& folder)
