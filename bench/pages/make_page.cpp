@@ -33,10 +33,10 @@ Photo Load(const std::string& path)
     std::unique_ptr<ImageSource> source;
     const Examination found = Examine(path, {}, {}, progress, source);
     RenderRange range;
-    range.luminanceMax = found.range.luminanceMax;
+    range.top = found.range.top;
     source->Open(path, {});
     const SceneDecoder decoder(found.meaning, path);
-    return {LoadPage(*source, decoder, range, progress), range.luminanceMax};
+    return {LoadPage(*source, decoder, range, progress), range.top};
 }
 
 /// PQ codes of 65,536 linear codes.

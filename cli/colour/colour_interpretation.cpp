@@ -172,32 +172,32 @@ void SetLuminance(const SourceDescription& description, const SourceOptions& opt
         throw Misuse("--white", "the picture is " + NameOfTransfer(meaning) +
                                     " coded, which has no free white");
     }
-    if (options.luminanceMin || options.luminanceMax) {
-        const char* option = options.luminanceMax ? "--luminance-max" : "--luminance-min";
+    if (options.zeroCodeLuminance || options.largestCodeLuminance) {
+        const char* option = options.largestCodeLuminance ? "--luminance-max" : "--luminance-min";
         if (description.isFloat || meaning.transfer == Transfer::Hlg) {
             throw Misuse(option, description.isFloat
                                      ? "the picture holds floating-point values; use --white"
                                      : "the picture is HLG coded, whose luminance is fixed");
         }
     }
-    meaning.luminanceMax = isPq ? pqPeak : defaultWhite;
+    meaning.signalOneLuminance = isPq ? pqPeak : defaultWhite;
     meaning.luminanceFrom = isPq ? "PQ" : "default";
     if (meaning.transfer == Transfer::Hlg) {
-        meaning.luminanceMax = hlgPeak;
+        meaning.signalOneLuminance = hlgPeak;
         meaning.luminanceFrom = "HLG on a display of 1000 cd/m2";
     } else if (!isPq && description.tags.whiteLuminance) {
-        meaning.luminanceMax = *description.tags.whiteLuminance;
+        meaning.signalOneLuminance = *description.tags.whiteLuminance;
         meaning.luminanceFrom = "whiteLuminance of the file";
     }
-    if (options.white || options.luminanceMax) {
-        meaning.luminanceMax = options.white ? *options.white : *options.luminanceMax;
+    if (options.white || options.largestCodeLuminance) {
+        meaning.signalOneLuminance = options.white ? *options.white : *options.largestCodeLuminance;
         meaning.luminanceFrom = options.white ? "--white" : "--luminance-max";
     }
-    meaning.luminanceMin = options.luminanceMin.value_or(0.0);
-    if (meaning.luminanceMin >= meaning.luminanceMax) {
+    meaning.signalZeroLuminance = options.zeroCodeLuminance.value_or(0.0);
+    if (meaning.signalZeroLuminance >= meaning.signalOneLuminance) {
         throw Misuse("--luminance-min",
                      fmt::format("{} is not below the top of the codes, {} cd/m2",
-                                 meaning.luminanceMin, meaning.luminanceMax));
+                                 meaning.signalZeroLuminance, meaning.signalOneLuminance));
     }
 }
 

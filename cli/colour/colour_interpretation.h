@@ -22,12 +22,12 @@ enum class Transfer {
 
 /// What the user said about a picture; unset where the file is to speak for itself.
 struct SourceOptions {
-    std::optional<std::string> encoding;  ///< linear, gamma22, srgb, pq, hlg
-    std::optional<std::string> primaries; ///< a name of FindPrimaries
-    std::optional<double> white;          ///< cd/m² of the value 1.0
-    std::optional<double> luminanceMin;   ///< cd/m² of integer code 0
-    std::optional<double> luminanceMax;   ///< cd/m² of the largest integer code
-    std::optional<double> top;            ///< cd/m², brightest level to render
+    std::optional<std::string> encoding;        ///< linear, gamma22, srgb, pq, hlg
+    std::optional<std::string> primaries;       ///< a name of FindPrimaries
+    std::optional<double> white;                ///< cd/m² of the value 1.0
+    std::optional<double> zeroCodeLuminance;    ///< cd/m² of integer code 0
+    std::optional<double> largestCodeLuminance; ///< cd/m² of the largest integer code
+    std::optional<double> top;                  ///< cd/m², brightest level to render
 };
 
 /// cd/m² of diffuse white where nothing says otherwise (ITU-R BT.2408-7, 2.2).
@@ -44,8 +44,8 @@ struct Interpretation {
     double largestCode = 1.0;
     /// cd/m² of signal 0 and 1; for Transfer::Pq the signals in between lie on a straight line
     /// between the PQ signals of both, for others their light does. Not used for HLG.
-    double luminanceMin = 0.0;
-    double luminanceMax = defaultWhite;
+    double signalZeroLuminance = 0.0;
+    double signalOneLuminance = defaultWhite;
     std::vector<unsigned char> profile; ///< for Transfer::Profile
     std::string transferFrom;           ///< for people: "cICP chunk", "--encoding"
     std::string primariesFrom;

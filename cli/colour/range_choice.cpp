@@ -19,7 +19,7 @@ bool CanPass(const Interpretation& meaning)
     const bool known = meaning.transfer == Transfer::Linear || meaning.transfer == Transfer::Pq ||
                        (meaning.transfer == Transfer::Power && meaning.exponent == 2.2);
     return known && meaning.isInteger && meaning.codeBlack == 0.0 &&
-           meaning.codeWhite == codeScale && meaning.luminanceMax <= pqPeak &&
+           meaning.codeWhite == codeScale && meaning.signalOneLuminance <= pqPeak &&
            SamePrimaries(meaning.primaries, bt2020);
 }
 
@@ -55,12 +55,13 @@ void FitToCodes(const Interpretation& meaning, double top, RenderRange& range)
 {
     range.passThrough = true;
     range.gammaType = GammaTypeOf(meaning.transfer);
-    range.luminanceMin = meaning.luminanceMin;
-    const double reachable = std::clamp(top, meaning.luminanceMin, meaning.luminanceMax);
+    range.bottom = meaning.signalZeroLuminance;
+    const double reachable =
+        std::clamp(top, meaning.signalZeroLuminance, meaning.signalOneLuminance);
     // Less than a thousandth of a code is the rounding of the two conversions, not light.
     const double code = std::ceil(LuminanceToSignal(meaning, reachable) * codeScale - 1e-3);
     range.codeMax = static_cast<std::uint32_t>(std::clamp(code, 1.0, codeScale));
-    range.luminanceMax = SignalToLuminance(meaning, range.codeMax / codeScale);
+    range.top = SignalToLuminance(meaning, range.codeMax / codeScale);
 }
 
 } // namespace
@@ -73,7 +74,7 @@ RenderRange ChooseRange(const Interpretation& meaning, const PictureStatistics& 
     if (CanPass(meaning)) {
         FitToCodes(meaning, top, range);
     } else {
-        range.luminanceMax = top;
+        range.top = top;
     }
     return range;
 }
@@ -82,12 +83,12 @@ double CodeToLuminance(const RenderRange& range, std::uint32_t code)
 {
     const double share = std::min(static_cast<double>(code) / range.codeMax, 1.0);
     if (range.gammaType == gammaPq) {
-        const double bottom = LuminanceToPq(range.luminanceMin);
-        const double top = LuminanceToPq(range.luminanceMax);
+        const double bottom = LuminanceToPq(range.bottom);
+        const double top = LuminanceToPq(range.top);
         return PqToLuminance(bottom + share * (top - bottom));
     }
     const double light = range.gammaType == gamma22 ? PowerToLinear(share, 2.2) : share;
-    return range.luminanceMin + light * (range.luminanceMax - range.luminanceMin);
+    return range.bottom + light * (range.top - range.bottom);
 }
 
 std::string NameOfGammaType(std::uint32_t gammaType)

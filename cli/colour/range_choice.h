@@ -14,11 +14,11 @@ constexpr std::uint32_t gammaLinear = 0;
 constexpr std::uint32_t gamma22 = 1;
 constexpr std::uint32_t gammaPq = 2;
 
-/// Codes 0 ... codeMax stand for luminanceMin ... luminanceMax; codes above codeMax are cut.
+/// Codes 0 ... codeMax stand for bottom ... top; codes above codeMax are cut.
 struct RenderRange {
     std::uint32_t gammaType = gammaLinear;
-    double luminanceMin = 0.0;
-    double luminanceMax = 0.0; ///< at most 10000
+    double bottom = 0.0; ///< cd/m²
+    double top = 0.0;    ///< cd/m², at most 10000
     std::uint32_t codeMax = 65535;
     bool passThrough = false; ///< the file's codes are handed over untouched
     std::string topFrom;      ///< for people: why this top

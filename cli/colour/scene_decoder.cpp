@@ -49,8 +49,8 @@ Places Clean(float* rgb, std::size_t samples, SampleCounts& counts)
 
 double SignalToLuminance(const Interpretation& meaning, double signal)
 {
-    const double bottom = meaning.luminanceMin;
-    const double span = meaning.luminanceMax - meaning.luminanceMin;
+    const double bottom = meaning.signalZeroLuminance;
+    const double span = meaning.signalOneLuminance - meaning.signalZeroLuminance;
     switch (meaning.transfer) {
     case Transfer::Linear:
         return bottom + span * signal;
@@ -59,11 +59,11 @@ double SignalToLuminance(const Interpretation& meaning, double signal)
     case Transfer::Srgb:
         return bottom + span * SrgbToLinear(signal);
     case Transfer::Pq:
-        if (bottom <= 0.0 && meaning.luminanceMax >= pqPeak) {
+        if (bottom <= 0.0 && meaning.signalOneLuminance >= pqPeak) {
             return PqToLuminance(signal);
         }
         return PqToLuminance(
-            Between(signal, LuminanceToPq(bottom), LuminanceToPq(meaning.luminanceMax)));
+            Between(signal, LuminanceToPq(bottom), LuminanceToPq(meaning.signalOneLuminance)));
     case Transfer::Hlg:
     case Transfer::Profile:
         break;
@@ -74,12 +74,12 @@ double SignalToLuminance(const Interpretation& meaning, double signal)
 double LuminanceToSignal(const Interpretation& meaning, double luminance)
 {
     if (meaning.transfer == Transfer::Pq) {
-        const double bottom = LuminanceToPq(meaning.luminanceMin);
-        const double top = LuminanceToPq(meaning.luminanceMax);
+        const double bottom = LuminanceToPq(meaning.signalZeroLuminance);
+        const double top = LuminanceToPq(meaning.signalOneLuminance);
         return (LuminanceToPq(luminance) - bottom) / (top - bottom);
     }
-    const double light =
-        (luminance - meaning.luminanceMin) / (meaning.luminanceMax - meaning.luminanceMin);
+    const double light = (luminance - meaning.signalZeroLuminance) /
+                         (meaning.signalOneLuminance - meaning.signalZeroLuminance);
     return meaning.transfer == Transfer::Linear ? light
                                                 : PowerToLinear(light, 1.0 / meaning.exponent);
 }
@@ -156,8 +156,9 @@ void SceneDecoder::DecodeRun(float* rgb, std::size_t pixels) const
         profile_->Convert(rgb, pixels);
         for (std::size_t i = 0; i < pixels * 3; ++i) {
             const double light = std::isfinite(rgb[i]) ? rgb[i] : 0.0;
-            rgb[i] = static_cast<float>(meaning_.luminanceMin +
-                                        light * (meaning_.luminanceMax - meaning_.luminanceMin));
+            rgb[i] = static_cast<float>(
+                meaning_.signalZeroLuminance +
+                light * (meaning_.signalOneLuminance - meaning_.signalZeroLuminance));
         }
     }
     if (meaning_.transfer == Transfer::Hlg) {

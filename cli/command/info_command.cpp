@@ -2,7 +2,8 @@
 #include "command/command.h"
 #include "command/report.h"
 #include "command/shared_options.h"
-#include "render/renderer.h"
+#include "render/render_settings.h"
+#include "render/threads.h"
 
 #include <fmt/format.h>
 

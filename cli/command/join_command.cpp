@@ -5,7 +5,7 @@
 #include "command/shared_options.h"
 #include "page/page_assembly.h"
 #include "page/page_job.h"
-#include "render/renderer.h"
+#include "render/threads.h"
 
 #include <algorithm>
 #include <fmt/format.h>

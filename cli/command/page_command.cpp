@@ -5,6 +5,7 @@
 #include "command/page_options.h"
 #include "command/remarks.h"
 #include "page/page_lines.h"
+#include "render/threads.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>

@@ -4,7 +4,9 @@
 #include "command/option_checks.h"
 #include "command/print_options.h"
 #include "command/remarks.h"
+#include "render/renderer.h"
 #include "render/side_by_side.h"
+#include "render/threads.h"
 
 #include <algorithm>
 #include <optional>

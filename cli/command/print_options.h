@@ -4,7 +4,6 @@
 #include "command/shared_options.h"
 #include "formats/image_writer.h"
 #include "page/page_run.h"
-#include "render/renderer.h"
 
 #include <string>
 

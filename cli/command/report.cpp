@@ -77,15 +77,15 @@ std::string ReportText(const Examination& found, double threshold)
                            : "not stated");
     line("encoding", fmt::format("{} ({})", NameOfTransfer(meaning), meaning.transferFrom));
     line("primaries", fmt::format("{} ({})", PrimariesOf(meaning), meaning.primariesFrom));
-    line("scale", fmt::format("{:.6g} to {:.6g} cd/m2 ({})", meaning.luminanceMin,
-                              meaning.luminanceMax, meaning.luminanceFrom));
+    line("scale", fmt::format("{:.6g} to {:.6g} cd/m2 ({})", meaning.signalZeroLuminance,
+                              meaning.signalOneLuminance, meaning.luminanceFrom));
     line("light", fmt::format("peak {:.6g} cd/m2, 99.99 % of the pixels up to {:.6g} cd/m2",
                               light.Peak(), light.Percentile(brightShare)));
     for (const Finding& finding : description.findings) {
         line(finding.label.c_str(), finding.text);
     }
-    line("range", fmt::format("{:.6g} to {:.6g} cd/m2 ({})", found.range.luminanceMin,
-                              found.range.luminanceMax, found.range.topFrom));
+    line("range", fmt::format("{:.6g} to {:.6g} cd/m2 ({})", found.range.bottom, found.range.top,
+                              found.range.topFrom));
     line("handed over", HandedOver(found.range));
     line("threshold", fmt::format("{:.6g} cd/m2", FitThreshold(threshold, found.range)));
     line("flaws", HasFlaws(found.counts) ? FlawText(found.counts) : "none");
@@ -117,8 +117,8 @@ std::string ReportJson(const Examination& found, double threshold)
     json["dpi"] = description.dpi;
     json["encoding"] = {{"transfer", NameOfTransfer(meaning)},
                         {"from", meaning.transferFrom},
-                        {"luminanceMin", meaning.luminanceMin},
-                        {"luminanceMax", meaning.luminanceMax},
+                        {"luminanceMin", meaning.signalZeroLuminance},
+                        {"luminanceMax", meaning.signalOneLuminance},
                         {"luminanceFrom", meaning.luminanceFrom}};
     json["primaries"] = {{"name", PrimariesOf(meaning)}, {"from", meaning.primariesFrom}};
     json["light"] = {{"peak", found.statistics.Peak()},
@@ -127,10 +127,9 @@ std::string ReportJson(const Examination& found, double threshold)
     json["flaws"] = {{"notANumber", found.counts.notANumber},
                      {"infinite", found.counts.infinite},
                      {"negative", found.counts.negative}};
-    json["range"] = {
-        {"gammaType", found.range.gammaType},       {"luminanceMin", found.range.luminanceMin},
-        {"luminanceMax", found.range.luminanceMax}, {"codeMax", found.range.codeMax},
-        {"passThrough", found.range.passThrough},   {"from", found.range.topFrom}};
+    json["range"] = {{"gammaType", found.range.gammaType},     {"luminanceMin", found.range.bottom},
+                     {"luminanceMax", found.range.top},        {"codeMax", found.range.codeMax},
+                     {"passThrough", found.range.passThrough}, {"from", found.range.topFrom}};
     json["threshold"] = FitThreshold(threshold, found.range);
     json["findings"] = nlohmann::ordered_json::array();
     for (const Finding& finding : description.findings) {

@@ -1,7 +1,7 @@
 #include "command/shared_options.h"
 
 #include "command/option_checks.h"
-#include "render/renderer.h"
+#include "render/threads.h"
 
 #include <cstdint>
 #include <fmt/format.h>
@@ -50,10 +50,10 @@ void AddPhotoOptions(CLI::App& app, PhotoOptions& photo)
                   [&source](double value) { source.white = value; });
     CLI::Option* lowest =
         AddNumber(app, "--luminance-min", "cd/m2 of integer code 0 (0)", 0.0, 10000.0,
-                  [&source](double value) { source.luminanceMin = value; });
+                  [&source](double value) { source.zeroCodeLuminance = value; });
     CLI::Option* highest =
         AddNumber(app, "--luminance-max", "cd/m2 of the largest integer code (203; for PQ 10000)",
-                  1e-3, 10000.0, [&source](double value) { source.luminanceMax = value; });
+                  1e-3, 10000.0, [&source](double value) { source.largestCodeLuminance = value; });
     CLI::Option* top = AddNumber(
         app, "--top",
         "Brightest cd/m2 to render (the picture's peak, or its 99.99th percentile where a few "

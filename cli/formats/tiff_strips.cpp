@@ -165,6 +165,12 @@ std::size_t StripLayout::SizeOf(std::int64_t strip) const
     return static_cast<std::size_t>(LinesIn(strip) * lineLength * 6);
 }
 
+std::int64_t StripLines(std::int64_t lineLength, std::int64_t lines)
+{
+    constexpr std::int64_t stripBytes = 1 << 18;
+    return std::clamp<std::int64_t>(stripBytes / (lineLength * 6), 1, lines);
+}
+
 std::vector<EncodedStrip> EncodeStrips(const TiffPage& page, std::int64_t first, std::int64_t count,
                                        const std::uint16_t* codes)
 {

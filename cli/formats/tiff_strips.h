@@ -25,6 +25,9 @@ struct StripLayout {
     std::size_t SizeOf(std::int64_t strip) const;
 };
 
+/// Lines of a strip of about a quarter of a megabyte.
+std::int64_t StripLines(std::int64_t lineLength, std::int64_t lines);
+
 /// Everything that makes a TIFF of rendered codes but its pixels.
 struct TiffPage {
     StripLayout layout;

@@ -2,7 +2,6 @@
 #include "colour/icc_builder.h"
 #include "formats/image_writer.h"
 #include "formats/tiff_strips.h"
-#include "page/band_plan.h"
 
 #include <algorithm>
 #include <unistd.h>

@@ -1,6 +1,7 @@
 #include "page/band_plan.h"
 
 #include "base/errors.h"
+#include "formats/tiff_strips.h"
 #include "picture/reduced_size.h"
 
 #include <algorithm>
@@ -167,12 +168,6 @@ std::uint64_t PrintMemory(ImageSize page)
 std::uint64_t BandMemory(const BandPlan& plan)
 {
     return MemoryOf(plan, std::min(plan.bandLines + 2 * plan.margin, plan.Lines()));
-}
-
-std::int64_t StripLines(std::int64_t lineLength, std::int64_t lines)
-{
-    constexpr std::int64_t stripBytes = 1 << 18;
-    return std::clamp<std::int64_t>(stripBytes / (lineLength * 6), 1, lines);
 }
 
 } // namespace qva

@@ -92,7 +92,4 @@ BandPlan PlanFor(const PageCut& cut, const SourceDescription& description);
 std::uint64_t BandMemory(const BandPlan& plan);
 std::uint64_t PrintMemory(ImageSize page);
 
-/// Lines of a strip of about a quarter of a megabyte.
-std::int64_t StripLines(std::int64_t lineLength, std::int64_t lines);
-
 } // namespace qva

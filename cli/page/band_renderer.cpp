@@ -14,7 +14,7 @@ RenderRange PageRange(const RenderRange& chosen, int paperWhite)
     constexpr double aboveWhite = 1.05;
     RenderRange range;
     range.topFrom = chosen.topFrom;
-    range.luminanceMax = std::max(chosen.luminanceMax, aboveWhite * paperWhite);
+    range.top = std::max(chosen.top, aboveWhite * paperWhite);
     return range;
 }
 
@@ -24,8 +24,8 @@ BandRenderer::BandRenderer(Page& reduced, ImageSize page, const RenderRange& ran
     : page_(page), range_(range), name_(name)
 {
     EnsureWidth(page, analysisSide, name);
-    sourceRange_ = {range.gammaType, static_cast<float>(range.luminanceMin),
-                    static_cast<float>(range.luminanceMax)};
+    sourceRange_ = {range.gammaType, static_cast<float>(range.bottom),
+                    static_cast<float>(range.top)};
     conditions_ = ConditionsRecord(profile, settings);
     // Narrowing can step out of a range whose end the threshold meets.
     conditions_.paramLuminanceThreshold = std::clamp(

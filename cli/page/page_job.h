@@ -2,10 +2,11 @@
 #pragma once
 
 #include "colour/printer_profile.h"
+#include "colour/range_choice.h"
 #include "formats/image_writer.h"
 #include "formats/tiff_strips.h"
 #include "page/band_plan.h"
-#include "render/renderer.h"
+#include "render/render_settings.h"
 
 #include <cstdint>
 #include <string>

@@ -67,10 +67,10 @@ void RefuseStatus(std::uint32_t status, const RenderRange& range, const std::str
                                         "level, {:.4g} cd/m2, is not above the black of the paper; "
                                         "for a dark picture raise --white, --luminance-max or "
                                         "--top",
-                                        range.luminanceMax));
+                                        range.top));
     }
     throw Failure(name, fmt::format("the library refuses the range {:.4g} to {:.4g} cd/m2",
-                                    range.luminanceMin, range.luminanceMax));
+                                    range.bottom, range.top));
 }
 
 } // namespace qva

@@ -2,10 +2,12 @@
 #pragma once
 
 #include "colour/printer_profile.h"
-#include "render/renderer.h"
+#include "colour/range_choice.h"
+#include "render/render_settings.h"
 
 #include <cstdint>
 #include <lumo/qva.h>
+#include <string>
 
 namespace qva {
 

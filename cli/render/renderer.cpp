@@ -1,10 +1,8 @@
 #include "render/renderer.h"
 
-#include "formats/image_source.h"
 #include "render/library_calls.h"
 
 #include <algorithm>
-#include <omp.h>
 #include <vector>
 
 namespace qva {
@@ -18,14 +16,13 @@ QVA_SOURCE_ENCODING Encode(const RenderRange& range, double threshold)
 {
     QVA_SOURCE_ENCODING encoding{};
     encoding.gammaType = range.gammaType;
-    encoding.luminanceMin = static_cast<float>(range.luminanceMin);
-    encoding.luminanceMax = static_cast<float>(range.luminanceMax);
+    encoding.luminanceMin = static_cast<float>(range.bottom);
+    encoding.luminanceMax = static_cast<float>(range.top);
     encoding.codeMax = range.codeMax;
     // Narrowing can step out of a range whose end the threshold meets.
     encoding.luminanceThreshold =
         std::clamp(static_cast<float>(threshold), encoding.luminanceMin, encoding.luminanceMax);
-    const double share =
-        (threshold - range.luminanceMin) / (range.luminanceMax - range.luminanceMin);
+    const double share = (threshold - range.bottom) / (range.top - range.bottom);
     encoding.codeThreshold = static_cast<std::uint32_t>(std::clamp(share, 0.0, 1.0) *
                                                         static_cast<double>(range.codeMax));
     return encoding;
@@ -44,16 +41,9 @@ void SetThreshold(QVA_HANDLE handle, const QVA_OUTPUT_CONDITIONS& conditions)
 
 } // namespace
 
-void SetThreads(int threads)
-{
-    // The environment may ask for any number.
-    omp_set_num_threads(threads > 0 ? threads : std::clamp(omp_get_max_threads(), 1, mostThreads));
-    SetReaderThreads(omp_get_max_threads());
-}
-
 double FitThreshold(double threshold, const RenderRange& range)
 {
-    return std::clamp(threshold, range.luminanceMin, range.luminanceMax);
+    return std::clamp(threshold, range.bottom, range.top);
 }
 
 void Render(Page& page, const RenderRange& range, const PrinterProfile& profile,

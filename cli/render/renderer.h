@@ -4,28 +4,11 @@
 #include "colour/printer_profile.h"
 #include "colour/range_choice.h"
 #include "picture/rendered_page.h"
+#include "render/render_settings.h"
 
-#include <cstdint>
+#include <string>
 
 namespace qva {
-
-/// The threshold, cd/m², that the library itself starts with.
-constexpr double defaultThreshold = 1.3;
-
-/// More threads than these are not asked of a system.
-constexpr int mostThreads = 1024;
-
-/// What the user can choose about a rendering.
-struct RenderSettings {
-    bool preview = false;                ///< leave out the device step
-    int paperWhite = 100;                ///< cd/m²: 100, 200 or 400
-    double threshold = defaultThreshold; ///< cd/m², 0 ... 100
-    bool saturation = false;             ///< saturation intent instead of media-relative
-    bool blackPointCompensation = true;
-};
-
-/// Sets how many threads the library and the readers work with; 0: one per core.
-void SetThreads(int threads);
 
 /// The threshold as the library takes it: inside the range it is used with.
 double FitThreshold(double threshold, const RenderRange& range);

@@ -94,7 +94,7 @@ void EncodeBlock(float* rgb, std::size_t pixels, const SceneDecoder& decoder,
     }
     SampleCounts counts;
     decoder.Decode(rgb, pixels, counts);
-    const auto scale = static_cast<float>(65535.0 / range.luminanceMax);
+    const auto scale = static_cast<float>(65535.0 / range.top);
     std::transform(rgb, rgb + pixels * 3, codes,
                    [scale](float light) { return LinearCode(light, scale); });
 }

@@ -84,7 +84,7 @@ TEST(Interpret, RanksWhatFilesAndOptionsSay)
     }
     const Interpretation floats = Interpret(Floats(), none);
     EXPECT_EQ(Transfer::Linear, floats.transfer);
-    EXPECT_EQ(203.0, floats.luminanceMax);
+    EXPECT_EQ(203.0, floats.signalOneLuminance);
     EXPECT_EQ(1.0, floats.codeWhite);
 }
 
@@ -102,10 +102,10 @@ TEST(Interpret, WhiteOfTheFileYieldsToTheOption)
 {
     SourceDescription description = Floats();
     description.tags.whiteLuminance = 80.0;
-    EXPECT_EQ(80.0, Interpret(description, {}).luminanceMax);
+    EXPECT_EQ(80.0, Interpret(description, {}).signalOneLuminance);
     SourceOptions options;
     options.white = 120.0;
-    EXPECT_EQ(120.0, Interpret(description, options).luminanceMax);
+    EXPECT_EQ(120.0, Interpret(description, options).signalOneLuminance);
 }
 
 TEST(Interpret, RefusesWhatFitsNotAndNamesIt)
@@ -121,9 +121,9 @@ TEST(Interpret, RefusesWhatFitsNotAndNamesIt)
     SourceOptions white;
     white.white = 100.0;
     SourceOptions top;
-    top.luminanceMax = 100.0;
+    top.largestCodeLuminance = 100.0;
     SourceOptions crossed = top;
-    crossed.luminanceMin = 100.0;
+    crossed.zeroCodeLuminance = 100.0;
     SourceOptions primaries;
     primaries.primaries = "bt2020";
     const struct {

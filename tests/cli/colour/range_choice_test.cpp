@@ -26,7 +26,7 @@ Interpretation Scene()
     return meaning;
 }
 
-Interpretation Bt2020Codes(Transfer transfer, double luminanceMax)
+Interpretation Bt2020Codes(Transfer transfer, double signalOneLuminance)
 {
     Interpretation meaning;
     meaning.transfer = transfer;
@@ -35,7 +35,7 @@ Interpretation Bt2020Codes(Transfer transfer, double luminanceMax)
     meaning.isInteger = true;
     meaning.largestCode = 65535.0;
     meaning.codeWhite = 65535.0;
-    meaning.luminanceMax = luminanceMax;
+    meaning.signalOneLuminance = signalOneLuminance;
     return meaning;
 }
 
@@ -73,8 +73,8 @@ TEST(ChooseRange, TopIsWhatThePictureHolds)
     };
     for (const auto& c : cases) {
         const RenderRange range = ChooseRange(Scene(), c.statistics, c.options);
-        EXPECT_LE(c.low, range.luminanceMax);
-        EXPECT_GE(c.high, range.luminanceMax);
+        EXPECT_LE(c.low, range.top);
+        EXPECT_GE(c.high, range.top);
         EXPECT_EQ(gammaLinear, range.gammaType);
         EXPECT_FALSE(range.passThrough);
     }
@@ -88,9 +88,9 @@ TEST(ChooseRange, KnownCodesPassAndTheTopMovesTheLastCode)
     EXPECT_TRUE(range.passThrough);
     EXPECT_EQ(gammaPq, range.gammaType);
     EXPECT_NEAR(33297, range.codeMax, 1);
-    EXPECT_NEAR(100.0, range.luminanceMax, 0.02);
-    EXPECT_GE(range.luminanceMax, 100.0);
-    EXPECT_NEAR(range.luminanceMax, CodeToLuminance(range, 65535), 1e-6);
+    EXPECT_NEAR(100.0, range.top, 0.02);
+    EXPECT_GE(range.top, 100.0);
+    EXPECT_NEAR(range.top, CodeToLuminance(range, 65535), 1e-6);
 
     range = ChooseRange(Bt2020Codes(Transfer::Power, 400.0), statistics, {});
     EXPECT_EQ(gamma22, range.gammaType);
@@ -98,7 +98,7 @@ TEST(ChooseRange, KnownCodesPassAndTheTopMovesTheLastCode)
 
     range = ChooseRange(Bt2020Codes(Transfer::Linear, 100.0), statistics, {});
     EXPECT_EQ(65535U, range.codeMax);
-    EXPECT_EQ(100.0, range.luminanceMax);
+    EXPECT_EQ(100.0, range.top);
     EXPECT_NEAR(50.0, CodeToLuminance(range, 32768), 0.001);
 }
 

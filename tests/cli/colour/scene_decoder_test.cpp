@@ -21,7 +21,7 @@ Interpretation Codes(Transfer transfer, const Chromaticities& primaries)
     meaning.isInteger = true;
     meaning.largestCode = 65535.0;
     meaning.codeWhite = 65535.0;
-    meaning.luminanceMax = transfer == Transfer::Pq ? 10000.0 : 100.0;
+    meaning.signalOneLuminance = transfer == Transfer::Pq ? 10000.0 : 100.0;
     return meaning;
 }
 
@@ -70,8 +70,8 @@ TEST(SceneDecoder, PqRoundTripAndItsStretchedRange)
         EXPECT_NEAR(luminance, PqToLuminance(LuminanceToPq(luminance)), luminance * 1e-9 + 1e-9);
     }
     Interpretation meaning = Codes(Transfer::Pq, bt2020);
-    meaning.luminanceMin = 0.01;
-    meaning.luminanceMax = 1000.0;
+    meaning.signalZeroLuminance = 0.01;
+    meaning.signalOneLuminance = 1000.0;
     const std::vector<float> ends = Decode(meaning, {0, 65535, 0});
     ExpectNear({0.01, 1000.0}, ends, 1e-5);
     EXPECT_NEAR(0.25, LuminanceToSignal(meaning, SignalToLuminance(meaning, 0.25)), 1e-9);
@@ -114,7 +114,7 @@ TEST(SceneDecoder, BringsFlawsIntoRangeAndCountsThem)
 {
     Interpretation meaning;
     meaning.primaries = bt709;
-    meaning.luminanceMax = 100.0;
+    meaning.signalOneLuminance = 100.0;
     std::vector<float> rgb = {NAN, 1, 1, infinity, 0, 0, -infinity, 0, 0, -0.5f, 1, 1, -0.0f, 0, 0};
     SampleCounts counts;
     SceneDecoder(meaning, "photo").Decode(rgb.data(), 5, counts);

@@ -19,7 +19,7 @@ Interpretation Linear()
     meaning.isInteger = true;
     meaning.largestCode = 65535;
     meaning.codeWhite = 65535.0;
-    meaning.luminanceMax = 100.0;
+    meaning.signalOneLuminance = 100.0;
     return meaning;
 }
 
@@ -35,7 +35,7 @@ TEST(PageLines, GiveTheUprightPageForEveryOrientation)
     const std::string path = folder / "a.tif";
     Progress progress(ProgressStyle::None);
     RenderRange range;
-    range.luminanceMax = 100.0;
+    range.top = 100.0;
     std::vector<double> codes;
     for (int i = 0; i < stored.width * stored.height * 3; ++i) {
         codes.push_back(i * 1000 + 7);

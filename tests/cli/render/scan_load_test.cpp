@@ -50,7 +50,7 @@ Interpretation Pq()
     meaning.isInteger = true;
     meaning.largestCode = 65535.0;
     meaning.codeWhite = 65535.0;
-    meaning.luminanceMax = 10000.0;
+    meaning.signalOneLuminance = 10000.0;
     return meaning;
 }
 
@@ -104,9 +104,9 @@ TEST(LoadPage, RoundsLinearCodesAndCutsAtTheEnds)
 {
     Interpretation meaning;
     meaning.primaries = bt2020;
-    meaning.luminanceMax = 65535.0;
+    meaning.signalOneLuminance = 65535.0;
     RenderRange range;
-    range.luminanceMax = 65535.0;
+    range.top = 65535.0;
     FakeSource source(Sized({2, 1}), {0.4f / 65535, 0.6f / 65535, -1.0f, 2.0f, 1.0f, INFINITY});
     Progress progress(ProgressStyle::None);
     const Page page = LoadPage(source, SceneDecoder(meaning, "a"), range, progress);

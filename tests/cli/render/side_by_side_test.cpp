@@ -55,7 +55,7 @@ TEST(SideBySide, CutsColoursOutsideSrgb)
 TEST(SideBySide, ClipsAtPaperWhite)
 {
     RenderRange range;
-    range.luminanceMax = 400.0;
+    range.top = 400.0;
     const std::vector<float> light = ClippedLight(range, 100);
     EXPECT_EQ(0.0f, light[0]);
     EXPECT_NEAR(0.5, light[8192], 0.001);

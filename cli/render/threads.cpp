@@ -1,0 +1,17 @@
+#include "render/threads.h"
+
+#include "formats/image_source.h"
+
+#include <algorithm>
+#include <omp.h>
+
+namespace qva {
+
+void SetThreads(int threads)
+{
+    // The environment may ask for any number.
+    omp_set_num_threads(threads > 0 ? threads : std::clamp(omp_get_max_threads(), 1, mostThreads));
+    SetReaderThreads(omp_get_max_threads());
+}
+
+} // namespace qva
