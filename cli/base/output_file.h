@@ -1,6 +1,9 @@
 // Output that appears under its name only when it is complete.
 #pragma once
 
+#include "base/temporary_name.h"
+
+#include <optional>
 #include <string>
 #include <sys/types.h>
 
@@ -22,9 +25,17 @@ OutputTarget ResolveOutput(const std::string& path);
 /// @throws Failure where it cannot.
 void EnsureFolder(const std::string& output);
 
+/// Opens or creates a file that lies beside a result, for reading and writing: a regular one, not
+/// through a link, without waiting for what a pipe or a device waits for.
+/// @param flags   more flags of open(2): O_APPEND.
+/// @param result  for messages.
+/// @return a descriptor, owned by the caller.
+/// @throws Failure.
+int OpenBeside(const std::string& path, int flags, mode_t mode, const std::string& result);
+
 /// A file written under a temporary name in the directory of the final one and renamed at the
 /// end. Until Commit the old file stays as it was; the temporary is removed by the destructor, and
-/// when the program is ended by a signal (up to four files at a time).
+/// when a signal ends the program.
 class OutputFile {
 public:
     /// Creates the temporary, so that a directory that cannot be written is known early.
@@ -49,18 +60,9 @@ private:
 
     std::string path_;
     OutputTarget target_;
-    std::string temporary_;
+    std::optional<TemporaryName> temporary_;
     int descriptor_ = -1;
-    int slot_ = -1;
 };
-
-/// Makes SIGINT, SIGTERM and SIGHUP remove the temporaries before they end the program, and lets
-/// a reached file size limit be an ordinary write error.
-void InstallSignalHandlers();
-
-/// A line that is written to standard error when one of these signals ends the program; empty for
-/// none.
-void SetFarewell(const std::string& line);
 
 /// @return true where both names stand for one file, or would once they are created.
 bool AreSameFile(const std::string& first, const std::string& second);

@@ -1,6 +1,7 @@
 #include "base/scratch_file.h"
 
 #include "base/errors.h"
+#include "base/temporary_name.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -16,12 +17,12 @@ ScratchFile::ScratchFile(const std::string& folder) : name_("a temporary file in
     if (descriptor_ >= 0) {
         return;
     }
-    std::string name = folder + "/.qva-XXXXXX";
-    descriptor_ = mkstemp(name.data());
+    const TemporaryName name(folder);
+    descriptor_ = open(name.Path().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (descriptor_ < 0) {
         throw Failure(name_, "cannot be created: " + SystemReason(errno));
     }
-    unlink(name.c_str());
+    unlink(name.Path().c_str());
 }
 
 ScratchFile::~ScratchFile()

@@ -2,6 +2,7 @@
 #include "base/errors.h"
 #include "command/command.h"
 #include "command/option_checks.h"
+#include "command/remarks.h"
 #include "command/shared_options.h"
 #include "page/page_assembly.h"
 #include "page/page_job.h"
@@ -124,6 +125,7 @@ void JoinCommand::Run()
         }
     }
     SetThreads(options_.threads);
+    TellLeftovers(options_.output, options_.progress == ProgressStyle::None);
     OutputFile output(options_.output);
     std::vector<ShareFile> files;
     for (const std::string& path : options_.shares) {

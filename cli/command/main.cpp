@@ -1,6 +1,6 @@
 // The program: reads the command line, runs a command, turns failures into a line and a code.
 #include "base/errors.h"
-#include "base/output_file.h"
+#include "base/signals.h"
 #include "command/command_line.h"
 
 #include <cerrno>

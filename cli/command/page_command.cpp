@@ -132,6 +132,7 @@ void PageCommand::Run()
     SetThreads(options_.print.threads);
     const PrinterProfile profile = ProfileOf(options_.print.profile);
     if (!options_.dryRun) {
+        TellLeftovers(options_.print.output, options_.print.quiet);
         EnsureFolder(options_.print.output);
     }
     std::unique_ptr<ImageSource> source = OpenImage(photo.path, photo.limits);

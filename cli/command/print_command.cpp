@@ -117,6 +117,7 @@ void PrintCommand::RunInBands(const PrinterProfile& profile, const Examination& 
 void PrintCommand::Run()
 {
     CheckNames(options_);
+    TellLeftovers(options_.output, options_.quiet);
     SetThreads(options_.threads);
     const PrinterProfile profile = ProfileOf(options_.profile);
     // Before the work, so that a folder that cannot be written is known at once.

@@ -1,6 +1,8 @@
 #include "command/remarks.h"
 
 #include "base/errors.h"
+#include "base/output_file.h"
+#include "base/temporary_name.h"
 #include "command/report.h"
 
 #include <fmt/format.h>
@@ -48,6 +50,17 @@ void TellPrint(const PrintOptions& options, const PrinterProfile& profile, const
                         profile.description));
     }
     TellRemarks(options, AllRemarks(options, profile, found));
+}
+
+void TellLeftovers(const std::string& output, bool quiet)
+{
+    for (const std::string& path : LeftoversIn(FolderOf(output))) {
+        if (!quiet) {
+            Say(fmt::format("qva: {}: was left behind by a run that was killed; nothing needs it, "
+                            "it can be removed\n",
+                            OneLine(path)));
+        }
+    }
 }
 
 } // namespace qva

@@ -16,6 +16,10 @@ void TellRemarks(const PrintOptions& options, const std::vector<std::string>& re
 /// Tells that a page was decoded into a scratch file; nothing where it was not.
 void TellScratch(const PrintOptions& options, const std::string& reason);
 
+/// Tells of temporaries that killed runs left in the folder of an output, unless the user wants
+/// quiet.
+void TellLeftovers(const std::string& output, bool quiet);
+
 /// Writes to standard error what was found and chosen, as far as the user wants it, and all that
 /// the user should know about it.
 void TellPrint(const PrintOptions& options, const PrinterProfile& profile,

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <fstream>
 #include <numeric>
 #include <sstream>
 #include <sys/file.h>
@@ -30,12 +29,29 @@ bool IsFile(int descriptor, const std::string& name)
            open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
-/// Whether a journal tells of more than a plan.
-bool HasBands(const std::string& journal)
+/// What a descriptor's file holds, up to a number of bytes.
+std::string ReadAll(int descriptor, std::size_t most)
 {
-    std::ifstream lines(journal);
-    std::string line;
-    return std::getline(lines, line) && std::getline(lines, line);
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) {
+        return "";
+    }
+    most = std::min(most, static_cast<std::size_t>(status.st_size));
+    std::string text(most, '\0');
+    std::size_t done = 0;
+    while (done < most) {
+        const ssize_t count =
+            pread(descriptor, text.data() + done, most - done, static_cast<off_t>(done));
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(count);
+    }
+    text.resize(done);
+    return text;
 }
 
 bool WriteAll(int descriptor, const std::string& text)
@@ -99,13 +115,10 @@ PageResult::PageResult(const std::string& path, const TiffPage& page, std::int64
             FailToWrite();
         }
         // Written anew up to here: what was found damaged is forgotten.
-        if (bands_ == 0) {
-            close(journalDescriptor_);
-            journalDescriptor_ =
-                open(journal_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
-            if (journalDescriptor_ < 0 || !WriteAll(journalDescriptor_, plan_ + "\n")) {
-                FailToWrite();
-            }
+        if (bands_ == 0 &&
+            (ftruncate(journalDescriptor_, 0) != 0 || !WriteAll(journalDescriptor_, plan_ + "\n")))
+        {
+            FailToWrite();
         }
     } catch (...) {
         DiscardEmpty();
@@ -132,54 +145,73 @@ void PageResult::FailToWrite() const
 
 void PageResult::OpenPart(Continuation continuation)
 {
-    descriptor_ = open(part_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, target_.mode);
-    if (descriptor_ < 0) {
-        FailToWrite();
-    }
-    // Between opening and locking another run can have finished: what is locked then is its result.
-    if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0 || !IsFile(descriptor_, part_)) {
+    descriptor_ = OpenBeside(part_, 0, target_.mode, path_);
+    try {
+        // Between opening and locking another run can have finished: what is locked then is its
+        // result.
+        if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0 || !IsFile(descriptor_, part_)) {
+            throw Failure(path_, "another program is writing it");
+        }
+        OpenJournal(continuation);
+    } catch (...) {
         close(descriptor_);
-        throw Failure(path_, "another program is writing it");
+        throw;
+    }
+}
+
+void PageResult::OpenJournal(Continuation continuation)
+{
+    struct stat part = {};
+    const bool isEmpty = fstat(descriptor_, &part) == 0 && part.st_size == 0;
+    try {
+        journalDescriptor_ = OpenBeside(journal_, O_APPEND, 0666, path_);
+    } catch (...) {
+        if (isEmpty) {
+            unlink(part_.c_str());
+        }
+        throw;
     }
     // A journal without a part is that of a run which ended just before it removed it.
-    struct stat part = {};
-    if (continuation == Continuation::Refuse && fstat(descriptor_, &part) == 0 &&
-        part.st_size > 0 && HasBands(journal_))
-    {
-        close(descriptor_);
+    if (continuation == Continuation::Refuse && !isEmpty && HasBands()) {
+        close(journalDescriptor_);
         throw Failure(path_, fmt::format("an unfinished run left {}: --resume goes on with it, "
                                          "--restart begins anew",
                                          part_));
     }
-    journalDescriptor_ =
-        open(journal_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0666);
-    if (journalDescriptor_ < 0) {
-        const int error = errno;
-        DiscardEmpty();
-        close(descriptor_);
-        errno = error;
-        FailToWrite();
-    }
+}
+
+/// No journal of this page is longer: a number of 20 digits a strip, a few words a band.
+std::size_t PageResult::LongestJournal() const
+{
+    return plan_.size() + 1 + 64 * static_cast<std::size_t>(page_.layout.Strips());
+}
+
+/// Whether the journal tells of more than a plan.
+bool PageResult::HasBands() const
+{
+    const std::string journal = ReadAll(journalDescriptor_, LongestJournal());
+    return journal.find('\n') < journal.size() - 1;
 }
 
 void PageResult::Resume(Continuation continuation)
 {
-    std::ifstream journal(journal_);
-    std::string line;
-    if (!std::getline(journal, line)) {
+    const std::string journal = ReadAll(journalDescriptor_, LongestJournal());
+    // A line counts from its end on: what stands behind the last was being written.
+    std::size_t end = journal.find('\n');
+    if (end == std::string::npos) {
         return;
     }
-    if (line != plan_ && continuation == Continuation::Any) {
-        return;
-    }
-    if (line != plan_) {
+    if (journal.compare(0, end, plan_) != 0) {
+        if (continuation == Continuation::Any) {
+            return;
+        }
         throw Failure(path_, fmt::format("{} was begun with other options, another picture or "
                                          "another version: --restart begins anew",
                                          part_));
     }
-    std::streamoff good = journal.tellg();
-    while (std::getline(journal, line)) {
-        const std::optional<Entry> entry = Entry::Parse(line);
+    std::size_t good = end + 1;
+    for (; (end = journal.find('\n', good)) != std::string::npos; good = end + 1) {
+        const std::optional<Entry> entry = Entry::Parse(journal.substr(good, end - good));
         if (!entry || static_cast<std::int64_t>(entry->sizes.size()) != StripsOfNextBand() ||
             entry->sizes.empty() || !Holds(*entry, writer_->End()))
         {
@@ -189,9 +221,8 @@ void PageResult::Resume(Continuation continuation)
             writer_->Keep(size);
         }
         Count(*entry);
-        good = journal.tellg();
     }
-    if (bands_ > 0 && ftruncate(journalDescriptor_, good) != 0) {
+    if (bands_ > 0 && ftruncate(journalDescriptor_, static_cast<off_t>(good)) != 0) {
         FailToWrite();
     }
 }
@@ -278,7 +309,7 @@ void PageResult::Commit()
 void PageResult::DiscardEmpty()
 {
     struct stat part = {};
-    if (fstat(descriptor_, &part) == 0 && part.st_size == 0 && !HasBands(journal_)) {
+    if (fstat(descriptor_, &part) == 0 && part.st_size == 0 && !HasBands()) {
         Discard();
     }
 }

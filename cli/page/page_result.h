@@ -63,6 +63,9 @@ public:
 private:
     struct Entry;
     void OpenPart(Continuation continuation);
+    void OpenJournal(Continuation continuation);
+    std::size_t LongestJournal() const;
+    bool HasBands() const;
     void Resume(Continuation continuation);
     void Count(const Entry& entry);
     bool Holds(const Entry& entry, std::int64_t place) const;

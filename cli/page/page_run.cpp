@@ -1,6 +1,7 @@
 #include "page/page_run.h"
 
 #include "base/errors.h"
+#include "base/signals.h"
 #include "page/band_renderer.h"
 #include "page/band_window.h"
 #include "page/page_assembly.h"

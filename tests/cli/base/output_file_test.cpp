@@ -77,6 +77,25 @@ TEST(OutputFile, WritesThroughLinksAndRefusesSpecialFiles)
     }
 }
 
+// A run that was killed leaves its temporary; one that runs, or stopped, has it still.
+TEST(Leftovers, AreTemporariesThatNobodyHolds)
+{
+    const Folder folder;
+    samples::WriteBytes(folder / ".qva-b", "left");
+    samples::WriteBytes(folder / ".qva-a", "");
+    samples::WriteBytes(folder / "a.tif.qva-part", "");
+    std::filesystem::create_directory(folder / ".qva-folder");
+    std::filesystem::create_symlink(".qva-a", folder / ".qva-link");
+    mkfifo((folder / ".qva-pipe").c_str(), 0600);
+    OutputFile file(folder / "a.tif");
+    const std::vector<std::string> expected = {folder / ".qva-a", folder / ".qva-b"};
+    EXPECT_EQ(7U, Entries(folder));
+    EXPECT_EQ(expected, LeftoversIn(folder / ""));
+    file.Commit();
+    EXPECT_EQ(expected, LeftoversIn(folder / ""));
+    EXPECT_TRUE(LeftoversIn(folder / "none").empty());
+}
+
 TEST(AreSameFile, SeesThroughNames)
 {
     const Folder folder;

@@ -93,7 +93,7 @@ same fine.tif stopped.tif
 gone stopped.tif.qva-part
 gone stopped.tif.qva-journal
 rm stopped.tif
-stop_and_go_on INT
+stop_and_go_on TERM # a job in the background has INT ignored
 grep -q "qva page --resume" stderr.txt || fail "a stopped run does not say how to go on"
 page tall.tif stopped.tif --band-rows 8 --restart
 same fine.tif stopped.tif

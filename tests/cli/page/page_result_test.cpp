@@ -2,9 +2,14 @@
 
 #include "samples.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace qva {
 
@@ -91,13 +96,102 @@ TEST(PageResult, TakesOverOnlyWhatIsWhole)
         std::filesystem::remove(path);
         return found;
     };
-    // The last band changed, cut short; the first changed; the journal's last line cut short, gone.
+    // The last band changed, cut short; the first changed.
     EXPECT_EQ(1, damage(".qva-part", [](std::string& bytes) { bytes.back() ^= 1; }));
     EXPECT_EQ(1, damage(".qva-part", [](std::string& bytes) { bytes.pop_back(); }));
     EXPECT_EQ(0, damage(".qva-part", [](std::string& bytes) { bytes[12] ^= 1; }));
-    EXPECT_EQ(1,
-              damage(".qva-journal", [](std::string& bytes) { bytes.resize(bytes.size() - 3); }));
-    EXPECT_EQ(0, damage(".qva-journal", [](std::string& bytes) { bytes.clear(); }));
+}
+
+TEST(PageResult, GoesOnFromAJournalCutAtEveryByte)
+{
+    const samples::Folder folder;
+    const std::string path = folder / "a.tif";
+    Write(path, 3, Continuation::Refuse);
+    const std::string whole = Contents(path);
+    std::filesystem::remove(path);
+    Write(path, 2, Continuation::Refuse);
+    const std::string part = Contents(path + ".qva-part");
+    const std::string journal = Contents(path + ".qva-journal");
+    for (std::size_t keep = 0; keep <= journal.size(); ++keep) {
+        SCOPED_TRACE(keep);
+        const std::string left = journal.substr(0, keep);
+        const auto lines = std::count(left.begin(), left.end(), '\n');
+        samples::WriteBytes(path + ".qva-part", part);
+        samples::WriteBytes(path + ".qva-journal", left);
+        // The first line is the plan.
+        EXPECT_EQ(std::max<std::ptrdiff_t>(lines - 1, 0), Write(path, 3, Continuation::Resume));
+        EXPECT_EQ(whole, Contents(path));
+        std::filesystem::remove(path);
+    }
+}
+
+// With bits turned over it may be another plan; then it can still be thrown away.
+TEST(PageResult, GoesOnOrRefusesAJournalWithABitTurnedOver)
+{
+    const samples::Folder folder;
+    const std::string path = folder / "a.tif";
+    Write(path, 3, Continuation::Refuse);
+    const std::string whole = Contents(path);
+    std::filesystem::remove(path);
+    Write(path, 2, Continuation::Refuse);
+    const std::string part = Contents(path + ".qva-part");
+    const std::string journal = Contents(path + ".qva-journal");
+    const char* every = std::getenv("LUMO_SWEEP_STRIDE");
+    const std::size_t stride = every != nullptr ? std::strtoul(every, nullptr, 10) : 13;
+    for (std::size_t bit = 0; bit < journal.size() * 8; bit += std::max(stride, std::size_t{1})) {
+        SCOPED_TRACE(bit);
+        std::string changed = journal;
+        changed[bit / 8] = static_cast<char>(changed[bit / 8] ^ 1 << bit % 8);
+        samples::WriteBytes(path + ".qva-part", part);
+        samples::WriteBytes(path + ".qva-journal", changed);
+        const std::string error = samples::ErrorOf([&] { Write(path, 3, Continuation::Resume); });
+        if (!error.empty()) {
+            EXPECT_NE(std::string::npos, error.find("other options")) << error;
+            EXPECT_EQ(part, Contents(path + ".qva-part"));
+            Write(path, 3, Continuation::Any);
+        }
+        EXPECT_EQ(whole, Contents(path));
+        std::filesystem::remove(path);
+    }
+}
+
+// Neither waited for nor written through, and never removed.
+TEST(PageResult, TakesOnlyRegularFilesBesideTheResult)
+{
+    const samples::Folder folder;
+    const std::string path = folder / "a.tif";
+    samples::WriteBytes(folder / "precious", "precious");
+    for (const std::string& name : {path + ".qva-part", path + ".qva-journal"}) {
+        const std::pair<const char*, std::function<void()>> kinds[] = {
+            {"pipe", [&] { mkfifo(name.c_str(), 0600); }},
+            {"folder", [&] { std::filesystem::create_directory(name); }},
+            {"link", [&] { std::filesystem::create_symlink("precious", name); }},
+            {"link to nowhere", [&] { std::filesystem::create_symlink("none", name); }},
+        };
+        for (const auto& [kind, make] : kinds) {
+            SCOPED_TRACE(kind);
+            make();
+            for (const bool hasPart : {false, true}) {
+                const std::string other = path + ".qva-part";
+                if (hasPart && name != other) {
+                    samples::WriteBytes(other, "begun");
+                }
+                for (const Continuation next : {Continuation::Refuse, Continuation::Resume,
+                                                Continuation::Restart, Continuation::Any})
+                {
+                    const std::string error = samples::ErrorOf([&] { Write(path, 1, next); });
+                    EXPECT_EQ(path + ": cannot be written: " + name + " is not a regular file",
+                              error);
+                }
+                EXPECT_EQ(name == other || hasPart,
+                          std::filesystem::exists(std::filesystem::symlink_status(other)));
+            }
+            std::filesystem::remove(name);
+            std::filesystem::remove(path + ".qva-part");
+        }
+    }
+    EXPECT_EQ("precious", Contents(folder / "precious"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "none"));
 }
 
 // A run that ends between the last two steps leaves it behind.

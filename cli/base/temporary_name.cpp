@@ -1,0 +1,119 @@
+#include "base/temporary_name.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <mutex>
+#include <random>
+#include <string_view>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace qva {
+
+namespace {
+
+constexpr std::string_view prefix = ".qva-";
+
+// Signal handlers may not touch strings: the names live in fixed buffers, valid while used.
+struct Slot {
+    std::atomic<bool> used{false};
+    std::array<char, 4096> name{};
+};
+std::array<Slot, 16> slots;
+std::mutex slotMutex;
+
+int Remember(const std::string& name)
+{
+    const std::lock_guard lock(slotMutex);
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+        if (!slots[i].used.load() && name.size() < slots[i].name.size()) {
+            std::memcpy(slots[i].name.data(), name.c_str(), name.size() + 1);
+            slots[i].used.store(true);
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+std::string RandomName()
+{
+    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device random;
+    std::string name(prefix);
+    for (int i = 0; i < 10; ++i) {
+        name.push_back(letters[random() % letters.size()]);
+    }
+    return name;
+}
+
+/// Whether a regular file is there that nobody has marked.
+bool IsUnused(const std::string& path)
+{
+    const int descriptor = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    struct stat status {};
+    const bool unused = descriptor >= 0 && fstat(descriptor, &status) == 0 &&
+                        S_ISREG(status.st_mode) && status.st_nlink > 0 &&
+                        flock(descriptor, LOCK_SH | LOCK_NB) == 0;
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
+    return unused;
+}
+
+} // namespace
+
+TemporaryName::TemporaryName(const std::string& folder)
+    : path_((std::filesystem::path(folder) / RandomName()).string()), slot_(Remember(path_))
+{
+}
+
+TemporaryName::~TemporaryName()
+{
+    if (slot_ >= 0) {
+        slots[static_cast<std::size_t>(slot_)].used.store(false);
+    }
+}
+
+void MarkAsUsed(int descriptor)
+{
+    // Waits for somebody who looks at this moment. A file system without locks has no leftovers.
+    flock(descriptor, LOCK_EX);
+}
+
+std::vector<std::string> LeftoversIn(const std::string& folder)
+{
+    std::vector<std::string> found;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error))
+    {
+        const std::filesystem::path& path = entry->path();
+        if (path.filename().string().starts_with(prefix) && IsUnused(path.string())) {
+            found.push_back(path.string());
+        }
+    }
+    if (!found.empty()) {
+        // One that was just created is marked by now, or has its final name.
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        std::erase_if(found, [](const std::string& path) { return !IsUnused(path); });
+        std::sort(found.begin(), found.end());
+    }
+    return found;
+}
+
+void RemoveTemporaries() noexcept
+{
+    for (Slot& slot : slots) {
+        if (slot.used.load()) {
+            unlink(slot.name.data());
+        }
+    }
+}
+
+} // namespace qva
