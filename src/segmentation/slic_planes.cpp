@@ -1,7 +1,7 @@
 #include "segmentation/slic_planes.h"
 
+#include "core/code_conversion.h"
 #include "core/parallel.h"
-#include "smoothing/wls_kernels.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,5 +1,7 @@
 #include "smoothing/wls_column_pass.h"
 
+#include "core/code_conversion.h"
+
 #include <cstring>
 #include <type_traits>
 

@@ -16,10 +16,6 @@ constexpr int32_t codeDifferences = 443;
 /// guide = trunc(code * scale), saturated to 16 bits.
 void ScaleCodes(const uint16_t* code, int32_t count, double scale, uint16_t* guide);
 
-/// Codes as floats, and floats clamped and truncated to codes (a not-a-number becomes 0).
-void CodesToFloats(const uint16_t* code, int32_t count, float* value);
-void FloatsToCodes(const float* value, int32_t count, uint16_t* code);
-
 /// difference[i] = min(|a[i] - b[i]|, 442).
 void Differences(const uint16_t* a, const uint16_t* b, int32_t count, uint16_t* difference);
 

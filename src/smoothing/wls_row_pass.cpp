@@ -1,5 +1,6 @@
 #include "smoothing/wls_row_pass.h"
 
+#include "core/code_conversion.h"
 #include "core/saturate.h"
 
 #include <algorithm>
