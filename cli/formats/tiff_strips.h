@@ -37,6 +37,9 @@ struct TiffPage {
     std::string description;            ///< text for programs; none where empty
 };
 
+/// Lines of a strip of about a quarter of a megabyte.
+std::int64_t StripLines(std::int64_t lineLength, std::int64_t lines);
+
 using EncodedStrip = std::vector<unsigned char>;
 
 /// The bytes that strips have in the file.
