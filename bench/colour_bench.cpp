@@ -8,6 +8,7 @@
 #include "core/image_converter.h"
 #include "core/image_scaling.h"
 #include "core/power_curve.h"
+#include "core/saturate.h"
 #include "tone/htr_color_luts.h"
 
 #include <omp.h>
@@ -34,6 +35,28 @@ public:
 
 private:
     const Functor& functor_;
+};
+
+// A curve of 16-bit codes, as the encoding sink and the device step look it up.
+class CodeMap : public ImageConverterInterface {
+public:
+    explicit CodeMap(const uint16_t* codes) : table_(codes) {}
+    void operator()(const double* in, double* out, size_t channels) const override
+    {
+        for (size_t c = 0; c < channels; ++c) {
+            out[c] = table_[SaturateCode(in[c], 65535.0)];
+        }
+    }
+    void ConvertBlock(PixelBlock& block, int32_t, size_t) const override
+    {
+        CodeBlock codes;
+        ToCodes(block, codes);
+        MapCodes(table_, codes, codes);
+        FromCodes(codes, block);
+    }
+
+private:
+    const uint16_t* table_;
 };
 
 template <typename Functor>

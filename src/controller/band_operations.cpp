@@ -1,6 +1,6 @@
 // Analysis of a reduced page and correction of its bands.
 #include "controller/argument_checks.h"
-#include "controller/device_black.h"
+#include "controller/call_conditions.h"
 #include "controller/encoding_sink.h"
 #include "controller/qva_controller.h"
 #include "controller/source_decoding.h"
@@ -18,9 +18,8 @@ namespace lumo {
 namespace {
 
 constexpr uint32_t analysisLongSide = 1200;
-constexpr double transformMax = 2.0;
 
-// The factors in another order than RenderedBlack takes them: a last bit may differ.
+// The factors in another order than RenderedRanges takes them: a last bit may differ.
 double CorrectedBlack(double sourceBlack, int32_t outputLuminanceMax)
 {
     return outputLuminanceMax > 100 ? sourceBlack * outputLuminanceMax * 0.01 : sourceBlack;
@@ -30,19 +29,11 @@ double CorrectedBlack(double sourceBlack, int32_t outputLuminanceMax)
 struct CorrectionValues {
     CorrectionValues(const QVA_IMAGE& src, const QVA_SOURCE_ENCODING& encoding,
                      const QVA_OUTPUT_CONDITIONS& conditions)
-        : profiles(src.colorSpace),
-          intent(RvxIntent(conditions.renderingIntent)),
-          black(MeasureBlackLuminance(profiles.source.Bytes(), profiles.xyz.Bytes(),
-                                      conditions.outputProfile, intent,
-                                      RvxOption(conditions.optionFlag))),
-          sourceBlack(SourceBlack(black, encoding)),
-          outputBlack(CorrectedBlack(sourceBlack, conditions.outputLuminanceMax))
+        : call(src, encoding, conditions),
+          outputBlack(CorrectedBlack(call.sourceBlack, conditions.outputLuminanceMax))
     {
     }
-    ProfilePair profiles;
-    uint32_t intent;
-    double black;
-    double sourceBlack;
+    CallConditions call;
     double outputBlack;
 };
 
@@ -137,19 +128,12 @@ uint32_t QvaController::Analysis(const QVA_IMAGE* src, const QVA_SOURCE_ENCODING
 void QvaController::Analyse(const QVA_IMAGE& src, const QVA_SOURCE_ENCODING& encoding,
                             const QVA_OUTPUT_CONDITIONS& conditions)
 {
-    const ProfilePair profiles(src.colorSpace);
-    const double black = MeasureBlackLuminance(
-        profiles.source.Bytes(), profiles.xyz.Bytes(), conditions.outputProfile,
-        RvxIntent(conditions.renderingIntent), RvxOption(conditions.optionFlag));
-    const double sourceBlack = SourceBlack(black, encoding);
-    const LuminanceRangePair ranges =
-        MakeRanges(encoding, conditions, sourceBlack,
-                   RenderedBlack(sourceBlack, conditions.outputLuminanceMax));
+    const CallConditions call(src, encoding, conditions);
+    const LuminanceRangePair ranges = call.RenderedRanges(encoding, conditions);
     const Matrix source = WrapImage(src);
     const HtrColorCorrection correction(ranges);
     const LinearSource linear(source, encoding, &correction);
-    const int64_t pixels = static_cast<int64_t>(source.rows) * source.cols;
-    const Htr htr(ranges, ParametersFor(pixels, ranges));
+    const Htr htr(ranges, ParametersFor(PixelCount(source), ranges));
     WorkPlanes planes;
     htr.AnalyzeStream(linear, analysisState, planes);
 }
@@ -185,16 +169,14 @@ void QvaController::Correct(const QVA_IMAGE& dst, const QVA_IMAGE& src,
 {
     const CorrectionValues& first = FirstValues(src, encoding, conditions);
     const LuminanceRangePair ranges =
-        MakeRanges(encoding, conditions, first.sourceBlack, first.outputBlack);
+        MakeRanges(encoding, conditions, first.call.sourceBlack, first.outputBlack);
     const int64_t pagePixels =
         static_cast<int64_t>(analysisState.imageRows) * analysisState.imageCols;
     const Matrix source = WrapImage(src);
     const HtrColorCorrection correction(ranges);
     const LinearSource linear(source, encoding, &correction);
     const Htr htr(ranges, ParametersFor(pagePixels, ranges));
-    Tintrix transform(first.profiles.source.Bytes(), first.profiles.xyz.Bytes(),
-                      conditions.outputProfile, first.intent, transformMax, 0.0,
-                      RvxOption(conditions.optionFlag));
+    Tintrix transform = first.call.MakeTransform(conditions);
     const Dpg dpg(DpgRanges(ranges), PrepareDpgParameters(pagePixels, transform));
     WorkPlanes planes;
     DpgStage<uint16_t> stage(dpg, source.rows, source.cols, planes);

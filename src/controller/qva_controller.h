@@ -40,6 +40,8 @@ public:
                                 const QVA_OUTPUT_CONDITIONS* conditions, const QVA_BAND_AREA* band,
                                 const QVA_PAGE_AREA* page);
 
+    /// What follows, up to ApplyDpg, no export reaches: stages over whole images.
+
     /// Normalised codes to linear light (MakeLinearMap).
     /// @param src  D16U. @param dst shares src for type 0, else re-created in its shape.
     /// @throws Exception code 3 for an unknown type.
@@ -85,6 +87,11 @@ LuminanceRangePair DpgRanges(const LuminanceRangePair& ranges);
 
 /// Whether a call on this image is better served by one thread.
 bool IsSmall(const QVA_IMAGE& image);
+
+inline int64_t PixelCount(const Matrix& image)
+{
+    return static_cast<int64_t>(image.rows) * image.cols;
+}
 
 /// A header over the caller's pixels.
 /// @throws Exception code 1 for an image wider or higher than 2^31 - 65.

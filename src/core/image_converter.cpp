@@ -1,7 +1,5 @@
 #include "core/image_converter.h"
 
-#include "core/saturate.h"
-
 namespace lumo {
 
 void ImageConverterInterface::ConvertBlock(PixelBlock& block, int32_t count, size_t channels) const
@@ -38,18 +36,6 @@ void ImageConverter::EnsureChannels(const Matrix& src)
         throw Exception(exceptionFormat,
                         "Error in Image Converter::Convert(), data channels must be 1/3");
     }
-}
-
-void CodeMap::operator()(const double* in, double* out, size_t channels) const
-{
-    for (size_t c = 0; c < channels; ++c) {
-        out[c] = table_[SaturateCode(in[c], 65535.0)];
-    }
-}
-
-void CodeMap::ConvertBlock(PixelBlock& block, int32_t, size_t) const
-{
-    MapBlock(table_, block);
 }
 
 } // namespace lumo

@@ -1,12 +1,11 @@
 // Runs colour function objects over every pixel of an image.
 #pragma once
 
+#include "core/block_loop.h"
 #include "core/exception.h"
 #include "core/matrix.h"
-#include "core/parallel.h"
 #include "core/pixel_block.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <type_traits>
 
@@ -113,33 +112,14 @@ private:
     static void Run(const Matrix& src, Matrix& dst, const Functors&... functors)
     {
         const int32_t channels = src.channels;
-        ParallelRanges(src.roi.y, static_cast<int64_t>(src.roi.y) + src.roi.height,
-                       [&](int64_t first, int64_t last) {
-                           PixelBlock block;
-                           for (auto row = static_cast<int32_t>(first); row < last; ++row) {
-                               const T* in = RowOf<T>(src, row);
-                               T* out = RowOf<T>(dst, row);
-                               for (int32_t col = 0; col < src.cols; col += blockSize) {
-                                   const int32_t count = std::min(blockSize, src.cols - col);
-                                   const int64_t at = static_cast<int64_t>(col) * channels;
-                                   Chain<T>(in + at, block, count, channels, functors...);
-                                   StorePixels(block, count, channels, out + at);
-                               }
-                           }
-                       });
+        const int64_t end = static_cast<int64_t>(src.roi.y) + src.roi.height;
+        ForEachBlock(src.roi.y, end, src.cols,
+                     [&](int32_t row, int32_t col, int32_t count, PixelBlock& block) {
+                         const int64_t at = static_cast<int64_t>(col) * channels;
+                         Chain<T>(RowOf<T>(src, row) + at, block, count, channels, functors...);
+                         StorePixels(block, count, channels, RowOf<T>(dst, row) + at);
+                     });
     }
-};
-
-/// A 65,536-entry 16-bit curve as a function object: every channel becomes table[code].
-class CodeMap : public ImageConverterInterface {
-public:
-    /// `codes` has 65,536 entries and outlives the object.
-    explicit CodeMap(const uint16_t* codes) : table_(codes) {}
-    void operator()(const double* in, double* out, size_t channels) const override;
-    void ConvertBlock(PixelBlock& block, int32_t count, size_t channels) const override;
-
-private:
-    const uint16_t* table_;
 };
 
 } // namespace lumo

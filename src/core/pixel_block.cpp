@@ -241,14 +241,6 @@ void StoreCodes(const CodeBlock& codes, int32_t count, uint16_t* pixels)
     }
 }
 
-void MapBlock(const uint16_t* table, PixelBlock& block)
-{
-    CodeBlock codes;
-    ToCodes(block, codes);
-    MapCodes(table, codes, codes);
-    FromCodes(codes, block);
-}
-
 void MultiplyBlock(const double* m, PixelBlock& block)
 {
     kernels::Multiply(m, block.channel[0], block.channel[1], block.channel[2]);

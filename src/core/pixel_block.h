@@ -57,9 +57,6 @@ void LoadMapped(const uint16_t* table, const uint16_t* pixels, int32_t count, Co
 void LoadCodes(const uint16_t* pixels, int32_t count, CodeBlock& codes);
 void StoreCodes(const CodeBlock& codes, int32_t count, uint16_t* pixels);
 
-/// A block whose three channels become table[code]; the values are saturated to 16 bits first.
-void MapBlock(const uint16_t* table, PixelBlock& block);
-
 /// out = m * in for the 3 × 3 matrix m, row-major; terms are added left to right.
 void MultiplyBlock(const double* m, PixelBlock& block);
 

@@ -1,13 +1,13 @@
 #include "print/dpg_stage.h"
 
 #include "colorspace/pq.h"
+#include "core/block_loop.h"
 #include "core/exception.h"
 #include "core/power_curve.h"
 #include "core/saturate.h"
 #include "smoothing/fast_wls_filter.h"
 #include "smoothing/wls_solver.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace lumo {
@@ -223,8 +223,7 @@ template <typename T>
 void DpgStage<T>::DrainRow(int32_t row, const T* base, const T* printBase, PixelSink& sink) const
 {
     PixelBlock block;
-    for (int32_t col = 0; col < cols_; col += blockSize) {
-        const int32_t count = std::min(blockSize, cols_ - col);
+    ForEachBlock(cols_, [&](int32_t col, int32_t count) {
         CombineBlock(RowOf<T>(planes_.intensity, row) + col, base + col,
                      RowOf<T>(planes_.second, row) + col, printBase + col, count, block.channel[0]);
         LoadPlane(RowOf<T>(planes_.chroma1, row) + col, count, block.channel[1]);
@@ -232,7 +231,7 @@ void DpgStage<T>::DrainRow(int32_t row, const T* base, const T* printBase, Pixel
         SaturateBlock<T>(block);
         tables_->fromWork.ConvertBlock(block, count, 3);
         Send(row, col, count, block, sink);
-    }
+    });
 }
 
 // Near black, where there is no headroom below, the result bends onto an exponential.

@@ -3,7 +3,6 @@
 #include "core/exception.h"
 #include "core/image_scaling.h"
 #include "core/parallel.h"
-#include "core/pixel_block.h"
 #include "tone/global_tone_mapping_operator_adaptive.h"
 #include "tone/image_histogram.h"
 #include "tone/segment_window.h"
@@ -13,7 +12,6 @@
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <type_traits>
 #include <utility>
 
 namespace lumo {
@@ -23,8 +21,6 @@ constexpr int32_t curveBins = 1024;
 constexpr double steepest = 1.0;
 constexpr double tableEnd = 65535.0;
 constexpr double usualDecay = 1.0;
-constexpr const char* applyMessage =
-    "Error in FastObjectAdaptiveToneMapping::ApplyToneMapping, data depth must be D16U";
 
 Vector<double> MakeWeightTable(double decay)
 {
@@ -118,42 +114,12 @@ void StoreMasks(const RegionWeightMaps<T>& maps, VectorC<Matrix>& masks)
     });
 }
 
-template <typename T>
-void BlendRows(const ToneBlend& blend, const Matrix& src, Matrix& dst)
-{
-    ParallelRangesWith(
-        0, src.rows, [&] { return ToneBlend::Row(blend); },
-        [&](int64_t first, int64_t last, ToneBlend::Row& row) {
-            double blended[blockSize];
-            for (auto y = static_cast<int32_t>(first); y < last; ++y) {
-                for (int32_t x = 0; x < src.cols; x += blockSize) {
-                    const int32_t count = std::min(blockSize, src.cols - x);
-                    blend.Blend(RowOf<T>(src, y) + x, y, x, count, row, blended);
-                    StorePlane(blended, count, RowOf<T>(dst, y) + x);
-                }
-            }
-        });
-}
-
 } // namespace
 
 FastObjectAdaptiveToneMapping::FastObjectAdaptiveToneMapping(double width, double decay)
     : weightTable(decay == usualDecay ? UsualWeightTable() : MakeWeightTable(decay)),
       windowSize(width)
 {
-}
-
-void FastObjectAdaptiveToneMapping::operator()(const Matrix& src, Matrix& dst,
-                                               const ToneCodes& codes, const Matrix_t<int>& labels,
-                                               int32_t n) const
-{
-    Require(IsToneDepth(src), "Error in FastObjectAdaptiveToneMapping::operator(), data depth must "
-                              "be D16U/D32F");
-    if (DepthOf(src.type) == D16U) {
-        ApplyToneMapping<uint16_t>(src, dst, codes, labels, n);
-    } else {
-        ApplyToneMapping<float>(src, dst, codes, labels, n);
-    }
 }
 
 void FastObjectAdaptiveToneMapping::operator()(const Matrix& src, const ToneCodes& codes,
@@ -183,32 +149,6 @@ ToneBlend FastObjectAdaptiveToneMapping::MakeBlend(const Matrix& src, const Tone
                                                             windowSize);
     return ToneBlend(SegmentCurves(operators, n), std::move(maps), {src.rows, src.cols, 0, 0},
                      src.cols);
-}
-
-template <typename T>
-void FastObjectAdaptiveToneMapping::ApplyToneMapping(const Matrix& src, Matrix& dst,
-                                                     const ToneCodes& codes,
-                                                     const Matrix_t<int>& labels, int32_t n) const
-{
-    const Matrix source(src);
-    Require(DepthOf(source.type) == (std::is_same_v<T, float> ? D32F : D16U), applyMessage);
-    const ToneBlend blend = MakeBlend<T>(source, codes, labels, n);
-    dst.Create(source.rows, source.cols, source.type);
-    BlendRows<T>(blend, source, dst);
-}
-
-void FastObjectAdaptiveToneMapping::ApplyToneMapping(const Matrix& src, Matrix& dst,
-                                                     const ImageSize& image, const ImageSize& label,
-                                                     const VectorC<Vector<double>>& curves,
-                                                     const VectorC<Matrix>& masks, int32_t offset,
-                                                     BandDirection direction)
-{
-    Require(DepthOf(src.type) == D16U, applyMessage);
-    const Matrix source(src);
-    const ToneBlend blend =
-        MakeBandBlend({source.rows, source.cols}, image, label, curves, masks, offset, direction);
-    dst.Create(source.rows, source.cols, source.type);
-    BlendRows<uint16_t>(blend, source, dst);
 }
 
 ToneBlend FastObjectAdaptiveToneMapping::MakeBandBlend(const ImageSize& band,
@@ -296,13 +236,5 @@ template ToneBlend FastObjectAdaptiveToneMapping::MakeBlend<uint16_t>(const Matr
 template ToneBlend FastObjectAdaptiveToneMapping::MakeBlend<float>(const Matrix&, const ToneCodes&,
                                                                    const Matrix_t<int>&,
                                                                    int32_t) const;
-template void FastObjectAdaptiveToneMapping::ApplyToneMapping<uint16_t>(const Matrix&, Matrix&,
-                                                                        const ToneCodes&,
-                                                                        const Matrix_t<int>&,
-                                                                        int32_t) const;
-template void FastObjectAdaptiveToneMapping::ApplyToneMapping<float>(const Matrix&, Matrix&,
-                                                                     const ToneCodes&,
-                                                                     const Matrix_t<int>&,
-                                                                     int32_t) const;
 
 } // namespace lumo

@@ -33,20 +33,6 @@ void GlobalToneMappingOperatorAdaptive::SetParameters(double inputMax, double in
     binWidth = 1.0 / binsPerUnit;
 }
 
-void GlobalToneMappingOperatorAdaptive::MakeLUT(const Matrix& src, const Matrix& mask)
-{
-    const int32_t depth = DepthOf(src.type);
-    if (depth != D8U && depth != D16U && depth != D32F) {
-        throw Exception(
-            exceptionFormat,
-            "Error in GlobalToneMappingOperatorAdaptive::MakeLUT, data depth must be 8U/16U/32F");
-    }
-    EnsureBins();
-    ImageHistogram(histMax, histMin, numBins)(src, mask, histogram);
-    ComputeSlopes();
-    BuildLut();
-}
-
 void GlobalToneMappingOperatorAdaptive::MakeLUT(const Vector<double>& counts)
 {
     EnsureBins();

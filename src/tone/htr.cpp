@@ -2,8 +2,6 @@
 
 #include "colorspace/pq.h"
 #include "core/exception.h"
-#include "core/image_converter.h"
-#include "tone/work_space.h"
 
 #include <algorithm>
 
@@ -105,55 +103,10 @@ void Htr::EnsureValidParameters(const HtrParameters& parameters) const
             "Error in Htr::EnsureValidParameters, thresholdHighY must be [0,1]");
 }
 
-void Htr::Convert2WorkColorSpace(const Matrix& src, Matrix& dst, double chromaOffset) const
-{
-    ImageConverter::Convert(src, dst, *MakeWorkConverter(input, inputCode, chromaOffset));
-}
-
-void Htr::Convert2DstColorSpace(const Matrix& src, Matrix& dst, double chromaOffset) const
-{
-    ImageConverter::Convert(src, dst, *MakeDestinationConverter(output, outputCode, chromaOffset));
-}
-
 ToneCodes Htr::Codes() const
 {
     return {inputCode.codeMax,  inputCode.codeMin,         outputCode.codeMax,
             outputCode.codeMin, params.luminanceThreshold, params.toneKneeLuminance};
-}
-
-void Htr::operator()(const Matrix& src, Matrix& dst) const
-{
-    if (src.channels != 3) {
-        throw Exception(exceptionFormat, "Error in Htr::operator(), src channels must be 3");
-    }
-    const Matrix source(src);
-    const int32_t depth = DepthOf(source.type);
-    if (depth != D16U && depth != D32F) {
-        throw Exception(exceptionFormat, "Error in Htr::operator(), src depth must be D16U/D32F");
-    }
-    WorkPlanes planes;
-    dst.Ensure(source.rows, source.cols, source.type);
-    if (depth == D16U) {
-        MatrixSink<uint16_t> sink(dst);
-        Render<uint16_t>(MatrixSource<uint16_t>(source), sink, planes);
-    } else {
-        MatrixSink<float> sink(dst);
-        Render<float>(MatrixSource<float>(source), sink, planes);
-    }
-}
-
-void Htr::Analyze(const Matrix& src, HtrAnalysis& analysis) const
-{
-    if (src.channels != 3) {
-        throw Exception(exceptionFormat, "Error in Htr::Analyze, src channels must be 3");
-    }
-    Require(analysis.analysisRows >= 0 && analysis.analysisCols >= 0, "");
-    Require(src.rows == analysis.analysisRows && src.cols == analysis.analysisCols, "");
-    if (DepthOf(src.type) != D16U) {
-        throw Exception(exceptionFormat, "Error in Htr::Analyze, src depth must be D16U");
-    }
-    WorkPlanes planes;
-    AnalyzeStream(MatrixSource<uint16_t>(src), analysis, planes);
 }
 
 void Htr::EnsureBand(int32_t rows, int32_t cols, const HtrAnalysis& analysis, const BandRect& band)
@@ -164,23 +117,6 @@ void Htr::EnsureBand(int32_t rows, int32_t cols, const HtrAnalysis& analysis, co
     Require(analysis.imageRows >= 1 && analysis.imageCols >= 1, "");
     Require(rows == int64_t{band.bottom} - band.top + 1, "");
     Require(cols == int64_t{band.right} - band.left + 1, "");
-}
-
-void Htr::Correct(const Matrix& src, Matrix& dst, const HtrAnalysis& analysis,
-                  const BandRect& band) const
-{
-    if (src.channels != 3) {
-        throw Exception(exceptionFormat, "Error in Htr::Correct, src channels must be 3");
-    }
-    EnsureBand(src.rows, src.cols, analysis, band);
-    if (DepthOf(src.type) != D16U) {
-        throw Exception(exceptionFormat, "Error in Htr::Correct, src depth must be D16U");
-    }
-    const Matrix source(src);
-    WorkPlanes planes;
-    dst.Ensure(source.rows, source.cols, source.type);
-    MatrixSink<uint16_t> sink(dst);
-    CorrectStream(MatrixSource<uint16_t>(source), sink, analysis, band, planes);
 }
 
 } // namespace lumo

@@ -1,7 +1,6 @@
 // The steps that Htr's entry points share, as passes over streams of pixels.
-#include "core/exception.h"
+#include "core/block_loop.h"
 #include "core/image_scaling.h"
-#include "core/parallel.h"
 #include "core/saturate.h"
 #include "segmentation/fast_slic.h"
 #include "segmentation/segment_evaluater.h"
@@ -63,6 +62,21 @@ void LoadCorrected(const PixelSource& source, const ImageConverterInterface* cor
     SaturateBlock<T>(block);
 }
 
+// Values as a store into T and a load leave them.
+template <typename T>
+void StoreSaturated(const double* values, int32_t count, double* saturated)
+{
+    std::transform(values, values + count, saturated,
+                   [](double value) { return static_cast<double>(Saturate<T>(value)); });
+}
+
+// What a thread needs for the blend and what follows it.
+struct ToneScratch {
+    ToneBlend::Row weights;
+    PixelBlock block;
+    double toned[blockSize];
+};
+
 } // namespace
 
 template <typename T>
@@ -76,17 +90,11 @@ void Htr::ToPlanes(const PixelSource& source, const ImageConverterInterface* cor
     for (Matrix* plane : targets) {
         plane->Ensure(rows, cols, PlaneType<T>());
     }
-    ParallelRanges(0, rows, [&](int64_t first, int64_t last) {
-        PixelBlock block;
-        for (auto row = static_cast<int32_t>(first); row < last; ++row) {
-            for (int32_t col = 0; col < cols; col += blockSize) {
-                const int32_t count = std::min(blockSize, cols - col);
-                LoadCorrected<T>(source, correction, row, col, count, block);
-                converter->ConvertBlock(block, count, 3);
-                for (int c = 0; c < 3; ++c) {
-                    StorePlane(block.channel[c], count, RowOf<T>(*targets[c], row) + col);
-                }
-            }
+    ForEachBlock(0, rows, cols, [&](int32_t row, int32_t col, int32_t count, PixelBlock& block) {
+        LoadCorrected<T>(source, correction, row, col, count, block);
+        converter->ConvertBlock(block, count, 3);
+        for (int c = 0; c < 3; ++c) {
+            StorePlane(block.channel[c], count, RowOf<T>(*targets[c], row) + col);
         }
     });
 }
@@ -146,35 +154,26 @@ void Htr::FromPlanes(const ToneBlend& blend, const WorkPlanes& planes, bool adju
                                             params.thresholdHighY);
     const bool split = params.useWlsFilter;
     const Matrix& basePlane = split ? planes.second : planes.intensity;
-    const int32_t cols = basePlane.cols;
-    ParallelRangesWith(
-        0, basePlane.rows, [&] { return ToneBlend::Row(blend); },
-        [&](int64_t first, int64_t last, ToneBlend::Row& weights) {
-            PixelBlock block;
-            double toned[blockSize] = {};
-            for (auto row = static_cast<int32_t>(first); row < last; ++row) {
-                for (int32_t col = 0; col < cols; col += blockSize) {
-                    const int32_t count = std::min(blockSize, cols - col);
-                    const T* intensity = RowOf<T>(planes.intensity, row) + col;
-                    const T* base = RowOf<T>(basePlane, row) + col;
-                    blend.Blend(base, row, col, count, weights, toned);
-                    if (split) {
-                        recombination.Apply(toned, intensity, base, count, block.channel[0]);
-                    } else {
-                        std::transform(toned, toned + count, block.channel[0], [](double value) {
-                            return static_cast<double>(Saturate<T>(value));
-                        });
-                    }
-                    LoadPlane(RowOf<T>(planes.chroma1, row) + col, count, block.channel[1]);
-                    LoadPlane(RowOf<T>(planes.chroma2, row) + col, count, block.channel[2]);
-                    if (adjustChroma) {
-                        AdjustChroma(intensity, count, ChromaOffset(), block);
-                    }
-                    converter->ConvertBlock(block, count, 3);
-                    sink.Store(row, col, count, block);
-                }
-            }
-        });
+    const auto prepare = [&] { return ToneScratch{ToneBlend::Row(blend), {}, {}}; };
+    ForEachBlockWith(0, basePlane.rows, basePlane.cols, prepare,
+                     [&](int32_t row, int32_t col, int32_t count, ToneScratch& scratch) {
+                         auto& [weights, block, toned] = scratch;
+                         const T* intensity = RowOf<T>(planes.intensity, row) + col;
+                         const T* base = RowOf<T>(basePlane, row) + col;
+                         blend.Blend(base, row, col, count, weights, toned);
+                         if (split) {
+                             recombination.Apply(toned, intensity, base, count, block.channel[0]);
+                         } else {
+                             StoreSaturated<T>(toned, count, block.channel[0]);
+                         }
+                         LoadPlane(RowOf<T>(planes.chroma1, row) + col, count, block.channel[1]);
+                         LoadPlane(RowOf<T>(planes.chroma2, row) + col, count, block.channel[2]);
+                         if (adjustChroma) {
+                             AdjustChroma(intensity, count, ChromaOffset(), block);
+                         }
+                         converter->ConvertBlock(block, count, 3);
+                         sink.Store(row, col, count, block);
+                     });
 }
 
 template <typename T>

@@ -1,4 +1,4 @@
-#include "controller/device_black.h"
+#include "controller/qva_controller.h"
 #include "support/caller.h"
 #include "support/images.h"
 #include "tone/htr_color_luts.h"

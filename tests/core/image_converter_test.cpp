@@ -47,9 +47,7 @@ TEST(ImageConverter, WritesTheRowsOfTheRegionAndNothingAround)
 
 TEST(ImageConverter, BlocksAndPixelsGiveTheSameBits)
 {
-    const CodeMap map(DecodingMap().data);
     ExpectBlockEqualsPixel(shift, [&](auto* in, auto* out) { shift(in, out, 3); });
-    ExpectBlockEqualsPixel(map, [&](auto* in, auto* out) { map(in, out, 3); });
 }
 
 TEST(PowerCurve, MapsCodesOfItsInputToLowBits)

@@ -3,7 +3,7 @@
 #include "colorspace/convert_ictcp_to_xrgb.h"
 #include "colorspace/convert_xrgb_to_ictcp.h"
 #include "colorspace/pq.h"
-#include "controller/device_black.h"
+#include "controller/call_conditions.h"
 #include "controller/qva_controller.h"
 #include "controller/source_decoding.h"
 #include "literal/pixels.h"
@@ -175,21 +175,13 @@ void Print(const QVA_IMAGE& dst, const QVA_IMAGE& src, const QVA_SOURCE_ENCODING
            const QVA_OUTPUT_CONDITIONS& conditions, bool print)
 {
     const QvaController controller;
-    const ProfilePair profiles(src.colorSpace);
-    const uint32_t intent = RvxIntent(conditions.renderingIntent);
-    const bool option = RvxOption(conditions.optionFlag);
-    const double black = MeasureBlackLuminance(profiles.source.Bytes(), profiles.xyz.Bytes(),
-                                               conditions.outputProfile, intent, option);
-    const double sourceBlack = SourceBlack(black, encoding);
-    const LuminanceRangePair ranges =
-        MakeRanges(encoding, conditions, sourceBlack,
-                   RenderedBlack(sourceBlack, conditions.outputLuminanceMax));
+    const CallConditions call(src, encoding, conditions);
+    const LuminanceRangePair ranges = call.RenderedRanges(encoding, conditions);
     const int64_t pixels = int64_t{src.width} * src.height;
     const Htr htr = MakeOperator(ranges, controller.htrParameters, static_cast<double>(pixels));
     Matrix result = Encode(Render(DecodeSource(src, encoding), htr), controller.outputCurve);
-    if (print && black > 0.0) {
-        const Tintrix transform(profiles.source.Bytes(), profiles.xyz.Bytes(),
-                                conditions.outputProfile, intent, 2.0, 0.0, option);
+    if (print && call.black > 0.0) {
+        const Tintrix transform = call.MakeTransform(conditions);
         result = ApplyDevice(result, controller.PrepareDpgParameters(pixels, transform),
                              controller.outputCurve);
     }

@@ -1,7 +1,8 @@
-// The black of the output device, and what a call derives from it.
+// What a call makes of its profiles, its intent and the black of its output device.
 #pragma once
 
 #include "colorspace/color_space.h"
+#include "print/tintrix.h"
 
 #include <cstdint>
 #include <lumo/qva.h>
@@ -22,18 +23,28 @@ private:
     uint8_t* bytes_;
 };
 
-/// The source profile of a colour space and the XYZ profile.
-struct ProfilePair {
-    explicit ProfilePair(uint32_t colorSpace);
+/// The profiles of the source and of XYZ, the matcher's intent, and the black that they give.
+class CallConditions {
+public:
+    /// Measures the device's black.
+    /// @throws Exception, std::bad_alloc when the profiles cannot be copied.
+    CallConditions(const QVA_IMAGE& src, const QVA_SOURCE_ENCODING& encoding,
+                   const QVA_OUTPUT_CONDITIONS& conditions);
+
+    /// The device's colours by the profile and the option of a call, XYZ 0 ... 2.
+    /// @throws Exception code 3 if the matcher refuses.
+    Tintrix MakeTransform(const QVA_OUTPUT_CONDITIONS& conditions) const;
+
+    /// The ranges of a rendering or an analysis.
+    LuminanceRangePair RenderedRanges(const QVA_SOURCE_ENCODING& encoding,
+                                      const QVA_OUTPUT_CONDITIONS& conditions) const;
+
     ProfileBuffer source;
     ProfileBuffer xyz;
+    uint32_t intent;    ///< the matcher's
+    double black;       ///< MeasureBlackLuminance
+    double sourceBlack; ///< the measured black if there is one, else the source's darkest, cd/m2
 };
-
-/// The matcher's intent for QVA_OUTPUT_CONDITIONS::renderingIntent.
-uint32_t RvxIntent(uint32_t renderingIntent);
-
-/// Black-point compensation of QVA_OUTPUT_CONDITIONS::optionFlag.
-bool RvxOption(uint32_t optionFlag);
 
 /// Y of the device's black in percent of white (200 × output code / 65535), or -1 where the
 /// transform cannot be built or used, for whatever reason.
@@ -44,11 +55,5 @@ double MeasureBlackLuminance(const void* source, const void* xyz, const void* de
 LuminanceRangePair MakeRanges(const QVA_SOURCE_ENCODING& encoding,
                               const QVA_OUTPUT_CONDITIONS& conditions, double sourceBlack,
                               double outputBlack);
-
-/// The measured black if there is one, else the darkest luminance of the source.
-double SourceBlack(double black, const QVA_SOURCE_ENCODING& encoding);
-
-/// The black of the output range of a rendering or an analysis.
-double RenderedBlack(double sourceBlack, int32_t outputLuminanceMax);
 
 } // namespace lumo

@@ -1,7 +1,10 @@
+// No export reaches what stands here: histograms under a mask, and a curve from one. The tone
+// mapping counts all segments in one pass.
 #include "tone/image_histogram.h"
 
 #include "core/exception.h"
 #include "core/matrix_converter.h"
+#include "tone/global_tone_mapping_operator_adaptive.h"
 
 namespace lumo {
 namespace {
@@ -61,6 +64,20 @@ void ImageHistogram::operator()(const Matrix& src, const Matrix& mask, Vector<do
     } else {
         Count<float>(*this, src, selected, hist);
     }
+}
+
+void GlobalToneMappingOperatorAdaptive::MakeLUT(const Matrix& src, const Matrix& mask)
+{
+    const int32_t depth = DepthOf(src.type);
+    if (depth != D8U && depth != D16U && depth != D32F) {
+        throw Exception(
+            exceptionFormat,
+            "Error in GlobalToneMappingOperatorAdaptive::MakeLUT, data depth must be 8U/16U/32F");
+    }
+    EnsureBins();
+    ImageHistogram(histMax, histMin, numBins)(src, mask, histogram);
+    ComputeSlopes();
+    BuildLut();
 }
 
 } // namespace lumo
