@@ -20,6 +20,9 @@ extern "C" {
 /** The only bit of the transform flags that changes the result: black-point compensation on the
     way from the source to the device. */
 #define RVX_FLAG_BLACK_POINT_COMPENSATION 0x10000u
+/** What the library sets in every call. Nothing here looks at these bits; a matcher in the place of
+    this one may. */
+#define RVX_FLAGS_OF_EVERY_CALL 0x20032u
 
 /** Rendering intents, as ICC.1 numbers them. */
 enum {

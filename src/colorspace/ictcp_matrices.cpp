@@ -6,6 +6,11 @@
 namespace lumo {
 namespace {
 
+// LMS is the cone space of Hunt, Pointer and Estevez for D65, of which 4 % of each channel leaks
+// into the two others (the crosstalk of ITU-R BT.2390). sRGB and BT.2020 come to it through XYZ,
+// by the primaries of ITU-R BT.709-6 and BT.2020-2 with a white of (0.3127, 0.3290). All are
+// rounded to four decimals, the last moved where a row of grey would not stay grey. What goes back
+// is the inverse of the rounded matrix, rounded in the same way.
 constexpr double xyzToLms[9] = {0.3592, 0.6976, -0.0358, -0.1922, 1.1004,
                                 0.0755, 0.007,  0.0749,  0.8434};
 constexpr double srgbToLms[9] = {0.2957, 0.6231, 0.0812, 0.1562, 0.7273,

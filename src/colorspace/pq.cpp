@@ -5,14 +5,15 @@
 namespace lumo {
 namespace {
 
-// ITU-R BT.2100-2, table 4.
-constexpr double m1 = 0.1593017578125;
-constexpr double m2 = 78.84375;
-constexpr double c1 = 0.8359375;
-constexpr double c2 = 18.8515625;
-constexpr double c3 = 18.6875;
-constexpr double inverseM1 = 6.277394636015326;
-constexpr double inverseM2 = 0.012683313515655966;
+// ITU-R BT.2100-2, table 4. Every one of these is exact in binary, but for the quotients.
+constexpr double m1 = 2610.0 / 16384.0;
+constexpr double m2 = 2523.0 / 4096.0 * 128.0;
+constexpr double c1 = 3424.0 / 4096.0;
+constexpr double c2 = 2413.0 / 4096.0 * 32.0;
+constexpr double c3 = 2392.0 / 4096.0 * 32.0;
+constexpr double inverseM1 = 1.0 / m1;
+constexpr double inverseM2 = 1.0 / m2;
+static_assert(c1 == c3 - c2 + 1.0, "signal 1 stands for the peak");
 
 double Clamp(double value, double low, double high)
 {

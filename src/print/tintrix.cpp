@@ -6,8 +6,8 @@
 namespace lumo {
 namespace {
 
-constexpr uint32_t plainFlags = 0x20032;
-constexpr uint32_t compensatingFlags = 0x30032;
+constexpr uint32_t plainFlags = RVX_FLAGS_OF_EVERY_CALL;
+constexpr uint32_t compensatingFlags = plainFlags | RVX_FLAG_BLACK_POINT_COMPENSATION;
 
 RvxProfileDescriptor Describe(const void* profile)
 {

@@ -16,12 +16,12 @@ constexpr uint64_t encodingSamples = 1024;
 constexpr uint64_t decodingSamples = 65535;
 
 constexpr double identity[9] = {1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
-// IEC 61966-2-1.
+// IEC 61966-2-1, which prints both.
 constexpr double srgbToXyz[9] = {0.4124, 0.3576, 0.1805, 0.2126, 0.7152,
                                  0.0722, 0.0193, 0.1192, 0.9505};
 constexpr double xyzToSrgb[9] = {3.2406, -1.5372, -0.4986, -0.9689, 1.8758,
                                  0.0415, 0.0557,  -0.204,  1.057};
-// ITU-R BT.2020-2, table 3.
+// By the primaries of ITU-R BT.2020-2, table 3, to six decimals; its inverse to four.
 constexpr double bt2020ToXyz[9] = {0.636958, 0.144617, 0.168881, 0.2627,  0.677998,
                                    0.059302, 0.0,      0.028073, 1.060985};
 constexpr double xyzToBt2020[9] = {1.7167, -0.3557, -0.2534, -0.6667, 1.6165,

@@ -1,11 +1,101 @@
+#include "colorspace/color_space.h"
 #include "colorspace/convert_ictcp_to_xrgb.h"
 #include "colorspace/convert_xrgb_to_ictcp.h"
+#include "colorspace/ictcp_matrices.h"
 #include "colorspace/pq.h"
 #include "support/images.h"
+
+#include <array>
 
 namespace lumo::test {
 
 constexpr double mid = 32767.5;
+
+using Triples = std::array<std::array<double, 3>, 3>;
+
+Triples Product(const Triples& a, const Triples& b)
+{
+    Triples product = {};
+    for (int i = 0; i < 9; ++i) {
+        for (int k = 0; k < 3; ++k) {
+            product[i / 3][i % 3] += a[i / 3][k] * b[k][i % 3];
+        }
+    }
+    return product;
+}
+
+Triples Inverse(const Triples& m)
+{
+    const auto minor = [&](int row, int col) {
+        return m[(row + 1) % 3][(col + 1) % 3] * m[(row + 2) % 3][(col + 2) % 3] -
+               m[(row + 1) % 3][(col + 2) % 3] * m[(row + 2) % 3][(col + 1) % 3];
+    };
+    const double determinant =
+        m[0][0] * minor(0, 0) + m[0][1] * minor(0, 1) + m[0][2] * minor(0, 2);
+    Triples inverse = {};
+    for (int i = 0; i < 9; ++i) {
+        inverse[i / 3][i % 3] = minor(i % 3, i / 3) / determinant;
+    }
+    return inverse;
+}
+
+// The XYZ of each primary, so that together they make the white of D65.
+Triples ToXyz(const double (&x)[3], const double (&y)[3])
+{
+    Triples columns = {};
+    for (int i = 0; i < 3; ++i) {
+        columns[0][i] = x[i] / y[i];
+        columns[1][i] = 1.0;
+        columns[2][i] = (1.0 - x[i] - y[i]) / y[i];
+    }
+    const double white[3] = {0.3127 / 0.3290, 1.0, (1.0 - 0.3127 - 0.3290) / 0.3290};
+    const Triples back = Inverse(columns);
+    for (int i = 0; i < 3; ++i) {
+        const double share = back[i][0] * white[0] + back[i][1] * white[1] + back[i][2] * white[2];
+        for (auto& row : columns) {
+            row[i] *= share;
+        }
+    }
+    return columns;
+}
+
+void ExpectRounded(const Triples& exact, const double* rounded)
+{
+    for (int i = 0; i < 9; ++i) {
+        // Half of the fourth decimal, and a little for the rows that were brought to a sum of 1.
+        EXPECT_NEAR(exact[i / 3][i % 3], rounded[i], 7e-5) << i;
+    }
+}
+
+// Cones: Hunt, Pointer and Estevez for D65, as in Fairchild, "Color Appearance Models".
+TEST(ICtCpMatrices, FollowFromConesAndPrimariesAndTheirInverses)
+{
+    const Triples cones = {
+        {{0.40024, 0.7076, -0.08081}, {-0.2263, 1.16532, 0.0457}, {0, 0, 0.91822}}};
+    const Triples crosstalk = {{{0.92, 0.04, 0.04}, {0.04, 0.92, 0.04}, {0.04, 0.04, 0.92}}};
+    const Triples lms = Product(crosstalk, cones);
+    const Triples bt709 = ToXyz({0.64, 0.30, 0.15}, {0.33, 0.60, 0.06});
+    const Triples bt2020 = ToXyz({0.708, 0.170, 0.131}, {0.292, 0.797, 0.046});
+    ExpectRounded(lms, ToLmsMatrix(XYZ));
+    ExpectRounded(Product(lms, bt709), ToLmsMatrix(sRGB));
+    ExpectRounded(Product(lms, bt2020), ToLmsMatrix(BT2020RGB));
+    for (const int32_t space : {XYZ, sRGB, BT2020RGB}) {
+        SCOPED_TRACE(space);
+        const double* forward = ToLmsMatrix(space);
+        Triples rounded;
+        for (int i = 0; i < 9; ++i) {
+            rounded[i / 3][i % 3] = forward[i];
+        }
+        ExpectRounded(Inverse(rounded), FromLmsMatrix(space));
+    }
+}
+
+TEST(PQ, HasItsFloorAtZero)
+{
+    EXPECT_NEAR(pqFloor, PQ(0.0), 1e-21); // fifteen digits
+    EXPECT_EQ(1.0 - pqFloor, pqFloorToOne);
+    EXPECT_EQ(0.0, EOTF(pqFloor));
+}
 
 // ITU-R BT.2100-2, table 7: both matrices in 4096ths. Four decimals move the smallest coefficients
 // by 0.3 % and the signal of a primary by up to 2.5e-4.

@@ -137,6 +137,26 @@ TEST(Htr, RendersInOnePassWhatItsStepsGive)
     ExpectPasses<float>(1.1920929e-7);
 }
 
+TEST(Htr, BringsColoursBackFromLuminanceAndChromaticity)
+{
+    Rendering rendering;
+    rendering.parameters.workColorSpace = xyYwithPQ;
+    for (const int32_t space : {XYZ, sRGB, BT2020RGB}) {
+        SCOPED_TRACE(space);
+        rendering.ranges.input.colorSpace = space;
+        rendering.ranges.output = rendering.ranges.input;
+        const Htr htr(rendering.ranges, rendering.parameters);
+        const std::vector<float> colours = {60000, 20000, 5000, 3000, 40000,
+                                            9000,  7000,  5000, 50000};
+        Matrix image = MakeMatrix<float>(1, 3, colours, 3);
+        htr.Convert2WorkColorSpace(image, image, 0.0);
+        htr.Convert2DstColorSpace(image, image, 0.0);
+        for (size_t k = 0; k < colours.size(); ++k) {
+            EXPECT_NEAR(colours[k], Elements<float>(image)[k], 40.0) << k;
+        }
+    }
+}
+
 // X = Y = Z has both chromaticities at a third of the range, D65 white at 0.3127 and 0.3290.
 TEST(Htr, WorksInLuminanceAndChromaticity)
 {
