@@ -96,8 +96,8 @@ void FitBuffer(QVA_IMAGE& image, GuardedPixels& pixels, bool repair, bool end)
         image.stride = uint64_t{image.width} * 6;
         image.channels = 3;
         image.bitsPerChannel = 16;
-        image.format = 1;
-        image.colorSpace = 2;
+        image.format = QVA_FORMAT_RGB16;
+        image.colorSpace = QVA_COLOR_SPACE_BT2020;
     }
     const bool none = image.pixels == nullptr && !repair;
     image.pixels = none ? nullptr : pixels.Place(BytesOf(image), end);

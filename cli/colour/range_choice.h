@@ -5,14 +5,15 @@
 #include "colour/picture_statistics.h"
 
 #include <cstdint>
+#include <lumo/qva.h>
 #include <string>
 
 namespace qva {
 
 /// What the library's gammaType says about codes.
-constexpr std::uint32_t gammaLinear = 0;
-constexpr std::uint32_t gamma22 = 1;
-constexpr std::uint32_t gammaPq = 2;
+constexpr std::uint32_t gammaLinear = QVA_GAMMA_LINEAR;
+constexpr std::uint32_t gamma22 = QVA_GAMMA_2_2;
+constexpr std::uint32_t gammaPq = QVA_GAMMA_PQ;
 
 /// Codes 0 ... codeMax stand for bottom ... top; codes above codeMax are cut.
 struct RenderRange {

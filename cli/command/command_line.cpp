@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <iterator>
+#include <lumo/qva.h>
 
 namespace qva {
 
@@ -66,7 +67,7 @@ std::string Parse(CLI::App& app, int count, const char* const* arguments)
     try {
         app.parse(count, arguments);
     } catch (const CLI::CallForVersion&) {
-        return "qva " QVA_VERSION "\n";
+        return "qva " QVA_VERSION_STRING "\n";
     } catch (const CLI::CallForHelp&) {
         return app.help();
     } catch (const CLI::ParseError& error) {
@@ -82,7 +83,7 @@ CommandLine ParseCommandLine(int count, const char* const* arguments)
     EnsureCommand(count, arguments);
     CLI::App app(description, "qva");
     app.footer(examples);
-    app.set_version_flag("--version", "qva " QVA_VERSION);
+    app.set_version_flag("--version", "qva " QVA_VERSION_STRING);
     app.require_subcommand(1);
     std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>> choices;
     for (const CommandEntry& entry : commands) {

@@ -4,6 +4,7 @@
 #include "colour/icc_builder.h"
 
 #include <fmt/format.h>
+#include <lumo/qva.h>
 #include <nlohmann/json.hpp>
 
 namespace qva {
@@ -26,7 +27,7 @@ const char* NameOf(Compression compression)
 
 Json JobJson(const PageJob& job)
 {
-    return {{"version", QVA_VERSION},
+    return {{"version", QVA_VERSION_STRING},
             {"width", job.plan.page.width},
             {"height", job.plan.page.height},
             {"direction", NameOf(job.plan.direction)},

@@ -28,8 +28,8 @@ QVA_IMAGE ImageRecord(std::uint16_t* codes, ImageSize size)
     image.stride = static_cast<std::uint64_t>(size.width) * 6;
     image.channels = 3;
     image.bitsPerChannel = 16;
-    image.format = 1;
-    image.colorSpace = 2;
+    image.format = QVA_FORMAT_RGB16;
+    image.colorSpace = QVA_COLOR_SPACE_BT2020;
     image.pixels = codes;
     return image;
 }
@@ -43,8 +43,10 @@ QVA_OUTPUT_CONDITIONS ConditionsRecord(const PrinterProfile& profile,
     conditions.reservedA = 1.0;
     conditions.reservedB = 1.0;
     conditions.outputProfile = profile.bytes.data();
-    conditions.renderingIntent = settings.saturation ? 2 : 0;
-    conditions.optionFlag = settings.blackPointCompensation ? 0 : 1;
+    conditions.renderingIntent =
+        settings.saturation ? QVA_INTENT_SATURATION : QVA_INTENT_RELATIVE_COLORIMETRIC;
+    conditions.optionFlag = settings.blackPointCompensation ? QVA_OPTION_BLACK_POINT_COMPENSATION
+                                                            : QVA_OPTION_PLAIN_BLACK;
     return conditions;
 }
 

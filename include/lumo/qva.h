@@ -18,6 +18,12 @@
 
 #include <stdint.h>
 
+/* The version of the library that this header belongs to. */
+#define QVA_VERSION_MAJOR 1
+#define QVA_VERSION_MINOR 0
+#define QVA_VERSION_PATCH 0
+#define QVA_VERSION_STRING "1.0.0"
+
 #if defined(__GNUC__)
 #define QVA_API __attribute__((visibility("default")))
 #else
@@ -41,6 +47,14 @@ enum {
 /* What a handle points to. */
 typedef struct QVA_CONTROLLER QVA_CONTROLLER;
 
+/* Names for the values that the fields below can have: format, colorSpace, gammaType,
+ * renderingIntent and optionFlag. */
+enum { QVA_FORMAT_RGB16 = 1 };
+enum { QVA_COLOR_SPACE_BT2020 = 2 };
+enum { QVA_GAMMA_LINEAR = 0, QVA_GAMMA_2_2 = 1, QVA_GAMMA_PQ = 2 };
+enum { QVA_INTENT_RELATIVE_COLORIMETRIC = 0, QVA_INTENT_SATURATION = 2 };
+enum { QVA_OPTION_BLACK_POINT_COMPENSATION = 0, QVA_OPTION_PLAIN_BLACK = 1 };
+
 /* A handle: null before QVA_Initialize and after QVA_Terminate. */
 typedef QVA_CONTROLLER* QVA_HANDLE;
 
@@ -52,8 +66,8 @@ typedef struct QVA_IMAGE {
     uint64_t stride;         /* bytes from one row to the next; must be width * 6 */
     uint32_t channels;       /* must be 3 */
     uint32_t bitsPerChannel; /* must be 16 */
-    uint32_t format;         /* must be 1 */
-    uint32_t colorSpace;     /* must be 2: RGB with the primaries of ITU-R BT.2020 */
+    uint32_t format;         /* must be QVA_FORMAT_RGB16 */
+    uint32_t colorSpace;     /* must be QVA_COLOR_SPACE_BT2020: RGB with its primaries */
     uint64_t reserved;       /* not read */
     void* pixels;            /* the first sample; not null. Only read in a source image */
 } QVA_IMAGE;

@@ -5,7 +5,6 @@ namespace {
 
 constexpr float luminanceLimit = 10000.0f;
 constexpr float thresholdLimit = 100.0f;
-constexpr uint32_t intentBit = 2;
 
 // A not-a-number fails every comparison, so the conditions are written as what must hold.
 bool IsValidEncoding(const QVA_SOURCE_ENCODING& encoding)
@@ -19,7 +18,7 @@ bool IsValidEncoding(const QVA_SOURCE_ENCODING& encoding)
     const bool order = encoding.luminanceMin <= encoding.luminanceMax &&
                        encoding.luminanceMin <= encoding.luminanceThreshold &&
                        encoding.luminanceThreshold <= encoding.luminanceMax;
-    return codes && limits && order && encoding.gammaType <= 2;
+    return codes && limits && order && encoding.gammaType <= QVA_GAMMA_PQ;
 }
 
 bool IsValidOutput(const QVA_OUTPUT_CONDITIONS& conditions)
@@ -28,8 +27,10 @@ bool IsValidOutput(const QVA_OUTPUT_CONDITIONS& conditions)
     return (white == 100 || white == 200 || white == 400) &&
            conditions.paramLuminanceThreshold >= 0.0f &&
            conditions.paramLuminanceThreshold <= thresholdLimit && conditions.reservedA > 0.0 &&
-           conditions.reservedB > 0.0 && (conditions.renderingIntent & ~intentBit) == 0 &&
-           conditions.outputProfile != nullptr && conditions.optionFlag <= 1;
+           conditions.reservedB > 0.0 &&
+           (conditions.renderingIntent == QVA_INTENT_RELATIVE_COLORIMETRIC ||
+            conditions.renderingIntent == QVA_INTENT_SATURATION) &&
+           conditions.outputProfile != nullptr && conditions.optionFlag <= QVA_OPTION_PLAIN_BLACK;
 }
 
 // First and last position on an axis of `size` positions.
@@ -49,8 +50,8 @@ bool IsValidImage(const QVA_IMAGE* image)
         return false;
     }
     const uint64_t packed = uint64_t{image->width} * image->channels * (image->bitsPerChannel / 8);
-    return image->stride == packed && image->format == 1 && image->colorSpace == 2 &&
-           image->pixels != nullptr;
+    return image->stride == packed && image->format == QVA_FORMAT_RGB16 &&
+           image->colorSpace == QVA_COLOR_SPACE_BT2020 && image->pixels != nullptr;
 }
 
 bool IsValidPair(const QVA_IMAGE* src, const QVA_IMAGE* dst)

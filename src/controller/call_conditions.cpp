@@ -11,13 +11,13 @@ constexpr double transformMax = 2.0;
 
 uint32_t RvxIntent(const QVA_OUTPUT_CONDITIONS& conditions)
 {
-    return conditions.renderingIntent == 2 ? RVX_INTENT_SATURATION
-                                           : RVX_INTENT_RELATIVE_COLORIMETRIC;
+    return conditions.renderingIntent == QVA_INTENT_SATURATION ? RVX_INTENT_SATURATION
+                                                               : RVX_INTENT_RELATIVE_COLORIMETRIC;
 }
 
 bool CompensatesBlack(const QVA_OUTPUT_CONDITIONS& conditions)
 {
-    return conditions.optionFlag == 0;
+    return conditions.optionFlag == QVA_OPTION_BLACK_POINT_COMPENSATION;
 }
 
 } // namespace

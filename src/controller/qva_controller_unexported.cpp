@@ -21,7 +21,7 @@ void QvaController::Convert2Linear(const Matrix& src, Matrix& dst, uint32_t gamm
                                    double luminanceMin, double luminanceMax)
 {
     const Vector<uint16_t> map = MakeLinearMap(gammaType, luminanceMin, luminanceMax);
-    if (gammaType == 0) {
+    if (gammaType == QVA_GAMMA_LINEAR) {
         dst = src;
         return;
     }

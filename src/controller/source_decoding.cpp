@@ -75,11 +75,11 @@ ImageNormalization MakeNormalization(const QVA_SOURCE_ENCODING& encoding)
 Vector<uint16_t> MakeLinearMap(uint32_t gammaType, double luminanceMin, double luminanceMax)
 {
     switch (gammaType) {
-    case 0:
+    case QVA_GAMMA_LINEAR:
         return IdentityMap();
-    case 1:
+    case QVA_GAMMA_2_2:
         return DecodingMap();
-    case 2:
+    case QVA_GAMMA_PQ:
         return PqMap(luminanceMin, luminanceMax);
     default:
         throw Exception(exceptionArgument,

@@ -14,7 +14,7 @@ ImageNormalization MakeNormalization(const QVA_SOURCE_ENCODING& encoding);
 
 /// The 65,536-entry map from normalised codes to linear light, in which luminanceMin is 0 and
 /// luminanceMax 65535.
-/// @param gammaType  0 linear (the identity), 1 gamma 2.2, 2 PQ.
+/// @param gammaType  QVA_GAMMA_LINEAR (the identity), QVA_GAMMA_2_2 or QVA_GAMMA_PQ.
 /// @throws Exception code 3 for another type.
 Vector<uint16_t> MakeLinearMap(uint32_t gammaType, double luminanceMin, double luminanceMax);
 

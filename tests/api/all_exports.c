@@ -25,10 +25,11 @@ __attribute__((visibility("default"))) int main(void)
         in[i] = other[i] = (uint16_t)(field + i / (3 * width) * 90 + i % 3 * 700);
     }
     static const char noProfile[144];
-    const QVA_IMAGE src = {width, height, width * 6, 3, 16, 1, 2, 0, in};
+    const QVA_IMAGE src = {
+        width, height, width * 6, 3, 16, QVA_FORMAT_RGB16, QVA_COLOR_SPACE_BT2020, 0, in};
     const QVA_IMAGE dst = {width, height, width * 6, 3, 16, 1, 2, 0, out};
     const QVA_IMAGE both = {width, height, width * 6, 3, 16, 1, 2, 0, other};
-    const QVA_SOURCE_RANGE range = {2, 0.005f, 1000.0f};
+    const QVA_SOURCE_RANGE range = {QVA_GAMMA_PQ, 0.005f, 1000.0f};
     const QVA_SOURCE_ENCODING encoding = {1, 2, 0, 0.005f, 84, 1.3f, 65535, 1000.0f, {0}};
     const QVA_OUTPUT_CONDITIONS conditions = {100, 1.3f, 1.0, 1.0, noProfile, 0, 0};
     const QVA_BAND_AREA band = {0, 0, width - 1, height - 1, {1, 1, 0, 0}};
