@@ -100,8 +100,9 @@ void SlicClusters::TakeColours(uint64_t k, int64_t pixel)
     for (int c = 0; c < 3; ++c) {
         c_[c][k] = planes_.channel[c][pixel];
     }
+    const int64_t row = pixel / planes_.cols;
     x_[k] = static_cast<float>(pixel % planes_.cols);
-    y_[k] = static_cast<float>(pixel / planes_.cols);
+    y_[k] = static_cast<float>(row);
 }
 
 void SlicClusters::MoveToLowEdges()
