@@ -2,6 +2,7 @@
 
 #include "base/errors.h"
 #include "page/band_plan.h"
+#include "page/continued_page.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -18,10 +19,10 @@ RenderRange PageRange(const RenderRange& chosen, int paperWhite)
     return range;
 }
 
-BandRenderer::BandRenderer(Page& reduced, ImageSize page, const RenderRange& range,
+BandRenderer::BandRenderer(const Page& reduced, ImageSize page, const RenderRange& range,
                            const PrinterProfile& profile, const RenderSettings& settings,
                            const std::string& name)
-    : page_(page), range_(range), name_(name)
+    : page_(page), declared_(page), range_(range), name_(name)
 {
     EnsureWidth(page, analysisSide, name);
     sourceRange_ = {range.gammaType, static_cast<float>(range.bottom),
@@ -30,32 +31,41 @@ BandRenderer::BandRenderer(Page& reduced, ImageSize page, const RenderRange& ran
     // Narrowing can step out of a range whose end the threshold meets.
     conditions_.paramLuminanceThreshold = std::clamp(
         conditions_.paramLuminanceThreshold, sourceRange_.luminanceMin, sourceRange_.luminanceMax);
+    Analyse(reduced);
+    if (HasRegions(reduced)) {
+        return;
+    }
+    const double whiteCode = 65535.0 * settings.paperWhite / range.top;
+    ContinuedPage continued = ContinuePage(reduced, page, whiteCode);
+    declared_ = continued.size;
+    Analyse(continued.reduced);
+    if (!HasRegions(continued.reduced)) {
+        RefuseStatus(QVA_ERROR_INVALID_ARGUMENT, range_, name_);
+    }
+}
+
+void BandRenderer::Analyse(const Page& reduced) const
+{
     const QVA_IMAGE image = ImageRecord(reduced.codes.get(), reduced.size);
     const std::uint32_t status =
         QVA_Analysis(handle_.Get(), &image, &sourceRange_, sizeof sourceRange_, &conditions_);
     if (status != QVA_OK) {
         RefuseStatus(status, range_, name_);
     }
-    EnsureRegions(reduced.codes.get(), reduced.size);
 }
 
-/// Whether an analysis can be used is only told by a correction, so a line is corrected for
+/// Whether an analysis found regions is only told by a correction, so a line is corrected for
 /// nothing, before anything is written.
-void BandRenderer::EnsureRegions(std::uint16_t* codes, ImageSize reduced) const
+bool BandRenderer::HasRegions(const Page& reduced) const
 {
     std::vector<std::uint16_t> line(static_cast<std::size_t>(page_.width * 3));
-    const auto known = static_cast<std::size_t>(std::min(reduced.width, page_.width) * 3);
-    std::copy_n(codes, known, line.begin());
+    const auto known = static_cast<std::size_t>(std::min(reduced.size.width, page_.width) * 3);
+    std::copy_n(reduced.codes.get(), known, line.begin());
     const std::uint32_t status = TryCorrect(line.data(), Direction::Rows, {0, 1});
-    if (status == QVA_ERROR_INVALID_ARGUMENT) {
-        throw Failure(name_,
-                      fmt::format("the page is one even region, which cannot be rendered in bands, "
-                                  "only at once: 'qva print' with a --max-memory of {}M",
-                                  PrintMemory(page_) / 1000000 + 1));
-    }
-    if (status != QVA_OK) {
+    if (status != QVA_OK && status != QVA_ERROR_INVALID_ARGUMENT) {
         RefuseStatus(status, range_, name_);
     }
+    return status == QVA_OK;
 }
 
 void BandRenderer::Correct(std::uint16_t* codes, Direction direction, const LineRun& lines) const
@@ -83,8 +93,8 @@ std::uint32_t BandRenderer::TryCorrect(std::uint16_t* codes, Direction direction
         band = {0, 0, image.width - 1, image.height - 1, {0, 0, 1, 1}};
         area = {first, 0, first + image.width - 1, image.height - 1, 0, 0};
     }
-    area.pageWidth = static_cast<std::uint32_t>(page_.width);
-    area.pageHeight = static_cast<std::uint32_t>(page_.height);
+    area.pageWidth = static_cast<std::uint32_t>(declared_.width);
+    area.pageHeight = static_cast<std::uint32_t>(declared_.height);
     return QVA_CorrectionForPrint(handle_.Get(), &image, &image, &sourceRange_, sizeof sourceRange_,
                                   &conditions_, &band, &area);
 }

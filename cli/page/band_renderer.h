@@ -21,11 +21,11 @@ RenderRange PageRange(const RenderRange& chosen, int paperWhite);
 /// later ones, as the library has it.
 class BandRenderer {
 public:
-    /// Analyses the small copy.
+    /// Analyses the small copy; where that is one even region, the copy of a ContinuedPage.
     /// @param reduced   upright, at most analysisSide pixels on its longer side.
     /// @param profile   must outlive this.
-    /// @throws Failure where the library refuses or fails, and for a page of a single region.
-    BandRenderer(Page& reduced, ImageSize page, const RenderRange& range,
+    /// @throws Failure where the library refuses or fails.
+    BandRenderer(const Page& reduced, ImageSize page, const RenderRange& range,
                  const PrinterProfile& profile, const RenderSettings& settings,
                  const std::string& name);
 
@@ -36,10 +36,12 @@ public:
 
 private:
     std::uint32_t TryCorrect(std::uint16_t* codes, Direction direction, const LineRun& lines) const;
-    void EnsureRegions(std::uint16_t* codes, ImageSize reduced) const;
+    void Analyse(const Page& reduced) const;
+    bool HasRegions(const Page& reduced) const;
 
     LibraryHandle handle_;
     ImageSize page_;
+    ImageSize declared_; ///< to the library: the page, or a ContinuedPage
     RenderRange range_;
     QVA_SOURCE_RANGE sourceRange_;
     QVA_OUTPUT_CONDITIONS conditions_;
