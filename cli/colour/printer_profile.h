@@ -17,10 +17,10 @@ struct PrinterProfile {
 /// The generic photo-paper profile that is compiled in.
 PrinterProfile BuiltInProfile();
 
-/// Reads and checks a profile. The library would render without its device step, and say nothing,
-/// where a profile cannot be used; so everything it needs is checked here.
+/// Reads a profile and checks what it says about itself; whether its tables serve a print is found
+/// out by TryProfile.
 /// @throws Failure where the file cannot be read, its size field is not its length, or it is not
-///         a profile of an output device, a display or a colour space that works both ways.
+///         a profile of an output device, a display or a colour space.
 PrinterProfile ReadPrinterProfile(const std::string& path);
 
 /// The profile of a file, or the built-in one where no name is given.

@@ -1,5 +1,6 @@
 // qva join
 #include "base/errors.h"
+#include "base/json_text.h"
 #include "command/command.h"
 #include "command/option_checks.h"
 #include "command/remarks.h"
@@ -10,7 +11,6 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 namespace qva {
 
@@ -150,12 +150,14 @@ void JoinCommand::Run()
     output.Commit();
     progress.Clear();
     if (options_.json) {
-        const nlohmann::ordered_json json = {{"file", options_.output},
-                                             {"shares", files.size()},
-                                             {"width", plan.page.width},
-                                             {"height", plan.page.height}};
-        fmt::print("{}\n",
-                   json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+        JsonWriter json(true);
+        json.OpenObject();
+        json.Add("file", options_.output);
+        json.Add("shares", files.size());
+        json.Add("width", plan.page.width);
+        json.Add("height", plan.page.height);
+        json.Close();
+        fmt::print("{}\n", json.Text());
     }
 }
 

@@ -1,20 +1,19 @@
 // qva page: a page of any size in bounded memory.
 #include "base/errors.h"
+#include "base/json_text.h"
 #include "base/memory_limit.h"
 #include "command/command.h"
 #include "command/page_options.h"
 #include "command/remarks.h"
 #include "page/page_lines.h"
+#include "render/profile_trial.h"
 #include "render/threads.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 namespace qva {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr const char* pageExamples =
     "The page is read three times: for its light, for the small copy that is analysed, and band "
@@ -30,30 +29,28 @@ constexpr const char* pageExamples =
     "      the second of four shares, on any machine; then, once all are there:\n"
     "  qva join share1.tif share2.tif share3.tif share4.tif -o print.tif";
 
-Json PlanJson(const BandPlan& plan, const Share& share, const std::string& scratchReason)
+void WritePlan(JsonWriter& json, const BandPlan& plan, const Share& share,
+               const std::string& scratchReason)
 {
     const LineRun bands = plan.BandsOfShare(share.number, share.count);
     const LineRun lines = plan.LinesOf(bands);
-    return {{"width", plan.page.width},
-            {"height", plan.page.height},
-            {"direction", plan.direction == Direction::Rows ? "rows" : "columns"},
-            {"bands", plan.Bands()},
-            {"bandLines", plan.bandLines},
-            {"margin", plan.margin},
-            {"stripLines", plan.stripLines},
-            {"memory", BandMemory(plan)},
-            {"share", share.number},
-            {"shares", share.count},
-            {"firstBand", bands.first},
-            {"shareBands", bands.count},
-            {"firstLine", lines.first},
-            {"shareLines", lines.count},
-            {"scratchFile", !scratchReason.empty()}};
-}
-
-void Print(const Json& json)
-{
-    fmt::print("{}\n", json.dump(2, ' ', false, Json::error_handler_t::replace));
+    json.OpenObject("plan");
+    json.Add("width", plan.page.width);
+    json.Add("height", plan.page.height);
+    json.Add("direction", plan.direction == Direction::Rows ? "rows" : "columns");
+    json.Add("bands", plan.Bands());
+    json.Add("bandLines", plan.bandLines);
+    json.Add("margin", plan.margin);
+    json.Add("stripLines", plan.stripLines);
+    json.Add("memory", BandMemory(plan));
+    json.Add("share", share.number);
+    json.Add("shares", share.count);
+    json.Add("firstBand", bands.first);
+    json.Add("shareBands", bands.count);
+    json.Add("firstLine", lines.first);
+    json.Add("shareLines", lines.count);
+    json.Add("scratchFile", !scratchReason.empty());
+    json.Close();
 }
 
 /// Names the band of a damaged row, where bands are runs of stored rows.
@@ -115,14 +112,21 @@ void PageCommand::Tell(const PageSummary& done, const PrinterProfile& profile,
     const LineRun lines = plan.LinesOf(plan.BandsOfShare(share.number, share.count));
     const double megapixels =
         static_cast<double>(lines.count) * static_cast<double>(plan.LineLength()) * 1e-6;
-    Print({{"plan", PlanJson(plan, share, done.scratchReason)},
-           {"job", Json::parse(JobText(done.job))},
-           {"result",
-            {{"file", options_.print.output},
-             {"megapixels", megapixels},
-             {"resumedBands", done.resumed},
-             {"seconds", done.seconds},
-             {"peakMemory", PeakMemory()}}}});
+    JsonWriter json(true);
+    json.OpenObject();
+    WritePlan(json, plan, share, done.scratchReason);
+    json.OpenObject("job");
+    WriteJob(json, done.job);
+    json.Close();
+    json.OpenObject("result");
+    json.Add("file", options_.print.output);
+    json.Add("megapixels", megapixels);
+    json.Add("resumedBands", done.resumed);
+    json.Add("seconds", done.seconds);
+    json.Add("peakMemory", PeakMemory());
+    json.Close();
+    json.Close();
+    fmt::print("{}\n", json.Text());
 }
 
 void PageCommand::Run()
@@ -131,6 +135,7 @@ void PageCommand::Run()
     CheckNames(options_.print);
     SetThreads(options_.print.threads);
     const PrinterProfile profile = ProfileOf(options_.print.profile);
+    TryProfile(profile, options_.print.render, options_.print.profile);
     if (!options_.dryRun) {
         TellLeftovers(options_.print.output, options_.print.quiet);
         EnsureFolder(options_.print.output);
@@ -138,8 +143,12 @@ void PageCommand::Run()
     std::unique_ptr<ImageSource> source = OpenImage(photo.path, photo.limits);
     const BandPlan plan = PlanFor(options_.cut, source->Describe());
     if (options_.dryRun) {
-        Print({{"plan", PlanJson(plan, options_.cut.share.value_or(Share{}),
-                                 ScratchReasonOf(source->Describe(), plan.direction))}});
+        JsonWriter json(true);
+        json.OpenObject();
+        WritePlan(json, plan, options_.cut.share.value_or(Share{}),
+                  ScratchReasonOf(source->Describe(), plan.direction));
+        json.Close();
+        fmt::print("{}\n", json.Text());
         return;
     }
     Progress progress(options_.progress);

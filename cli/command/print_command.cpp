@@ -4,6 +4,7 @@
 #include "command/option_checks.h"
 #include "command/print_options.h"
 #include "command/remarks.h"
+#include "render/profile_trial.h"
 #include "render/renderer.h"
 #include "render/side_by_side.h"
 #include "render/threads.h"
@@ -120,6 +121,7 @@ void PrintCommand::Run()
     TellLeftovers(options_.output, options_.quiet);
     SetThreads(options_.threads);
     const PrinterProfile profile = ProfileOf(options_.profile);
+    TryProfile(profile, options_.render, options_.profile);
     // Before the work, so that a folder that cannot be written is known at once.
     std::optional<OutputFile> output(options_.output);
     std::optional<OutputFile> sheet;

@@ -1,10 +1,10 @@
 #include "command/report.h"
 
 #include "base/errors.h"
+#include "base/json_text.h"
 #include "render/renderer.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 namespace qva {
 
@@ -103,41 +103,64 @@ std::string ReportJson(const Examination& found, double threshold)
     const SourceDescription& description = found.description;
     const Interpretation& meaning = found.meaning;
     const ImageSize upright = UprightSize(description);
-    nlohmann::ordered_json json;
-    json["file"] = description.path;
-    json["format"] = description.format;
-    json["width"] = upright.width;
-    json["height"] = upright.height;
-    json["orientation"] = description.orientation;
-    json["bitsPerSample"] = description.bits;
-    json["sampleFormat"] = description.isFloat ? "float" : "unsigned";
-    json["grey"] = description.isGrey;
-    json["alpha"] = description.hasAlpha;
-    json["morePictures"] = description.hasMorePictures;
-    json["dpi"] = description.dpi;
-    json["encoding"] = {{"transfer", NameOfTransfer(meaning)},
-                        {"from", meaning.transferFrom},
-                        {"luminanceMin", meaning.signalZeroLuminance},
-                        {"luminanceMax", meaning.signalOneLuminance},
-                        {"luminanceFrom", meaning.luminanceFrom}};
-    json["primaries"] = {{"name", PrimariesOf(meaning)}, {"from", meaning.primariesFrom}};
-    json["light"] = {{"peak", found.statistics.Peak()},
-                     {"percentile9999", found.statistics.Percentile(brightShare)},
-                     {"pixelsBelowZero", found.statistics.PixelsBelowZero()}};
-    json["flaws"] = {{"notANumber", found.counts.notANumber},
-                     {"infinite", found.counts.infinite},
-                     {"negative", found.counts.negative}};
-    json["range"] = {{"gammaType", found.range.gammaType},     {"luminanceMin", found.range.bottom},
-                     {"luminanceMax", found.range.top},        {"codeMax", found.range.codeMax},
-                     {"passThrough", found.range.passThrough}, {"from", found.range.topFrom}};
-    json["threshold"] = FitThreshold(threshold, found.range);
-    json["findings"] = nlohmann::ordered_json::array();
+    JsonWriter json(true);
+    json.OpenObject();
+    json.Add("file", description.path);
+    json.Add("format", description.format);
+    json.Add("width", upright.width);
+    json.Add("height", upright.height);
+    json.Add("orientation", description.orientation);
+    json.Add("bitsPerSample", description.bits);
+    json.Add("sampleFormat", description.isFloat ? "float" : "unsigned");
+    json.Add("grey", description.isGrey);
+    json.Add("alpha", description.hasAlpha);
+    json.Add("morePictures", description.hasMorePictures);
+    json.Add("dpi", description.dpi);
+    json.OpenObject("encoding");
+    json.Add("transfer", NameOfTransfer(meaning));
+    json.Add("from", meaning.transferFrom);
+    json.Add("luminanceMin", meaning.signalZeroLuminance);
+    json.Add("luminanceMax", meaning.signalOneLuminance);
+    json.Add("luminanceFrom", meaning.luminanceFrom);
+    json.Close();
+    json.OpenObject("primaries");
+    json.Add("name", PrimariesOf(meaning));
+    json.Add("from", meaning.primariesFrom);
+    json.Close();
+    json.OpenObject("light");
+    json.Add("peak", found.statistics.Peak());
+    json.Add("percentile9999", found.statistics.Percentile(brightShare));
+    json.Add("pixelsBelowZero", found.statistics.PixelsBelowZero());
+    json.Close();
+    json.OpenObject("flaws");
+    json.Add("notANumber", found.counts.notANumber);
+    json.Add("infinite", found.counts.infinite);
+    json.Add("negative", found.counts.negative);
+    json.Close();
+    json.OpenObject("range");
+    json.Add("gammaType", found.range.gammaType);
+    json.Add("luminanceMin", found.range.bottom);
+    json.Add("luminanceMax", found.range.top);
+    json.Add("codeMax", found.range.codeMax);
+    json.Add("passThrough", found.range.passThrough);
+    json.Add("from", found.range.topFrom);
+    json.Close();
+    json.Add("threshold", FitThreshold(threshold, found.range));
+    json.OpenArray("findings");
     for (const Finding& finding : description.findings) {
-        json["findings"].push_back({{"label", finding.label}, {"text", finding.text}});
+        json.OpenObject();
+        json.Add("label", finding.label);
+        json.Add("text", finding.text);
+        json.Close();
     }
-    json["notes"] = AllNotes(found);
-    // File names need not be UTF-8.
-    return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    json.Close();
+    json.OpenArray("notes");
+    for (const std::string& note : AllNotes(found)) {
+        json.Add({}, note);
+    }
+    json.Close();
+    json.Close();
+    return json.Text() + "\n";
 }
 
 std::vector<std::string> Remarks(const Examination& found, double threshold)

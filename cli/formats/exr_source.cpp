@@ -1,5 +1,6 @@
 // OpenEXR pictures.
 #include "base/errors.h"
+#include "formats/exr_header.h"
 #include "formats/format_table.h"
 #include "picture/input_file.h"
 
@@ -112,7 +113,9 @@ void ExrSource::Open(const std::string& path, const SizeLimits& limits)
     description_.isFloat = true;
     description_.sceneLinear = true;
     next_ = 0;
-    // The library takes memory for every row before it tells the size.
+    // The library takes memory for every row, and for what attributes state, before it tells a
+    // size.
+    CheckExrSizes(path);
     Imf::Header::setMaxImageSize(static_cast<int>(longestSide), static_cast<int>(longestSide));
     Imf::Header::setMaxTileSize(static_cast<int>(longestSide), static_cast<int>(longestSide));
     try {
@@ -129,7 +132,6 @@ void ExrSource::Open(const std::string& path, const SizeLimits& limits)
     description_.size = SizeOf(display_);
     CheckSize(path, description_.size, limits);
     CheckSize(path, SizeOf(data_), limits);
-    CheckPromise(path, SizeOf(data_));
     CheckChannels();
     CheckTiles();
     DescribeColour();

@@ -347,6 +347,9 @@ StripReader::StripReader(const std::string& path) : path_(path), file_(std::make
         Fail("is not a rendered page in strips");
     }
     CheckSize(path, {width, height}, {std::numeric_limits<std::uint64_t>::max()});
+    // LZW makes 4093 bytes of 12 bits, more than anything else that a share is compressed with.
+    CheckPromise(path, {width, height}, std::uint64_t{width} * height * 6, 2729);
+    CheckMemory(path, "a strip", std::uint64_t{width} * std::min(stripLines, height) * 6);
     page_.layout = {width, height, std::min(stripLines, height)};
     page_.settings.compression = scheme == COMPRESSION_NONE  ? Compression::None
                                  : scheme == COMPRESSION_LZW ? Compression::Lzw

@@ -3,15 +3,14 @@
 #include "base/errors.h"
 #include "colour/icc_builder.h"
 
+#include <charconv>
 #include <fmt/format.h>
 #include <lumo/qva.h>
-#include <nlohmann/json.hpp>
+#include <string_view>
 
 namespace qva {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 const char* NameOf(Direction direction)
 {
@@ -25,41 +24,51 @@ const char* NameOf(Compression compression)
                                              : "deflate";
 }
 
-Json JobJson(const PageJob& job)
+void WriteShare(JsonWriter& json, const PageJob& job)
 {
-    return {{"version", QVA_VERSION_STRING},
-            {"width", job.plan.page.width},
-            {"height", job.plan.page.height},
-            {"direction", NameOf(job.plan.direction)},
-            {"margin", job.plan.margin},
-            {"bandLines", job.plan.bandLines},
-            {"stripLines", job.plan.stripLines},
-            {"luminanceMin", job.range.bottom},
-            {"luminanceMax", job.range.top},
-            {"threshold", job.render.threshold},
-            {"paperWhite", job.render.paperWhite},
-            {"intent", job.render.saturation ? "saturation" : "relative"},
-            {"blackPointCompensation", job.render.blackPointCompensation},
-            {"profile", fmt::format("{:016x}", job.profileDigest)},
-            {"compression", NameOf(job.write.compression)},
-            {"dpi", job.write.dpi},
-            {"picture", fmt::format("{:016x}", job.pageDigest)}};
+    json.Add("qvaShare", job.share.number);
+    json.Add("of", job.share.count);
+    json.OpenObject("page");
+    WriteJob(json, job);
+    json.Close();
 }
 
-Json ShareJson(const PageJob& job)
+/// @return -1 where there is no such member, or it is no whole number.
+std::int64_t NumberOf(const JsonMembers& members, std::string_view name)
 {
-    return {{"qvaShare", job.share.number}, {"of", job.share.count}, {"page", JobJson(job)}};
+    const std::string text = ValueOf(members, name).value_or("");
+    std::int64_t number = -1;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? number : -1;
 }
 
-BandPlan PlanOf(const Json& job)
+BandPlan PlanOf(const JsonMembers& members)
 {
     BandPlan plan;
-    plan.page = {job.at("width"), job.at("height")};
-    plan.direction = job.at("direction") == "rows" ? Direction::Rows : Direction::Columns;
-    plan.margin = job.at("margin");
-    plan.bandLines = job.at("bandLines");
-    plan.stripLines = job.at("stripLines");
+    plan.page = {NumberOf(members, "page.width"), NumberOf(members, "page.height")};
+    plan.direction = ValueOf(members, "page.direction") == JsonWriter::Scalar("rows")
+                         ? Direction::Rows
+                         : Direction::Columns;
+    plan.margin = NumberOf(members, "page.margin");
+    plan.bandLines = NumberOf(members, "page.bandLines");
+    plan.stripLines = NumberOf(members, "page.stripLines");
     return plan;
+}
+
+/// What JobText made, of what ShareText made of it.
+std::string JobOf(const JsonMembers& members)
+{
+    constexpr std::string_view prefix = "page.";
+    std::string text;
+    for (const auto& [name, value] : members) {
+        if (name.starts_with(prefix)) {
+            text += text.empty() ? "{" : ",";
+            text += JsonWriter::Scalar(name.substr(prefix.size()));
+            text += ':';
+            text += value;
+        }
+    }
+    return text.empty() ? "{}" : text + '}';
 }
 
 bool IsSound(const ShareRecord& record)
@@ -67,9 +76,10 @@ bool IsSound(const ShareRecord& record)
     constexpr std::int64_t longest = 0x7fffffff;
     const BandPlan& plan = record.plan;
     const auto isSide = [](std::int64_t side) { return side >= 1 && side <= longest; };
-    return isSide(plan.page.width) && isSide(plan.page.height) && isSide(plan.bandLines) &&
-           isSide(plan.stripLines) && isSide(record.share.count) && record.share.number >= 1 &&
-           record.share.number <= record.share.count && record.share.count <= plan.Bands();
+    return plan.margin >= 0 && isSide(plan.page.width) && isSide(plan.page.height) &&
+           isSide(plan.bandLines) && isSide(plan.stripLines) && isSide(record.share.count) &&
+           record.share.number >= 1 && record.share.number <= record.share.count &&
+           record.share.count <= plan.Bands();
 }
 
 } // namespace
@@ -84,49 +94,79 @@ std::uint64_t DigestOf(const std::vector<unsigned char>& bytes)
     return digest;
 }
 
+void WriteJob(JsonWriter& json, const PageJob& job)
+{
+    json.Add("version", QVA_VERSION_STRING);
+    json.Add("width", job.plan.page.width);
+    json.Add("height", job.plan.page.height);
+    json.Add("direction", NameOf(job.plan.direction));
+    json.Add("margin", job.plan.margin);
+    json.Add("bandLines", job.plan.bandLines);
+    json.Add("stripLines", job.plan.stripLines);
+    json.Add("luminanceMin", job.range.bottom);
+    json.Add("luminanceMax", job.range.top);
+    json.Add("threshold", job.render.threshold);
+    json.Add("paperWhite", job.render.paperWhite);
+    json.Add("intent", job.render.saturation ? "saturation" : "relative");
+    json.Add("blackPointCompensation", job.render.blackPointCompensation);
+    json.Add("profile", fmt::format("{:016x}", job.profileDigest));
+    json.Add("compression", NameOf(job.write.compression));
+    json.Add("dpi", job.write.dpi);
+    json.Add("picture", fmt::format("{:016x}", job.pageDigest));
+}
+
 std::string JobText(const PageJob& job)
 {
-    return JobJson(job).dump();
+    JsonWriter json(false);
+    json.OpenObject();
+    WriteJob(json, job);
+    json.Close();
+    return json.Text();
 }
 
 std::string ShareText(const PageJob& job)
 {
-    return ShareJson(job).dump();
+    JsonWriter json(false);
+    json.OpenObject();
+    WriteShare(json, job);
+    json.Close();
+    return json.Text();
 }
 
 std::string ShareText(const PageJob& job, std::uint32_t checksum)
 {
-    Json json = ShareJson(job);
-    json["crc32"] = checksum;
-    return json.dump();
+    JsonWriter json(false);
+    json.OpenObject();
+    WriteShare(json, job);
+    json.Add("crc32", checksum);
+    json.Close();
+    return json.Text();
 }
 
 ShareRecord ParseShare(const std::string& text, const std::string& name)
 {
-    try {
-        const Json json = Json::parse(text);
+    if (const std::optional<JsonMembers> members = ReadJsonMembers(text)) {
         ShareRecord record;
-        record.share = {json.at("qvaShare"), json.at("of")};
-        record.plan = PlanOf(json.at("page"));
-        record.job = json.at("page").dump();
-        record.checksum = json.at("crc32");
-        if (IsSound(record)) {
+        record.share = {NumberOf(*members, "qvaShare"), NumberOf(*members, "of")};
+        record.plan = PlanOf(*members);
+        record.job = JobOf(*members);
+        const std::int64_t checksum = NumberOf(*members, "crc32");
+        record.checksum = static_cast<std::uint32_t>(checksum);
+        if (checksum == std::int64_t{record.checksum} && IsSound(record)) {
             return record;
         }
-    } catch (const nlohmann::json::exception&) {
-        // Not ours, or damaged: the same to the user.
     }
     throw Failure(name, "is not a share of a page: 'qva page --band' writes these");
 }
 
 std::string DifferenceOf(const std::string& firstJob, const std::string& secondJob)
 {
-    const Json first = Json::parse(firstJob);
-    const Json second = Json::parse(secondJob);
-    for (const auto& [key, value] : first.items()) {
-        if (!second.contains(key) || second[key] != value) {
-            return fmt::format("{} is {} and {}", key, value.dump(),
-                               second.contains(key) ? second[key].dump() : "not stated");
+    const JsonMembers first = ReadJsonMembers(firstJob).value_or(JsonMembers());
+    const JsonMembers second = ReadJsonMembers(secondJob).value_or(JsonMembers());
+    for (const auto& [name, value] : first) {
+        const std::optional<std::string> other = ValueOf(second, name);
+        if (other != value) {
+            return fmt::format("{} is {} and {}", name, value, other.value_or("not stated"));
         }
     }
     return "nothing";

@@ -1,6 +1,7 @@
 // What decides the bytes of a page's result, as text that runs and machines can compare.
 #pragma once
 
+#include "base/json_text.h"
 #include "colour/printer_profile.h"
 #include "colour/range_choice.h"
 #include "formats/image_writer.h"
@@ -27,6 +28,9 @@ struct PageJob {
 
 /// A digest of bytes.
 std::uint64_t DigestOf(const std::vector<unsigned char>& bytes);
+
+/// Writes the members of a job into an object that is open.
+void WriteJob(JsonWriter& json, const PageJob& job);
 
 /// One line of JSON; equal for equal work on one page, and only then.
 std::string JobText(const PageJob& job);

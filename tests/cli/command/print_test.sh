@@ -70,6 +70,14 @@ keeps_old 1 "is not an ICC profile" print photo.exr -o old.tif --profile photo.h
 keeps_old 1 "longer.icc: the profile states a size" print photo.exr -o old.tif --profile longer.icc
 head -c 300 device.icc >shorter.icc
 keeps_old 1 "shorter.icc: the profile states" print photo.exr -o old.tif --profile shorter.icc
+# What the colour matcher refuses is not printed as a preview, and the picture is not blamed.
+for command in print preview page; do
+    keeps_old 1 "damaged.icc: the profile is damaged" $command photo.exr -o old.tif --profile damaged.icc
+done
+expect 0 "" print photo.exr -o again.tif --profile printer.icc
+expect 0 "" preview photo.exr -o screen.tif --profile printer.icc
+! cmp -s again.tif screen.tif || fail "a print is its preview"
+
 keeps_old 1 "--max-pixels" print photo.exr -o old.tif --max-pixels 100
 keeps_old 1 "not above the black of the paper" print photo.exr -o old.tif --top 0.01
 ulimit_run() {

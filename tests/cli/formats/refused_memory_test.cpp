@@ -1,7 +1,9 @@
 // Every request for memory that reading and writing a page make through operator new is refused in
 // turn, also where it is made in a parallel loop or below a C library.
 #include "base/errors.h"
+#include "command/report.h"
 #include "formats/image_writer.h"
+#include "page/page_job.h"
 #include "page/page_lines.h"
 #include "render/examination.h"
 #include "render/scan_load.h"
@@ -132,6 +134,47 @@ TEST(RefusedMemory, EndsInAMessageAndLeavesTheOldFile)
     }
     std::cout << count << " requests refused\n";
     EXPECT_LT(10, count);
+}
+
+/// All that is written and read as JSON.
+std::string AllJson(const Examination& found)
+{
+    PageJob job;
+    job.plan.page = {24, 40};
+    job.plan.bandLines = 20;
+    job.plan.stripLines = 10;
+    const ShareRecord share = ParseShare(ShareText(job, 7), "share");
+    job.render.threshold = 20.0;
+    return ReportJson(found, 1.3) + DifferenceOf(share.job, JobText(job)) + ShareText(job);
+}
+
+TEST(RefusedMemory, OfJsonNeverEndsTheProgram)
+{
+    Examination found;
+    found.description.path = "a photograph with a name that is longer than what fits a string";
+    found.description.notes = {"a note that is longer than what fits into a string itself"};
+    found.description.findings = {{"label", "a finding that is longer than what fits a string"}};
+    const std::string whole = AllJson(found);
+    EXPECT_NE(std::string::npos, whole.find("threshold is 1.3 and 20.0"));
+    std::string text;
+    const auto run = [&] { text = AllJson(found); };
+    refused = std::numeric_limits<long>::max();
+    asked = 0;
+    run();
+    const long last = asked.exchange(-1);
+    for (const bool all : {false, true}) {
+        for (long number = 0; number < last; ++number) {
+            text.clear();
+            lasting = all;
+            refused = number;
+            asked = 0;
+            const bool done = IsDone(run);
+            asked = -1;
+            EXPECT_EQ(done ? whole : "", text) << number;
+        }
+    }
+    std::cout << 2 * last << " requests refused\n";
+    EXPECT_LT(10, last);
 }
 
 } // namespace

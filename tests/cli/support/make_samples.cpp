@@ -1,5 +1,6 @@
 // Writes one small scene in every format the host reads, for the shell tests.
 #include "colour/icc_builder.h"
+#include "printer_sample.h"
 #include "samples.h"
 
 #include <algorithm>
@@ -123,5 +124,10 @@ int main(int count, char** arguments)
     WritePages(folder);
     const std::vector<unsigned char> profile = qva::RenderedProfile();
     samples::WriteBytes(folder + "device.icc", std::string(profile.begin(), profile.end()));
+    std::string damaged = samples::PrinterSample();
+    samples::WriteBytes(folder + "printer.icc", damaged);
+    // The first table's place in the directory: outside the file, while others lie in it.
+    damaged[136] = 1;
+    samples::WriteBytes(folder + "damaged.icc", damaged);
     return 0;
 }
