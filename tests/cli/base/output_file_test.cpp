@@ -70,10 +70,16 @@ TEST(OutputFile, WritesThroughLinksAndRefusesSpecialFiles)
     }
     EXPECT_EQ("new", Content(folder / "real"));
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
-    for (const std::string& path : {folder / "", folder / "dangling", folder / "none/a",
-                                    folder / "real/a", std::string("/dev/full")})
-    {
-        EXPECT_NE("", samples::ErrorOf([&path] { const OutputFile file(path); })) << path;
+    const std::pair<std::string, const char*> refused[] = {
+        {folder / "", "is a directory"},
+        {folder / "dangling", "is a symbolic link to nowhere"},
+        {folder / "none/a", "cannot be written: no such file or directory"},
+        {folder / "real/a", "cannot be written: not a directory"},
+        {"/dev/full", "is not a regular file"},
+    };
+    for (const auto& [path, reason] : refused) {
+        EXPECT_EQ(path + ": " + reason,
+                  samples::ErrorOf([name = path] { const OutputFile file(name); }));
     }
 }
 
@@ -136,7 +142,8 @@ TEST(WritePage, ReadsBackFromEveryFormat)
         file.Commit();
         EXPECT_EQ(expected, samples::ReadAll(folder / c.name));
     }
-    EXPECT_NE("", samples::ErrorOf([] { FormatOfName("photo.jpg"); }));
+    EXPECT_EQ("photo.jpg: the name must end in .tif, .tiff or .png",
+              samples::ErrorOf([] { FormatOfName("photo.jpg"); }));
 }
 
 } // namespace

@@ -97,25 +97,30 @@ TEST(HdrSource, RefusesDamage)
 {
     const std::string pixel = Bytes({9, 9, 9, 136});
     const std::string newStart = Header("-Y 1 +X 8") + Bytes({2, 2, 0, 8});
-    const std::string cases[] = {
-        Header("-Y 1 +X"),
-        Header("-Y 1 +X -1") + pixel,
-        Header("-Y 1 +Y 1") + pixel,
-        Header("-Y 1 +X 1 2") + pixel,
-        Header("-Y 1 +X 1", "EXPOSURE=0\n") + pixel,
-        Header("-Y 1 +X 1", "EXPOSURE=abc\n") + pixel,
-        Header("-Y 1 +X 1", "COLORCORR=1 2\n") + pixel,
-        Header("-Y 1 +X 1", "FORMAT=32-bit_rle_xyze\n") + pixel,
-        "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n",
-        Header("-Y 1 +X 2") + pixel,                       // too short
-        Header("-Y 1 +X 2") + Bytes({1, 1, 1, 1}) + pixel, // repeats nothing
-        Header("-Y 1 +X 2") + pixel + Bytes({1, 1, 1, 2}), // runs past the line
-        newStart + Bytes({128 + 9, 3}),                    // the same in the new way
-        newStart + Bytes({0, 0, 0, 0, 0, 0, 0, 0, 0, 0}),  // a run of nothing
-        Header("-Y 1 +X 8") + Bytes({2, 2, 0, 9, 128 + 8, 3}),
+    const struct {
+        std::string content;
+        const char* reason;
+    } cases[] = {
+        {Header("-Y 1 +X"), "resolution line"},
+        {Header("-Y 1 +X -1") + pixel, "no pixels"},
+        {Header("-Y 1 +Y 1") + pixel, "resolution line"},
+        {Header("-Y 1 +X 1 2") + pixel, "resolution line"},
+        {Header("-Y 1 +X 1", "EXPOSURE=0\n") + pixel, "line EXPOSURE of the header is not above 0"},
+        {Header("-Y 1 +X 1", "EXPOSURE=abc\n") + pixel, "line EXPOSURE of the header is damaged"},
+        {Header("-Y 1 +X 1", "COLORCORR=1 2\n") + pixel, "line COLORCORR of the header is damaged"},
+        {Header("-Y 1 +X 1", "FORMAT=32-bit_rle_xyze\n") + pixel, "its format is 32-bit_rle_xyze"},
+        {"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n", "header is damaged"},
+        {Header("-Y 1 +X 2") + pixel, "ends before its last pixel"},
+        // Repeats a pixel that is not there; runs past the line, in the old way and the new.
+        {Header("-Y 1 +X 2") + Bytes({1, 1, 1, 1}) + pixel, "longer than its line"},
+        {Header("-Y 1 +X 2") + pixel + Bytes({1, 1, 1, 2}), "longer than its line"},
+        {newStart + Bytes({128 + 9, 3}), "longer than its line"},
+        {newStart + Bytes({0, 0, 0, 0, 0, 0, 0, 0, 0, 0}), "longer than its line"}, // of nothing
+        {Header("-Y 1 +X 8") + Bytes({2, 2, 0, 9, 128 + 8, 3}), "states another width"},
     };
-    for (const std::string& content : cases) {
-        EXPECT_NE("", ErrorOf([&content] { ReadHdr(content); })) << content;
+    for (const auto& c : cases) {
+        const std::string error = ErrorOf([&c] { ReadHdr(c.content); });
+        EXPECT_NE(std::string::npos, error.find(c.reason)) << c.content << error;
     }
 }
 

@@ -82,12 +82,13 @@ TEST(BandPlan, MemoryDecidesTheBandsWhateverTheHeight)
     EXPECT_GT(highest, settings.maxMemory * 9 / 10);
     EXPECT_EQ(1, MakeBandPlan({2000, 3000}, settings, "p").Bands());
     settings.decodeBytes = 800000000; // the file itself takes most of it
-    EXPECT_NE("", samples::ErrorOf([&] { MakeBandPlan({20000, 20000}, settings, "p"); }));
+    const auto error = [&settings] {
+        return samples::ErrorOf([&] { MakeBandPlan({20000, 20000}, settings, "p"); });
+    };
+    EXPECT_NE(std::string::npos, error().find("raise --max-memory")) << error();
     settings.decodeBytes = 0;
     settings.maxMemory = 200000000;
-    EXPECT_NE(std::string::npos, samples::ErrorOf([&] {
-                                     MakeBandPlan({20000, 20000}, settings, "p");
-                                 }).find("--max-memory"));
+    EXPECT_NE(std::string::npos, error().find("raise --max-memory")) << error();
 }
 
 // On even tone the smoother's influence falls by e in the square root of its strength: 200 times

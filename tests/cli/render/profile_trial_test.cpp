@@ -5,6 +5,7 @@
 #include "printer_sample.h"
 #include "samples.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace qva {
@@ -68,8 +69,13 @@ TEST(ProfileTrial, WhatIsAcceptedIsPrintedWithItsDeviceStep)
             EXPECT_NE(Rendered(profile, settings, false), Rendered(profile, settings, true));
         }
     };
-    // The directory and the beginning of a table, then the tables' inside.
-    samples::WriteNumbers(whole, stride, attempt);
+    // Everywhere, and in every way in the directory and the beginning of a table.
+    samples::WriteNumbers(whole, std::max(stride, std::size_t{61}), attempt);
+    if (stride == 1) {
+        const std::string tail = whole.substr(256);
+        samples::WriteNumbers(whole.substr(0, 256), stride,
+                              [&](const std::string& head) { attempt(head + tail); });
+    }
     std::cout << accepted + refused << " profiles tried, " << refused << " refused\n";
     EXPECT_LT(0, accepted);
     EXPECT_LT(0, refused);
