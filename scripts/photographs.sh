@@ -1,6 +1,6 @@
 # Fetches HDR photographs and a press profile out of Debian packages. To be sourced; the caller sets
 # $data, an existing folder, and then finds there:
-#   Desk.exr Ocean.exr FOGRA39L_coated.icc
+#   CandleGlass.exr Desk.exr Ocean.exr FOGRA39L_coated.icc
 
 download() {
     # As root, apt would hand the download to a user who may not write here.
@@ -37,6 +37,6 @@ fetch() {
 
 fetch_photographs() {
     local folder=psychtoolbox-3/PsychDemos/OpenEXRImages
-    fetch psychtoolbox-3-common "26 MB" $folder/Desk.exr $folder/Ocean.exr
+    fetch psychtoolbox-3-common "26 MB" $folder/CandleGlass.exr $folder/Desk.exr $folder/Ocean.exr
     fetch texlive-base "22 MB" texlive/texmf-dist/tex/generic/colorprofiles/FOGRA39L_coated.icc
 }

@@ -30,13 +30,15 @@ struct Photo {
 Photo Load(const std::string& path)
 {
     Progress progress(ProgressStyle::None);
+    LightOptions light;
+    light.choosesExposure = false;
     std::unique_ptr<ImageSource> source;
-    const Examination found = Examine(path, {}, {}, progress, source);
+    const Examination found = Examine(path, {}, light, {}, progress, source);
     RenderRange range;
     range.top = found.range.top;
     source->Open(path, {});
     const SceneDecoder decoder(found.meaning, path);
-    return {LoadPage(*source, decoder, range, progress), range.top};
+    return {LoadPage(*source, decoder, LightSteps({}), range, progress), range.top};
 }
 
 /// PQ codes of 65,536 linear codes.

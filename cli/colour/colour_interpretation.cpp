@@ -1,6 +1,7 @@
 #include "colour/colour_interpretation.h"
 
 #include "base/errors.h"
+#include "colour/hdr_profile.h"
 #include "colour/profile_transform.h"
 #include "colour/transfer_functions.h"
 
@@ -9,6 +10,8 @@
 namespace qva {
 
 namespace {
+
+constexpr const char* defaultScale = "default";
 
 struct TransferCode {
     int code;
@@ -142,6 +145,24 @@ void TakeFileTags(const SourceDescription& description, Interpretation& meaning)
     }
 }
 
+/// An HDR curve in a profile is taken for what it is: the profile would make its top diffuse white.
+void TakeHdrProfile(Interpretation& meaning)
+{
+    if (meaning.transfer != Transfer::Profile) {
+        return;
+    }
+    if (const std::optional<HdrProfile> found = FindHdrCurve(meaning.profile)) {
+        meaning.transfer = found->transfer == 16 ? Transfer::Pq : Transfer::Hlg;
+        meaning.transferFrom = "curve of the embedded ICC profile";
+        meaning.primaries = found->primaries;
+        meaning.profile.clear();
+    } else if (IsNamedHdr(meaning.profile)) {
+        meaning.notes.push_back("the name of its ICC profile says PQ or HLG, its curves do not: if "
+                                "the picture is too dark, give --encoding pq or hlg and "
+                                "--primaries");
+    }
+}
+
 void TakeOptions(const SourceOptions& options, Interpretation& meaning)
 {
     if (options.encoding) {
@@ -181,7 +202,7 @@ void SetLuminance(const SourceDescription& description, const SourceOptions& opt
         }
     }
     meaning.signalOneLuminance = isPq ? pqPeak : defaultWhite;
-    meaning.luminanceFrom = isPq ? "PQ" : "default";
+    meaning.luminanceFrom = isPq ? "PQ" : defaultScale;
     if (meaning.transfer == Transfer::Hlg) {
         meaning.signalOneLuminance = hlgPeak;
         meaning.luminanceFrom = "HLG on a display of 1000 cd/m2";
@@ -193,6 +214,11 @@ void SetLuminance(const SourceDescription& description, const SourceOptions& opt
         meaning.signalOneLuminance = options.white ? *options.white : *options.largestCodeLuminance;
         meaning.luminanceFrom = options.white ? "--white" : "--luminance-max";
     }
+    // Integers, and values behind a curve, are meant for a screen whose white is the default.
+    const bool isScene = description.isFloat || description.sceneLinear;
+    const bool isLinear =
+        meaning.transfer == Transfer::Linear || meaning.transfer == Transfer::Profile;
+    meaning.hasScale = meaning.luminanceFrom != defaultScale || !isScene || !isLinear;
     meaning.signalZeroLuminance = options.zeroCodeLuminance.value_or(0.0);
     if (meaning.signalZeroLuminance >= meaning.signalOneLuminance) {
         throw Misuse("--luminance-min",
@@ -222,6 +248,9 @@ Interpretation Interpret(const SourceDescription& description, const SourceOptio
         }
     } else {
         TakeFileTags(description, meaning);
+        if (!options.encoding) {
+            TakeHdrProfile(meaning);
+        }
         TakeOptions(options, meaning);
     }
     SetLuminance(description, options, meaning);

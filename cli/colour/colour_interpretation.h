@@ -46,6 +46,7 @@ struct Interpretation {
     /// between the PQ signals of both, for others their light does. Not used for HLG.
     double signalZeroLuminance = 0.0;
     double signalOneLuminance = defaultWhite;
+    bool hasScale = true; ///< false: scene values of which nobody says what light they are
     std::vector<unsigned char> profile; ///< for Transfer::Profile
     std::string transferFrom;           ///< for people: "cICP chunk", "--encoding"
     std::string primariesFrom;

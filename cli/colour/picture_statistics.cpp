@@ -1,22 +1,22 @@
 #include "colour/picture_statistics.h"
 
+#include "colour/luminance.h"
+
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <functional>
 
 namespace qva {
 
 namespace {
 
-// The bits of a positive float, read as an integer, grow with it: 8 bits of exponent and the
-// first 7 of the fraction make bins between 0.4 and 0.8 % wide.
-constexpr int droppedBits = 16;
-constexpr std::size_t binCount = std::size_t{1} << (31 - droppedBits);
+// The range of a picture is chosen to 0.8 %; its mean level, which averages the bins' errors out,
+// takes coarser ones that stay in the first cache.
+constexpr int fineBits = 7;
+constexpr int coarseBits = 4;
 
 } // namespace
 
-PictureStatistics::PictureStatistics() : bins_(binCount)
+PictureStatistics::PictureStatistics() : highest_(fineBits), luminance_(coarseBits)
 {
 }
 
@@ -27,8 +27,13 @@ void PictureStatistics::Add(const float* rgb, std::size_t pixels)
         const float highest = std::max({pixel[0], pixel[1], pixel[2], 0.0f});
         below_ += std::min({pixel[0], pixel[1], pixel[2]}) < 0.0f ? 1 : 0;
         if (std::isfinite(highest)) {
+            const float luminance = LuminanceOf(pixel);
+            darker_ += luminance < 0.0f ? 1 : 0;
             peak_ = std::max(peak_, highest);
-            ++bins_[std::bit_cast<std::uint32_t>(highest) >> droppedBits];
+            highest_.Add(highest);
+            if (luminance > 0.0f) {
+                luminance_.Add(luminance);
+            }
             ++pixels_;
         }
     }
@@ -36,25 +41,25 @@ void PictureStatistics::Add(const float* rgb, std::size_t pixels)
 
 void PictureStatistics::Add(const PictureStatistics& other)
 {
-    std::transform(bins_.begin(), bins_.end(), other.bins_.begin(), bins_.begin(),
-                   std::plus<std::uint64_t>());
+    highest_.Add(other.highest_);
+    luminance_.Add(other.luminance_);
     pixels_ += other.pixels_;
     below_ += other.below_;
+    darker_ += other.darker_;
     peak_ = std::max(peak_, other.peak_);
 }
 
 double PictureStatistics::Percentile(double share) const
 {
-    const double wanted = share * static_cast<double>(pixels_);
-    std::uint64_t count = 0;
-    for (std::size_t bin = 0; bin < binCount; ++bin) {
-        count += bins_[bin];
-        if (count > 0 && static_cast<double>(count) >= wanted) {
-            const auto edge = static_cast<std::uint32_t>((bin + 1) << droppedBits);
-            return std::min(std::bit_cast<float>(edge), peak_);
-        }
-    }
-    return peak_;
+    return scale_ * std::min(highest_.Percentile(share), static_cast<double>(peak_));
+}
+
+double PictureStatistics::LogMeanLuminance() const
+{
+    constexpr double brightest = 0.99;
+    constexpr double stops = 24.0;
+    const double floor = std::exp2(-stops) * luminance_.Percentile(brightest);
+    return floor > 0.0 ? scale_ * std::exp2(luminance_.LogMean(floor)) : 0.0;
 }
 
 } // namespace qva

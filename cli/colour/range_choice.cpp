@@ -1,5 +1,6 @@
 #include "colour/range_choice.h"
 
+#include "colour/scene_decoder.h"
 #include "colour/transfer_functions.h"
 
 #include <algorithm>
@@ -38,10 +39,9 @@ double ChooseTop(const PictureStatistics& statistics, const SourceOptions& optio
         reason = "--top";
         return *options.top;
     }
-    const double bright = statistics.Percentile(brightShare);
-    const bool hasSparks = statistics.Peak() > farAbove * bright;
-    const double top = hasSparks ? bright : statistics.Peak();
-    reason = hasSparks ? "99.99 % of the pixels, the peak lies far above" : "peak of the picture";
+    const double top = BrightestOf(statistics);
+    reason = top < statistics.Peak() ? "99.99 % of the pixels, the peak lies far above"
+                                     : "peak of the picture";
     if (top < lowestTop) {
         reason = "lowest top";
     } else if (top > pqPeak) {
@@ -65,6 +65,12 @@ void FitToCodes(const Interpretation& meaning, double top, RenderRange& range)
 }
 
 } // namespace
+
+double BrightestOf(const PictureStatistics& statistics)
+{
+    const double bright = statistics.Percentile(brightShare);
+    return statistics.Peak() > farAbove * bright ? bright : statistics.Peak();
+}
 
 RenderRange ChooseRange(const Interpretation& meaning, const PictureStatistics& statistics,
                         const SourceOptions& options)

@@ -29,9 +29,12 @@ struct RenderRange {
 /// under 100 cd/m²), so that a black picture can be rendered.
 constexpr double lowestTop = 10.0;
 
-/// Chooses a range. The top is options.top where given; else the picture's peak, or its 99.99th
-/// percentile where the peak is more than twice that; at least lowestTop, at most 10000 and what
-/// the codes can say.
+/// The light that a picture's range has to reach, cd/m²: its peak, or its 99.99th percentile where
+/// the peak is more than twice that.
+double BrightestOf(const PictureStatistics& statistics);
+
+/// Chooses a range. The top is options.top where given; else that of BrightestOf; at least
+/// lowestTop, at most 10000 and what the codes can say.
 ///
 /// A high top costs shadows, because the library works on 65,536 equal steps of light below it.
 /// For the same reason scene light is handed over in linear codes: they are those steps,

@@ -37,7 +37,8 @@ void InfoCommand::Run()
     SetThreads(0);
     Progress progress(ProgressStyle::Terminal);
     std::unique_ptr<ImageSource> source;
-    const Examination found = Examine(photo_.path, photo_.source, photo_.limits, progress, source);
+    const Examination found =
+        Examine(photo_.path, photo_.source, photo_.light, photo_.limits, progress, source);
     progress.Clear();
     fmt::print("{}", json_ ? ReportJson(found, threshold_) : ReportText(found, threshold_));
 }

@@ -59,7 +59,7 @@ Examination ExaminePage(const PhotoOptions& photo, const BandPlan& plan, Progres
 {
     const LineOrder order = OrderOf(source->Describe().orientation, plan.direction);
     try {
-        return Examine(photo.path, photo.source, photo.limits, progress, source);
+        return Examine(photo.path, photo.source, photo.light, photo.limits, progress, source);
     } catch (const Failure& failure) {
         if (failure.Row() < 0 || order.across) {
             throw;

@@ -25,7 +25,9 @@ constexpr const char* printExamples =
     "\n"
     "Examples:\n"
     "  qva print photo.exr -o print.tif --profile printer.icc\n"
-    "      the value 1.0 stands for 203 cd/m2 unless the file or --white says otherwise\n"
+    "      the value 1.0 stands for 203 cd/m2 unless the file or --white says otherwise; a "
+    "picture\n"
+    "      that is very dark or bright then is exposed, see --exposure\n"
     "  qva print dark.exr -o print.tif --white 1000 --paper-white 200\n"
     "      a darker scene shown brighter, for paper in bright light\n"
     "  qva print photo.png -o print.png --side-by-side compare.png --verbose\n"
@@ -36,7 +38,7 @@ Page Load(ImageSource& source, const Examination& found, const PhotoOptions& pho
 {
     source.Open(photo.path, photo.limits);
     const SceneDecoder decoder(found.meaning, photo.path);
-    Page page = LoadPage(source, decoder, found.range, progress);
+    Page page = LoadPage(source, decoder, LightSteps(found.light), found.range, progress);
     source.Close();
     return page;
 }
@@ -130,8 +132,9 @@ void PrintCommand::Run()
     }
     Progress progress(Style());
     std::unique_ptr<ImageSource> source;
-    const Examination found = Examine(options_.photo.path, options_.photo.source,
-                                      options_.photo.limits, progress, source);
+    const Examination found =
+        Examine(options_.photo.path, options_.photo.source, options_.photo.light,
+                options_.photo.limits, progress, source);
     if (FitsMemory(source->Size())) {
         RunAtOnce(profile, found, *source, *output, sheet ? &*sheet : nullptr, progress);
         output->Commit();

@@ -81,6 +81,10 @@ std::string ReportText(const Examination& found, double threshold)
                               meaning.signalOneLuminance, meaning.luminanceFrom));
     line("light", fmt::format("peak {:.6g} cd/m2, 99.99 % of the pixels up to {:.6g} cd/m2",
                               light.Peak(), light.Percentile(brightShare)));
+    line("exposure", fmt::format("{} ({})", ExposureText(found.light), found.light.exposureFrom));
+    for (const std::string& step : StepsOf(found.light)) {
+        line("first", step);
+    }
     for (const Finding& finding : description.findings) {
         line(finding.label.c_str(), finding.text);
     }
@@ -89,7 +93,7 @@ std::string ReportText(const Examination& found, double threshold)
     line("handed over", HandedOver(found.range));
     line("threshold", fmt::format("{:.6g} cd/m2", FitThreshold(threshold, found.range)));
     line("flaws", HasFlaws(found.counts) ? FlawText(found.counts) : "none");
-    if (light.PixelsBelowZero() > 0) {
+    if (light.PixelsBelowZero() > 0 && !found.light.fitsColour) {
         line("cut at 0", Plural(light.PixelsBelowZero(), "pixel"));
     }
     for (const std::string& note : AllNotes(found)) {
@@ -102,6 +106,7 @@ std::string ReportJson(const Examination& found, double threshold)
 {
     const SourceDescription& description = found.description;
     const Interpretation& meaning = found.meaning;
+    const PictureStatistics& light = found.statistics;
     const ImageSize upright = UprightSize(description);
     JsonWriter json(true);
     json.OpenObject();
@@ -128,9 +133,19 @@ std::string ReportJson(const Examination& found, double threshold)
     json.Add("from", meaning.primariesFrom);
     json.Close();
     json.OpenObject("light");
-    json.Add("peak", found.statistics.Peak());
-    json.Add("percentile9999", found.statistics.Percentile(brightShare));
-    json.Add("pixelsBelowZero", found.statistics.PixelsBelowZero());
+    json.Add("peak", light.Peak());
+    json.Add("percentile9999", light.Percentile(brightShare));
+    json.Add("logMeanLuminance", light.LogMeanLuminance());
+    json.Add("pixelsBelowZero", light.PixelsBelowZero());
+    json.Add("pixelsDarkerThanBlack", light.DarkerThanBlack());
+    json.Close();
+    json.OpenObject("steps");
+    json.Add("exposure", found.light.exposure);
+    json.Add("exposureFrom", found.light.exposureFrom);
+    json.Add("repair", found.light.repairs);
+    json.Add("colourFit", found.light.fitsColour);
+    json.Add("rimMix", found.light.mixesRims);
+    json.Add("shoulderEnd", found.light.shoulderEnd);
     json.Close();
     json.OpenObject("flaws");
     json.Add("notANumber", found.counts.notANumber);
@@ -171,6 +186,10 @@ std::vector<std::string> Remarks(const Examination& found, double threshold)
     }
     if (HasFlaws(found.counts)) {
         remarks.push_back("brought into range: " + FlawText(found.counts));
+    }
+    if (found.light.exposureIsChosen) {
+        remarks.push_back(fmt::format("exposed by {}: {}; --exposure none leaves it",
+                                      ExposureText(found.light), found.light.exposureFrom));
     }
     const double fitted = FitThreshold(threshold, found.range);
     if (fitted != threshold) {

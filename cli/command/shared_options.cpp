@@ -1,5 +1,6 @@
 #include "command/shared_options.h"
 
+#include "command/light_options.h"
 #include "command/option_checks.h"
 #include "render/threads.h"
 
@@ -63,6 +64,7 @@ void AddPhotoOptions(CLI::App& app, PhotoOptions& photo)
     for (CLI::Option* option : {white, lowest, highest, top}) {
         option->group(group);
     }
+    AddLightOptions(app, photo.light);
     AddNumber(app, "--max-pixels", "Refuse pictures of more pixels (1e9)", 1.0, 1e15,
               [&limits](double value) { limits.pixels = static_cast<std::uint64_t>(value); });
     AddNumber(app, "--max-side", "Refuse pictures with a longer side (4194304, the most)", 1.0,

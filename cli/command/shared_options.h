@@ -3,6 +3,7 @@
 
 #include "base/progress.h"
 #include "colour/colour_interpretation.h"
+#include "light/light_plan.h"
 #include "picture/source_description.h"
 
 #include <CLI/CLI.hpp>
@@ -15,6 +16,7 @@ namespace qva {
 struct PhotoOptions {
     std::string path;
     SourceOptions source;
+    LightOptions light;
     SizeLimits limits;
 };
 

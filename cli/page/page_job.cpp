@@ -103,6 +103,11 @@ void WriteJob(JsonWriter& json, const PageJob& job)
     json.Add("margin", job.plan.margin);
     json.Add("bandLines", job.plan.bandLines);
     json.Add("stripLines", job.plan.stripLines);
+    json.Add("exposure", job.light.exposure);
+    json.Add("repair", job.light.repairs);
+    json.Add("colourFit", job.light.fitsColour);
+    json.Add("rims", job.light.mixesRims);
+    json.Add("shoulder", job.light.shoulderEnd);
     json.Add("luminanceMin", job.range.bottom);
     json.Add("luminanceMax", job.range.top);
     json.Add("threshold", job.render.threshold);

@@ -6,6 +6,7 @@
 #include "colour/range_choice.h"
 #include "formats/image_writer.h"
 #include "formats/tiff_strips.h"
+#include "light/light_plan.h"
 #include "page/band_plan.h"
 #include "render/render_settings.h"
 
@@ -18,6 +19,7 @@ namespace qva {
 /// The work on one page, as every machine that takes part in it sees it.
 struct PageJob {
     BandPlan plan;
+    LightPlan light;
     RenderRange range;
     RenderSettings render;
     WriteSettings write;

@@ -51,11 +51,13 @@ std::string ScratchReasonOf(const SourceDescription& description, Direction dire
     return description.isInterlaced ? "it is interlaced" : "";
 }
 
-PageLines::PageLines(ImageSource& source, const SceneDecoder& decoder, const RenderRange& range,
-                     Direction direction, const SizeLimits& limits, const std::string& folder)
+PageLines::PageLines(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
+                     const RenderRange& range, Direction direction, const SizeLimits& limits,
+                     const std::string& folder)
     : source_(source),
       path_(source.Describe().path),
       decoder_(decoder),
+      light_(light),
       range_(range),
       order_(OrderOf(source.Describe().orientation, direction)),
       scratchReason_(ScratchReasonOf(source.Describe(), direction)),
@@ -104,8 +106,8 @@ void PageLines::ReadStored(std::int64_t count, std::uint16_t* codes)
 #pragma omp parallel for schedule(static)
         for (std::int64_t row = 0; row < block; ++row) {
             const std::int64_t place = row * stored_.width * 3;
-            EncodeBlock(samples_.data() + place, static_cast<std::size_t>(stored_.width), decoder_,
-                        range_, out + place);
+            EncodeRow(samples_.data() + place, static_cast<std::size_t>(stored_.width), decoder_,
+                      light_, range_, out + place);
             // In a row across the lines, its pixels are one of every line.
             if (order_.across ? order_.backward : order_.mirrored) {
                 Mirror(out + place, stored_.width);

@@ -5,6 +5,7 @@
 #include "colour/range_choice.h"
 #include "colour/scene_decoder.h"
 #include "formats/image_source.h"
+#include "light/light_steps.h"
 #include "page/band_plan.h"
 #include "page/turned_lines.h"
 
@@ -34,8 +35,9 @@ class PageLines {
 public:
     /// @param source   opened; only its description is used yet.
     /// @param folder   where a scratch file can lie.
-    PageLines(ImageSource& source, const SceneDecoder& decoder, const RenderRange& range,
-              Direction direction, const SizeLimits& limits, const std::string& folder);
+    PageLines(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
+              const RenderRange& range, Direction direction, const SizeLimits& limits,
+              const std::string& folder);
 
     std::string ScratchReason() const { return scratchReason_; }
 
@@ -56,6 +58,7 @@ private:
     ImageSource& source_;
     std::string path_;
     const SceneDecoder& decoder_;
+    const LightSteps& light_;
     RenderRange range_;
     LineOrder order_;
     std::string scratchReason_;

@@ -39,11 +39,13 @@ public:
           plan_(PlanFor(request.cut, found.description)),
           progress_(request.progress),
           decoder_(found.meaning, request.photo),
-          lines_(source, decoder_, PageRange(found.range, request.render.paperWhite),
+          light_(found.light),
+          lines_(source, decoder_, light_, PageRange(found.range, request.render.paperWhite),
                  plan_.direction, request.limits, FolderOf(request.output))
     {
         job_.plan = plan_;
         job_.share = request.cut.share.value_or(Share{});
+        job_.light = found.light;
         job_.range = PageRange(found.range, request.render.paperWhite);
         job_.render = request.render;
         job_.write = request.write;
@@ -65,6 +67,7 @@ private:
     BandPlan plan_;
     Progress progress_;
     SceneDecoder decoder_;
+    LightSteps light_;
     PageLines lines_;
     PageJob job_;
     Page reduced_;

@@ -2,8 +2,9 @@
 
 namespace qva {
 
-Examination Examine(const std::string& path, const SourceOptions& options, const SizeLimits& limits,
-                    Progress& progress, std::unique_ptr<ImageSource>& source)
+Examination Examine(const std::string& path, const SourceOptions& options,
+                    const LightOptions& light, const SizeLimits& limits, Progress& progress,
+                    std::unique_ptr<ImageSource>& source)
 {
     source = OpenImage(path, limits);
     Examination found;
@@ -11,6 +12,7 @@ Examination Examine(const std::string& path, const SourceOptions& options, const
     found.meaning = Interpret(found.description, options);
     const SceneDecoder decoder(found.meaning, path);
     found.statistics = Scan(*source, decoder, found.counts, progress);
+    found.light = PlanLight(light, found.meaning, found.statistics);
     found.range = ChooseRange(found.meaning, found.statistics, options);
     return found;
 }

@@ -14,12 +14,14 @@ struct Examination {
     Interpretation meaning;
     PictureStatistics statistics;
     SampleCounts counts;
+    LightPlan light; ///< meaning, statistics and range are those of the exposed picture
     RenderRange range;
 };
 
 /// Reads a picture once from start to end.
 /// @param source  set to the opened source, which stands behind its last row.
-Examination Examine(const std::string& path, const SourceOptions& options, const SizeLimits& limits,
-                    Progress& progress, std::unique_ptr<ImageSource>& source);
+Examination Examine(const std::string& path, const SourceOptions& options,
+                    const LightOptions& light, const SizeLimits& limits, Progress& progress,
+                    std::unique_ptr<ImageSource>& source);
 
 } // namespace qva

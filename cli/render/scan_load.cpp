@@ -84,19 +84,20 @@ void ForEachBlock(ImageSource& source, const char* stage, Progress& progress, co
 
 } // namespace
 
-void EncodeBlock(float* rgb, std::size_t pixels, const SceneDecoder& decoder,
-                 const RenderRange& range, std::uint16_t* codes)
+void EncodeRow(float* rgb, std::size_t width, const SceneDecoder& decoder, const LightSteps& light,
+               const RenderRange& range, std::uint16_t* codes)
 {
     if (range.passThrough) {
-        std::transform(rgb, rgb + pixels * 3, codes,
+        std::transform(rgb, rgb + width * 3, codes,
                        [](float sample) { return static_cast<std::uint16_t>(sample); });
         return;
     }
     SampleCounts counts;
-    decoder.Decode(rgb, pixels, counts);
+    decoder.Decode(rgb, width, counts);
+    light(rgb, width);
     const auto scale = static_cast<float>(65535.0 / range.top);
-    std::transform(rgb, rgb + pixels * 3, codes,
-                   [scale](float light) { return LinearCode(light, scale); });
+    std::transform(rgb, rgb + width * 3, codes,
+                   [scale](float sample) { return LinearCode(sample, scale); });
 }
 
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
@@ -127,8 +128,8 @@ PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleC
     return statistics;
 }
 
-Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const RenderRange& range,
-              Progress& progress)
+Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
+              const RenderRange& range, Progress& progress)
 {
     const std::int64_t width = source.Size().width;
     const Placement placement = PlacementOf(source.Describe());
@@ -136,16 +137,17 @@ Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const RenderRang
     page.codes = std::make_unique_for_overwrite<std::uint16_t[]>(
         static_cast<std::size_t>(page.size.width * page.size.height * 3));
     std::vector<std::uint16_t> codes;
-    ForEachBlock(source, "reading", progress,
-                 [&](float* rgb, std::int64_t first, std::int64_t count) {
-                     const auto pixels = static_cast<std::size_t>(count * width);
-                     codes.resize(pixels * 3);
-                     EncodeBlock(rgb, pixels, decoder, range, codes.data());
-                     for (std::int64_t row = 0; row < count; ++row) {
-                         PlaceRow(codes.data() + row * width * 3, width, first + row, placement,
-                                  page.codes.get());
-                     }
-                 });
+    ForEachBlock(
+        source, "reading", progress, [&](float* rgb, std::int64_t first, std::int64_t count) {
+            codes.resize(static_cast<std::size_t>(count * width * 3));
+#pragma omp parallel for schedule(static)
+            for (std::int64_t row = 0; row < count; ++row) {
+                const std::int64_t place = row * width * 3;
+                EncodeRow(rgb + place, static_cast<std::size_t>(width), decoder, light, range,
+                          codes.data() + place);
+                PlaceRow(codes.data() + place, width, first + row, placement, page.codes.get());
+            }
+        });
     return page;
 }
 

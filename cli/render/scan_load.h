@@ -6,15 +6,16 @@
 #include "colour/range_choice.h"
 #include "colour/scene_decoder.h"
 #include "formats/image_source.h"
+#include "light/light_steps.h"
 #include "picture/rendered_page.h"
 
 #include <cstdint>
 
 namespace qva {
 
-/// Converts samples of a picture to codes of a range; rgb is used up.
-void EncodeBlock(float* rgb, std::size_t pixels, const SceneDecoder& decoder,
-                 const RenderRange& range, std::uint16_t* codes);
+/// Converts a stored row of a picture to codes of a range; rgb is used up.
+void EncodeRow(float* rgb, std::size_t width, const SceneDecoder& decoder, const LightSteps& light,
+               const RenderRange& range, std::uint16_t* codes);
 
 /// Reads all rows of a freshly opened source once and gathers their light and flaws.
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
@@ -23,7 +24,7 @@ PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleC
 /// Reads all rows of a freshly opened source, converts them to codes of the range and sets them
 /// upright.
 /// @throws std::bad_alloc where the page does not fit memory.
-Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const RenderRange& range,
-              Progress& progress);
+Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
+              const RenderRange& range, Progress& progress);
 
 } // namespace qva

@@ -18,6 +18,22 @@ expect_output "PQ codes of the file, untouched"
 expect 0 "" info photo16.tif --encoding linear --primaries bt2020 --luminance-max 1500
 expect_output "linear codes of the file, untouched"
 expect_output "0 to 1500 cd/m2"
+expect 0 "" info photo.exr --exposure -1
+expect_output "-1.00 EV (--exposure)"
+expect_output "peak 810."
+expect 0 "" info light.tif
+expect_output "undershoot filled"
+expect_output "colours outside BT.2020 moved in"
+expect_output "rims of the brightest light mixed"
+expect_output "bent to 10000"
+expect 0 "" info light.tif --exposure none --no-repair --no-colour-fit --no-rim-mix --no-shoulder
+expect_output "none (--exposure none)"
+grep -q "first  " stdout.txt && fail "steps that are off are shown"
+expect 0 "" info light.tif --json --exposure 0.5
+expect_output '"exposure": 0.5'
+expect_output '"repair": true'
+expect 2 "--exposure: 'bright' is not a number" info photo.exr --exposure bright
+expect 2 "--exposure: the picture is PQ" info pq.png --exposure 1
 expect 0 "" info flawed.exr
 expect_output "1 sample not a number, 1 infinite, 1 negative"
 expect 0 "" info photo.exr --top 2 --threshold 50

@@ -65,6 +65,22 @@ same even_whole.tif joined.tif
 page even.tif even_one.tif --max-memory 2G
 expect 0 "" info even_one.tif
 
+# The steps on difficult light know nothing of bands, shares and threads.
+page light.tif light_whole.tif $hundred
+page light.tif again.tif $hundred --threads 1
+same light_whole.tif again.tif
+page light_turned.tif turned_whole.tif $hundred --direction rows
+for name in light light_turned; do
+    for n in 1 2; do
+        page $name.tif "$name$n.tif" $hundred --direction rows --band "$n/2"
+    done
+    expect 0 "" join "${name}1.tif" "${name}2.tif" -o $name.joined.tif
+done
+same light_whole.tif light.joined.tif
+same turned_whole.tif light_turned.joined.tif
+page light.tif light1.tif $hundred --band 1/2 --no-shoulder
+expect 1 "does not belong to light1.tif: shoulder is" join light1.tif light2.tif -o result.tif
+
 # What a run tells a program.
 expect 0 "" page tall.tif -o none.tif --dry-run --band-rows 100 --band 2/5
 expect_output '"firstLine": 100'

@@ -51,6 +51,30 @@ expect 0 "" print flawed.exr -o again.tif -q
 "$qva" print flawed.exr -o again.tif --profile device.icc 2>stderr.txt
 grep -q "1 sample not a number, 1 infinite, 1 negative" stderr.txt || fail "flaws are not told"
 
+# Every step can be turned off; without any, light is cut in each channel and nothing else.
+steps="--exposure none --no-repair --no-colour-fit --no-rim-mix --no-shoulder"
+common="-q --compression none --primaries bt2020 --top 10000"
+# shellcheck disable=SC2086
+expect 0 "" print light_cut.tif -o cut.tif $common $steps
+# shellcheck disable=SC2086
+expect 0 "" print light.tif -o off.tif $common $steps
+cmp -s cut.tif off.tif || fail "steps that are off change bytes"
+# shellcheck disable=SC2086
+expect 0 "" print light.tif -o on.tif $common
+for step in "--exposure 1" --no-repair --no-colour-fit --no-rim-mix --no-shoulder; do
+    # shellcheck disable=SC2086
+    expect 0 "" print light.tif -o off.tif $common $step
+    cmp -s on.tif off.tif && fail "$step changes nothing"
+done
+# A chosen exposure is told, and is the same as one that is asked for.
+"$qva" print light.tif -o chosen.tif --compression none 2>stderr.txt
+stops=$(sed -n 's/.*exposed by \([-+][0-9.]*\) EV.*/\1/p' stderr.txt)
+expect 0 "" print light.tif -o asked.tif -q --compression none --exposure "${stops:-0}"
+[ -n "$stops" ] || fail "a chosen exposure is not told: $(cat stderr.txt)"
+cmp -s chosen.tif asked.tif || fail "the exposure that is told is not the one chosen"
+"$qva" print light.tif -o again.tif --white 203 2>stderr.txt
+grep -q "exposed by" stderr.txt && fail "a stated light is exposed"
+
 # Nothing but a complete result replaces what stands under its name.
 echo old >old.tif
 keeps_old() {

@@ -80,12 +80,13 @@ void Copy(const std::string& photo, const std::string& result, bool asColumns)
     Progress progress(ProgressStyle::None);
     OutputFile output(result);
     std::unique_ptr<ImageSource> source;
-    const Examination found = Examine(photo, {}, limits, progress, source);
+    const Examination found = Examine(photo, {}, {}, limits, progress, source);
     const SceneDecoder decoder(found.meaning, photo);
+    const LightSteps light(found.light);
     source->Open(photo, limits);
-    Page page = LoadPage(*source, decoder, found.range, progress);
+    Page page = LoadPage(*source, decoder, light, found.range, progress);
     if (asColumns) {
-        PageLines lines(*source, decoder, found.range, Direction::Columns, limits,
+        PageLines lines(*source, decoder, light, found.range, Direction::Columns, limits,
                         FolderOf(result));
         lines.Seek(0, progress);
         lines.Read(size.width, page.codes.get());

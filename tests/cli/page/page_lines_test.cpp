@@ -12,15 +12,21 @@ namespace {
 
 constexpr ImageSize stored = {5, 3};
 
+/// The value 1.0 is 1 cd/m².
 Interpretation Linear()
 {
     Interpretation meaning;
     meaning.primaries = bt2020;
-    meaning.isInteger = true;
-    meaning.largestCode = 65535;
-    meaning.codeWhite = 65535.0;
-    meaning.signalOneLuminance = 100.0;
+    meaning.signalOneLuminance = 1.0;
     return meaning;
+}
+
+LightPlan AllSteps()
+{
+    LightPlan plan;
+    plan.repairs = plan.fitsColour = plan.mixesRims = true;
+    plan.shoulderEnd = 50000.0;
+    return plan;
 }
 
 std::vector<std::uint16_t> CodesOf(const Page& page)
@@ -34,17 +40,19 @@ TEST(PageLines, GiveTheUprightPageForEveryOrientation)
     const samples::Folder folder;
     const std::string path = folder / "a.tif";
     Progress progress(ProgressStyle::None);
+    const LightSteps light(AllSteps());
     RenderRange range;
-    range.top = 100.0;
-    std::vector<double> codes;
+    range.top = 10000.0;
+    std::vector<double> values;
     for (int i = 0; i < stored.width * stored.height * 3; ++i) {
-        codes.push_back(i * 1000 + 7);
+        values.push_back(i % 7 == 3 ? -9000.0 : i * 1000.0 + 7.0);
     }
     for (int orientation = 1; orientation <= 8; ++orientation) {
-        samples::WriteTiff(path, stored, codes, {.orientation = orientation});
+        samples::WriteTiff(path, stored, values,
+                           {.bits = 32, .isFloat = true, .orientation = orientation});
         const auto source = OpenImage(path, {1000});
         const SceneDecoder decoder(Linear(), path);
-        const Page upright = LoadPage(*source, decoder, range, progress);
+        const Page upright = LoadPage(*source, decoder, light, range, progress);
         for (const Direction direction : {Direction::Rows, Direction::Columns}) {
             SCOPED_TRACE(testing::Message()
                          << orientation << (direction == Direction::Rows ? " rows" : " columns"));
@@ -54,7 +62,7 @@ TEST(PageLines, GiveTheUprightPageForEveryOrientation)
             const std::int64_t length = isRows ? upright.size.width : upright.size.height;
             const std::int64_t lines = isRows ? upright.size.height : upright.size.width;
             const auto again = OpenImage(path, {1000});
-            PageLines page(*again, decoder, range, direction, {1000}, folder / "");
+            PageLines page(*again, decoder, light, range, direction, {1000}, folder / "");
             std::vector<std::uint16_t> found(expected.size());
             page.Seek(0, progress);
             page.Read(1, found.data());

@@ -74,7 +74,8 @@ TEST(LoadPage, SetsThePictureUpright)
             rgb.insert(rgb.end(), 3, static_cast<float>(letter));
         }
         FakeSource source(Sized({3, 2}, c.orientation), rgb);
-        const Page page = LoadPage(source, SceneDecoder(Pq(), "a"), range, progress);
+        const Page page =
+            LoadPage(source, SceneDecoder(Pq(), "a"), LightSteps({}), range, progress);
         EXPECT_EQ(c.width, page.size.width);
         std::string upright;
         for (std::size_t i = 0; i < 6; ++i) {
@@ -94,7 +95,7 @@ TEST(LoadPage, LeavesPqCodesAlone)
     RenderRange range;
     range.passThrough = true;
     Progress progress(ProgressStyle::None);
-    const Page page = LoadPage(source, SceneDecoder(Pq(), "a"), range, progress);
+    const Page page = LoadPage(source, SceneDecoder(Pq(), "a"), LightSteps({}), range, progress);
     for (std::size_t i = 0; i < codes.size(); ++i) {
         ASSERT_EQ(i / 3, page.codes[i]);
     }
@@ -109,7 +110,7 @@ TEST(LoadPage, RoundsLinearCodesAndCutsAtTheEnds)
     range.top = 65535.0;
     FakeSource source(Sized({2, 1}), {0.4f / 65535, 0.6f / 65535, -1.0f, 2.0f, 1.0f, INFINITY});
     Progress progress(ProgressStyle::None);
-    const Page page = LoadPage(source, SceneDecoder(meaning, "a"), range, progress);
+    const Page page = LoadPage(source, SceneDecoder(meaning, "a"), LightSteps({}), range, progress);
     const std::vector<std::uint16_t> expected = {0, 1, 0, 65535, 65535, 65535};
     EXPECT_EQ(expected, std::vector<std::uint16_t>(page.codes.get(), page.codes.get() + 6));
 }

@@ -88,8 +88,33 @@ std::vector<double> OnItsSide(const std::vector<double>& page)
     return stored;
 }
 
+/// Scene values in need of every step: far above 10000 cd/m² where 1.0 is 203, nearly white there,
+/// outside the primaries, and negative beside bright light.
+std::vector<double> DifficultLight()
+{
+    std::vector<double> light;
+    for (int y = 0; y < tall.height; ++y) {
+        for (int x = 0; x < tall.width; ++x) {
+            const double wave = 0.5 + 0.5 * std::sin(y / 37.0 + x / 19.0);
+            const double level = (y + x) % 23 == 0 ? -1.0 : 0.01 * std::pow(2e4, wave);
+            const double blue = (y / 11 + x / 7) % 3 == 0 ? -0.2 : 0.75;
+            light.insert(light.end(), {level, 0.9 * level, blue * level});
+        }
+    }
+    return light;
+}
+
 void WritePages(const std::string& folder)
 {
+    std::vector<double> light = DifficultLight();
+    samples::WriteTiff(folder + "light.tif", tall, light, {.bits = 32, .isFloat = true});
+    samples::WriteTiff(folder + "light_turned.tif", {tall.height, tall.width}, OnItsSide(light),
+                       {.bits = 32, .isFloat = true, .orientation = 6});
+    for (double& value : light) {
+        value = std::clamp(value, 0.0, 10000.0 / 203.0);
+    }
+    samples::WriteTiff(folder + "light_cut.tif", tall, light, {.bits = 32, .isFloat = true});
+
     const std::vector<double> page = WavesOn(tall);
     samples::WriteTiff(folder + "tall.tif", tall, page, {});
     samples::WriteTiff(folder + "large.tif", large, WavesOn(large), {});

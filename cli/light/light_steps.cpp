@@ -1,0 +1,27 @@
+#include "light/light_steps.h"
+
+#include "light/colour_fit.h"
+#include "light/highlight_rims.h"
+#include "light/negative_repair.h"
+
+namespace qva {
+
+LightSteps::LightSteps(const LightPlan& plan) : plan_(plan), shoulder_(plan.shoulderEnd)
+{
+}
+
+void LightSteps::operator()(float* row, std::size_t width) const
+{
+    if (plan_.repairs) {
+        NegativeRepair()(row, width);
+    }
+    if (plan_.fitsColour) {
+        ColourFit()(row, width);
+    }
+    if (plan_.mixesRims) {
+        HighlightRims()(row, width);
+    }
+    shoulder_(row, width);
+}
+
+} // namespace qva
