@@ -55,16 +55,6 @@ same columns.tif turned_columns.tif
 page turned.tif turned_rows.tif $hundred --direction rows
 same whole.tif turned_rows.tif
 
-# A page of one tone has two regions only with what it is continued by.
-page even.tif even_whole.tif $hundred
-for i in 1 2; do
-    page even.tif "even$i.tif" $hundred --band "$i/2"
-done
-expect 0 "" join even1.tif even2.tif -o joined.tif
-same even_whole.tif joined.tif
-page even.tif even_one.tif --max-memory 2G
-expect 0 "" info even_one.tif
-
 # What a run tells a program.
 expect 0 "" page tall.tif -o none.tif --dry-run --band-rows 100 --band 2/5
 expect_output '"firstLine": 100'
@@ -138,6 +128,7 @@ expect 1 "whole.tif: is not a share of a page" join whole.tif -o result.tif
 gone result.tif
 expect 1 "few for 6 shares" page tall.tif -o result.tif $options $hundred --band 1/6
 expect 1 "raise --max-memory" page tall.tif -o result.tif --max-memory 1M
+expect 1 "one even region" page even.tif -o result.tif $options
 expect 2 "'0/3' is not a share" page tall.tif -o result.tif --band 0/3
 expect 2 "a share is a TIFF" page tall.tif -o result.png --band 1/3
 expect 2 "is a share by another name" join share[1-5].tif -o ./share1.tif
