@@ -3,7 +3,7 @@
 #include "base/errors.h"
 #include "colour/colour_interpretation.h"
 #include "colour/scene_decoder.h"
-#include "formats/tiff_strips.h"
+#include "formats/strip_reader.h"
 #include "page/page_job.h"
 
 #include "formats/image_source.h"

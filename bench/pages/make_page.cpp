@@ -5,9 +5,10 @@
 //
 // PAGE.tif holds 16-bit PQ codes with the primaries of BT.2020, in strips, uncompressed; BigTIFF
 // where it needs to be. To read it: --encoding pq --primaries bt2020.
+#include "base/output_file.h"
 #include "colour/transfer_functions.h"
-#include "formats/tiff_strips.h"
-#include "page/band_plan.h"
+#include "formats/strip_encoder.h"
+#include "formats/strip_writer.h"
 #include "render/examination.h"
 #include "render/renderer.h"
 #include "render/scan_load.h"
@@ -162,8 +163,8 @@ void Make(const std::vector<std::string>& photos, ImageSize size, const std::str
     page.settings.compression = Compression::None;
     page.orientation = orientation;
     OutputFile file(output);
-    const int descriptor = file.Duplicate();
-    StripWriter writer(descriptor, output, page);
+    const Descriptor descriptor = file.Duplicate();
+    StripWriter writer(descriptor.Get(), output, page);
     constexpr std::int64_t stripsAtOnce = 64;
     const std::int64_t rows = stripsAtOnce * page.layout.stripLines;
     std::vector<std::uint16_t> codes(static_cast<std::size_t>(rows * size.width * 3));

@@ -8,7 +8,7 @@
 #include "colour/icc_builder.h"
 #include "colour/lcms_handles.h"
 #include "colour/printer_profile.h"
-#include "formats/image_writer.h"
+#include "formats/srgb_png.h"
 #include "page/band_renderer.h"
 #include "page/reduced_page.h"
 #include "scenes.h"

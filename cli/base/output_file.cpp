@@ -57,6 +57,14 @@ OutputTarget ResolveOutput(const std::string& path)
     return {target, ModeFor(target)};
 }
 
+void EnsureNew(const std::string& path)
+{
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0) {
+        throw Failure(path, "is there already: --no-clobber keeps it");
+    }
+}
+
 void EnsureFolder(const std::string& output)
 {
     ResolveOutput(output);
@@ -68,36 +76,34 @@ void EnsureFolder(const std::string& output)
     }
 }
 
-int OpenBeside(const std::string& path, int flags, mode_t mode, const std::string& result)
+Descriptor OpenBeside(const std::string& path, int flags, mode_t mode, const std::string& result)
 {
-    const int descriptor =
-        open(path.c_str(), flags | O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, mode);
-    const int error = descriptor < 0 ? errno : 0;
+    Descriptor file(
+        open(path.c_str(), flags | O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, mode));
+    const int error = file.IsOpen() ? 0 : errno;
     struct stat status {};
     const bool known =
-        descriptor >= 0 ? fstat(descriptor, &status) == 0 : lstat(path.c_str(), &status) == 0;
+        file.IsOpen() ? fstat(file.Get(), &status) == 0 : lstat(path.c_str(), &status) == 0;
     if (known && !S_ISREG(status.st_mode)) {
-        if (descriptor >= 0) {
-            close(descriptor);
-        }
         throw Failure(result, "cannot be written: " + path + " is not a regular file");
     }
-    if (descriptor < 0) {
+    if (!file.IsOpen()) {
         throw Failure(result, "cannot be written: " + SystemReason(error));
     }
-    return descriptor;
+    return file;
 }
 
 OutputFile::OutputFile(const std::string& path) : path_(path), target_(ResolveOutput(path))
 {
     do {
         temporary_.emplace(FolderOf(target_.path));
-        descriptor_ = open(temporary_->Path().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    } while (descriptor_ < 0 && errno == EEXIST);
-    if (descriptor_ < 0) {
+        descriptor_ = Descriptor(
+            open(temporary_->Path().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    } while (!descriptor_.IsOpen() && errno == EEXIST);
+    if (!descriptor_.IsOpen()) {
         throw Failure(path, "cannot be written: " + SystemReason(errno));
     }
-    MarkAsUsed(descriptor_);
+    MarkAsUsed(descriptor_.Get());
 }
 
 OutputFile::~OutputFile()
@@ -107,18 +113,17 @@ OutputFile::~OutputFile()
 
 void OutputFile::Discard()
 {
-    if (descriptor_ >= 0) {
-        close(descriptor_);
-        descriptor_ = -1;
+    if (descriptor_.IsOpen()) {
+        descriptor_.Close();
         unlink(temporary_->Path().c_str());
     }
     temporary_.reset();
 }
 
-int OutputFile::Duplicate() const
+Descriptor OutputFile::Duplicate() const
 {
-    const int copy = dup(descriptor_);
-    if (copy < 0) {
+    Descriptor copy(dup(descriptor_.Get()));
+    if (!copy.IsOpen()) {
         throw Failure(path_, "cannot be written: " + SystemReason(errno));
     }
     return copy;
@@ -126,13 +131,12 @@ int OutputFile::Duplicate() const
 
 void OutputFile::Commit()
 {
-    if (fchmod(descriptor_, target_.mode) != 0 || fsync(descriptor_) != 0 ||
+    if (fchmod(descriptor_.Get(), target_.mode) != 0 || fsync(descriptor_.Get()) != 0 ||
         std::rename(temporary_->Path().c_str(), target_.path.c_str()) != 0)
     {
         throw Failure(path_, "cannot be written: " + SystemReason(errno));
     }
-    close(descriptor_);
-    descriptor_ = -1;
+    descriptor_.Close();
     Discard();
 }
 

@@ -1,6 +1,7 @@
 // Output that appears under its name only when it is complete.
 #pragma once
 
+#include "base/descriptor.h"
 #include "base/temporary_name.h"
 
 #include <optional>
@@ -21,6 +22,9 @@ struct OutputTarget {
 /// @throws Failure where the name stands for something but a regular file.
 OutputTarget ResolveOutput(const std::string& path);
 
+/// @throws Failure where something of this name is there already.
+void EnsureNew(const std::string& path);
+
 /// Shows that a file of this name can be created in its folder.
 /// @throws Failure where it cannot.
 void EnsureFolder(const std::string& output);
@@ -29,9 +33,8 @@ void EnsureFolder(const std::string& output);
 /// through a link, without waiting for what a pipe or a device waits for.
 /// @param flags   more flags of open(2): O_APPEND.
 /// @param result  for messages.
-/// @return a descriptor, owned by the caller.
 /// @throws Failure.
-int OpenBeside(const std::string& path, int flags, mode_t mode, const std::string& result);
+Descriptor OpenBeside(const std::string& path, int flags, mode_t mode, const std::string& result);
 
 /// A file written under a temporary name in the directory of the final one and renamed at the
 /// end. Until Commit the old file stays as it was; the temporary is removed by the destructor, and
@@ -48,8 +51,8 @@ public:
     /// The name as the user gave it.
     const std::string& Path() const { return path_; }
 
-    /// A new descriptor of the temporary, owned by the caller.
-    int Duplicate() const;
+    /// A new descriptor of the temporary.
+    Descriptor Duplicate() const;
 
     /// Waits until the bytes are on the disk, then takes the final name.
     /// @throws Failure where the disk refuses; the old file is then as it was.
@@ -61,7 +64,7 @@ private:
     std::string path_;
     OutputTarget target_;
     std::optional<TemporaryName> temporary_;
-    int descriptor_ = -1;
+    Descriptor descriptor_;
 };
 
 /// @return true where both names stand for one file, or would once they are created.

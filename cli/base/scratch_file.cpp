@@ -13,21 +13,17 @@ namespace qva {
 ScratchFile::ScratchFile(const std::string& folder) : name_("a temporary file in " + folder)
 {
     // Never under a name, where the file system can do that.
-    descriptor_ = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-    if (descriptor_ >= 0) {
+    descriptor_ = Descriptor(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    if (descriptor_.IsOpen()) {
         return;
     }
     const TemporaryName name(folder);
-    descriptor_ = open(name.Path().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (descriptor_ < 0) {
+    descriptor_ =
+        Descriptor(open(name.Path().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!descriptor_.IsOpen()) {
         throw Failure(name_, "cannot be created: " + SystemReason(errno));
     }
     unlink(name.Path().c_str());
-}
-
-ScratchFile::~ScratchFile()
-{
-    close(descriptor_);
 }
 
 std::string ScratchFile::CommonFolder()
@@ -40,7 +36,7 @@ void ScratchFile::Write(std::int64_t place, const void* bytes, std::size_t count
 {
     const char* from = static_cast<const char*>(bytes);
     while (count > 0) {
-        const ssize_t done = pwrite(descriptor_, from, count, place);
+        const ssize_t done = pwrite(descriptor_.Get(), from, count, place);
         if (done < 0 && errno == EINTR) {
             continue;
         }
@@ -57,7 +53,7 @@ void ScratchFile::Read(std::int64_t place, void* bytes, std::size_t count) const
 {
     char* to = static_cast<char*>(bytes);
     while (count > 0) {
-        const ssize_t done = pread(descriptor_, to, count, place);
+        const ssize_t done = pread(descriptor_.Get(), to, count, place);
         if (done < 0 && errno == EINTR) {
             continue;
         }

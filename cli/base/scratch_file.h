@@ -1,6 +1,8 @@
 // A nameless file on disk for what does not fit memory.
 #pragma once
 
+#include "base/descriptor.h"
+
 #include <cstdint>
 #include <string>
 
@@ -11,7 +13,6 @@ class ScratchFile {
 public:
     /// @throws Failure where nothing can be created in the folder.
     explicit ScratchFile(const std::string& folder);
-    ~ScratchFile();
 
     /// The folder of TMPDIR, or the system's for large files.
     static std::string CommonFolder();
@@ -27,7 +28,7 @@ public:
 
 private:
     std::string name_;
-    int descriptor_ = -1;
+    Descriptor descriptor_;
 };
 
 } // namespace qva

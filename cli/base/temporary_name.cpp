@@ -1,5 +1,7 @@
 #include "base/temporary_name.h"
 
+#include "base/descriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -55,15 +57,10 @@ std::string RandomName()
 /// Whether a regular file is there that nobody has marked.
 bool IsUnused(const std::string& path)
 {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
-    const bool unused = descriptor >= 0 && fstat(descriptor, &status) == 0 &&
-                        S_ISREG(status.st_mode) && status.st_nlink > 0 &&
-                        flock(descriptor, LOCK_SH | LOCK_NB) == 0;
-    if (descriptor >= 0) {
-        close(descriptor);
-    }
-    return unused;
+    return file.IsOpen() && fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode) &&
+           status.st_nlink > 0 && flock(file.Get(), LOCK_SH | LOCK_NB) == 0;
 }
 
 } // namespace

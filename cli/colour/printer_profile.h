@@ -6,7 +6,7 @@
 
 namespace qva {
 
-/// The bytes of a profile whose header tells their number truly.
+/// The bytes of a profile whose header tells their number truly; of any device colours, inks too.
 struct PrinterProfile {
     std::vector<unsigned char> bytes;
     std::string description; ///< for people; the file's name where the profile has none

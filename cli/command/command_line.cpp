@@ -1,12 +1,15 @@
 #include "command/command_line.h"
 
 #include "base/errors.h"
+#include "command/suggestion.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <fmt/format.h>
 #include <iterator>
 #include <lumo/qva.h>
+#include <utility>
+#include <vector>
 
 namespace qva {
 
@@ -42,36 +45,86 @@ constexpr const char* examples =
     "  qva page poster.tif -o print.tif --profile printer.icc   a page larger than memory\n"
     "\n"
     "Exit codes: 0 done, 1 failed, 2 misused.\n"
-    "\"qva print --help\" lists all options.";
+    "\"qva help print\" lists all options of print.";
 
-/// Names a first word that is no command; the parser would only say that a command is missing.
-void EnsureCommand(int count, const char* const* arguments)
+std::vector<std::string> CommandNames()
 {
-    if (count < 2) {
-        return;
+    std::vector<std::string> names;
+    for (const CommandEntry& entry : commands) {
+        names.emplace_back(entry.name);
     }
-    const std::string first = arguments[1];
-    const bool isCommand =
-        std::any_of(std::begin(commands), std::end(commands),
-                    [&first](const CommandEntry& entry) { return first == entry.name; });
-    const bool isOption = first == "-h" || first == "--help" || first == "--version";
-    if (!isCommand && !isOption) {
-        const char* kind = first.rfind('-', 0) == 0 ? "option" : "subcommand";
-        throw Misuse(OneLine(first), fmt::format("unknown {} (see qva --help)", kind));
+    return names;
+}
+
+/// @return "; did you mean print?", or "" where nothing like it is known.
+std::string Hint(const std::string& word, const std::vector<std::string>& known)
+{
+    const std::string nearest = NearestOf(word, known);
+    return nearest.empty() ? "" : fmt::format("; did you mean {}?", nearest);
+}
+
+/// Names a word that is no command; the parser would only say that a command is missing.
+void EnsureCommand(const std::string& word)
+{
+    const std::vector<std::string> names = CommandNames();
+    if (std::find(names.begin(), names.end(), word) == names.end()) {
+        throw Misuse(OneLine(word),
+                     fmt::format("unknown subcommand{} (see qva --help)", Hint(word, names)));
     }
 }
 
-/// @return the text to show where help or the version is asked for, else nothing.
-std::string Parse(CLI::App& app, int count, const char* const* arguments)
+/// The arguments behind the program's name. "help print" becomes "print --help".
+std::vector<std::string> Words(int count, const char* const* arguments)
 {
+    std::vector<std::string> words(arguments + std::min(count, 1), arguments + count);
+    const std::string first = words.empty() ? "" : words[0];
+    if (first == "help") {
+        words = {words.size() > 1 ? words[1] : "--help", "--help"};
+    }
+    const bool isOption =
+        first == "-h" || first == "--help" || first == "-V" || first == "--version";
+    if (first.starts_with('-') && !isOption) {
+        throw Misuse(OneLine(first), "unknown option (see qva --help)");
+    }
+    if (!words.empty() && !words[0].starts_with('-')) {
+        EnsureCommand(words[0]);
+    }
+    return words;
+}
+
+/// Where an option is not known: the one that may be meant.
+std::string HintFor(const CLI::App& app)
+{
+    for (const CLI::App* command : app.get_subcommands()) {
+        std::vector<std::string> known;
+        for (const CLI::Option* option : command->get_options()) {
+            for (const std::string& name : option->get_lnames()) {
+                known.push_back("--" + name);
+            }
+        }
+        for (const std::string& word : command->remaining()) {
+            if (word.starts_with("--")) {
+                return Hint(word.substr(0, word.find('=')), known);
+            }
+        }
+    }
+    return {};
+}
+
+/// @return the text to show where help or the version is asked for, else nothing.
+std::string Parse(CLI::App& app, std::vector<std::string> words)
+{
+    // The parser takes them from the end.
+    std::reverse(words.begin(), words.end());
     try {
-        app.parse(count, arguments);
+        app.parse(words);
     } catch (const CLI::CallForVersion&) {
         return "qva " QVA_VERSION_STRING "\n";
     } catch (const CLI::CallForHelp&) {
         return app.help();
     } catch (const CLI::ParseError& error) {
-        throw Misuse("command line", OneLine(error.what()) + " (see qva --help)");
+        throw Misuse("command line",
+                     fmt::format("{}{} (see qva --help)", OneLine(error.what()), HintFor(app)));
     }
     return {};
 }
@@ -80,10 +133,10 @@ std::string Parse(CLI::App& app, int count, const char* const* arguments)
 
 CommandLine ParseCommandLine(int count, const char* const* arguments)
 {
-    EnsureCommand(count, arguments);
+    std::vector<std::string> words = Words(count, arguments);
     CLI::App app(description, "qva");
     app.footer(examples);
-    app.set_version_flag("--version", "qva " QVA_VERSION_STRING);
+    app.set_version_flag("-V,--version", "qva " QVA_VERSION_STRING);
     app.require_subcommand(1);
     std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>> choices;
     for (const CommandEntry& entry : commands) {
@@ -91,7 +144,7 @@ CommandLine ParseCommandLine(int count, const char* const* arguments)
         choices.back().second->AddOptions(*choices.back().first);
     }
     CommandLine line;
-    line.text = Parse(app, count, arguments);
+    line.text = Parse(app, std::move(words));
     if (!line.text.empty()) {
         return line;
     }

@@ -5,6 +5,7 @@
 #include "command/option_checks.h"
 #include "command/remarks.h"
 #include "command/shared_options.h"
+#include "formats/writer_table.h"
 #include "page/page_assembly.h"
 #include "page/page_job.h"
 #include "render/threads.h"
@@ -43,7 +44,7 @@ void CheckStrips(ShareFile& file, Progress& progress)
     const std::int64_t strips = file.reader.Page().layout.Strips();
     std::uint32_t checksum = 0;
     for (std::int64_t strip = 0; strip < strips; ++strip) {
-        checksum = StripWriter::Checksum(checksum, file.reader.Encoded(strip));
+        checksum = Checksum(checksum, file.reader.Encoded(strip));
         progress.Show("checking", static_cast<double>(strip + 1) / static_cast<double>(strips));
     }
     if (checksum != file.record.checksum) {
@@ -88,7 +89,7 @@ void CheckShares(const std::vector<ShareFile>& files)
 class JoinCommand : public Command {
 public:
     void AddOptions(CLI::App& app) override;
-    void Finish() override { FormatOfName(options_.output); }
+    void Finish() override { OutputFormatOf(options_.output); }
     void Run() override;
     std::string Subject() const override { return options_.output; }
 
@@ -98,6 +99,7 @@ private:
         std::string output;
         int threads = 0;
         ProgressStyle progress = ProgressStyle::Terminal;
+        bool noClobber = false;
         bool json = false;
     } options_;
 };
@@ -108,9 +110,10 @@ void JoinCommand::AddOptions(CLI::App& app)
         ->required()
         ->check(NotEmpty())
         ->type_name("");
-    app.add_option("-o,--output", options_.output, "The result: .tif, .tiff or .png")
+    app.add_option("-o,--output", options_.output, "The result: " + OutputEndings())
         ->required()
         ->type_name("FILE");
+    AddNoClobberOption(app, options_.noClobber);
     AddThreadsOption(app, options_.threads);
     app.add_flag("--json", options_.json, "Write the result to standard output as JSON");
     AddProgressOption(app, options_.progress);
@@ -123,6 +126,9 @@ void JoinCommand::Run()
         if (AreSameFile(options_.output, path)) {
             throw Misuse(options_.output, "is a share by another name, or the same");
         }
+    }
+    if (options_.noClobber) {
+        EnsureNew(options_.output);
     }
     SetThreads(options_.threads);
     TellLeftovers(options_.output, options_.progress == ProgressStyle::None);
@@ -140,8 +146,7 @@ void JoinCommand::Run()
         CheckStrips(file, progress);
     }
     const BandPlan plan = files.front().record.plan;
-    WriteSettings settings = files.front().reader.Page().settings;
-    settings.format = FormatOfName(options_.output);
+    const WriteSettings settings = files.front().reader.Page().settings;
     std::vector<StripReader> readers;
     for (ShareFile& file : files) {
         readers.push_back(std::move(file.reader));

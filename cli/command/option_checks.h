@@ -18,7 +18,8 @@ CLI::Validator OneOf(const std::vector<std::string>& words);
 
 CLI::Validator NotEmpty();
 
-/// Accepts numbers of bytes with M (10^6) or G (10^9) behind them, or nothing.
+/// Accepts numbers of bytes with nothing, M or MB (10^6), G or GB (10^9), T or TB (10^12) behind
+/// them, from 1 to 10^15.
 CLI::Validator ByteCount();
 
 /// @return nothing for text that ByteCount refuses.

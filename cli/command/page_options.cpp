@@ -2,6 +2,7 @@
 
 #include "base/errors.h"
 #include "command/option_checks.h"
+#include "formats/writer_table.h"
 
 #include <cstdlib>
 #include <fmt/format.h>
@@ -106,7 +107,7 @@ void AddPageOptions(CLI::App& app, PageOptions& options)
 void FinishPage(PageOptions& options)
 {
     FinishPrint(options.print);
-    if (options.cut.share && options.print.write.format != OutputFormat::Tiff) {
+    if (options.cut.share && !OutputFormatOf(options.print.output).isStrips) {
         throw Misuse(options.print.output, "a share is a TIFF: the name must end in .tif or .tiff");
     }
     if (options.print.quiet && options.progress == ProgressStyle::Terminal) {

@@ -4,6 +4,7 @@
 #include "command/option_checks.h"
 #include "command/print_options.h"
 #include "command/remarks.h"
+#include "formats/write_page.h"
 #include "render/profile_trial.h"
 #include "render/renderer.h"
 #include "render/side_by_side.h"

@@ -1,23 +1,15 @@
 #include "command/print_options.h"
 
 #include "base/errors.h"
+#include "base/output_file.h"
 #include "command/option_checks.h"
+#include "formats/writer_table.h"
 
-#include <algorithm>
-#include <cctype>
 #include <fmt/format.h>
 
 namespace qva {
 
 namespace {
-
-bool EndsInPng(const std::string& name)
-{
-    std::string ending = name.size() < 4 ? name : name.substr(name.size() - 4);
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return ending == ".png";
-}
 
 void AddRenderOptions(CLI::App& app, PrintOptions& options)
 {
@@ -57,7 +49,7 @@ void AddRenderOptions(CLI::App& app, PrintOptions& options)
 void AddOutputOptions(CLI::App& app, PrintOptions& options)
 {
     const char* group = "Output";
-    app.add_option("-o,--output", options.output, "The result: .tif, .tiff or .png")
+    app.add_option("-o,--output", options.output, "The result: " + OutputEndings())
         ->required()
         ->type_name("FILE")
         ->group(group);
@@ -80,6 +72,7 @@ void AddOutputOptions(CLI::App& app, PrintOptions& options)
     AddNumber(app, "--dpi", "Pixels per inch to state in the result", 1.0, 100000.0,
               [&options](double value) { options.write.dpi = value; })
         ->group(group);
+    AddNoClobberOption(app, options.noClobber)->group(group);
     CLI::Option* quiet =
         app.add_flag("-q,--quiet", options.quiet, "No progress and no remarks")->group(group);
     app.add_flag("-v,--verbose", options.verbose, "Show what was found and chosen")
@@ -106,13 +99,12 @@ void AddPrintOptions(CLI::App& app, PrintOptions& options)
 void FinishPrint(PrintOptions& options)
 {
     // The sheet first: its name may end in less than the result's.
-    if (!options.sideBySide.empty() && !EndsInPng(options.sideBySide)) {
+    if (!options.sideBySide.empty() && !HasEnding(options.sideBySide, ".png")) {
         throw Misuse(options.sideBySide, "the name must end in .png");
     }
-    options.write.format = FormatOfName(options.output);
-    if (options.write.format == OutputFormat::Png && options.write.compression == Compression::Lzw)
-    {
-        throw Misuse("--compression", "PNG knows none and deflate");
+    const OutputFormat& format = OutputFormatOf(options.output);
+    if (options.write.compression == Compression::Lzw && !format.hasLzw) {
+        throw Misuse("--compression", fmt::format("{} knows none and deflate", format.name));
     }
 }
 
@@ -123,6 +115,11 @@ void CheckNames(const PrintOptions& options)
         RefuseSameFile(output, options.profile, "the profile");
     }
     RefuseSameFile(options.sideBySide, options.output, "the result");
+    for (const std::string& output : {options.output, options.sideBySide}) {
+        if (options.noClobber && !output.empty()) {
+            EnsureNew(output);
+        }
+    }
 }
 
 WriteSettings SettingsFor(const WriteSettings& write, const SourceDescription& source)

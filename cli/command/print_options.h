@@ -2,7 +2,7 @@
 #pragma once
 
 #include "command/shared_options.h"
-#include "formats/image_writer.h"
+#include "formats/row_writer.h"
 #include "page/page_run.h"
 
 #include <string>
@@ -17,6 +17,7 @@ struct PrintOptions {
     std::string output;
     std::string sideBySide; ///< empty: none
     WriteSettings write;
+    bool noClobber = false;
     bool quiet = false;
     bool verbose = false;
 };
@@ -28,6 +29,7 @@ void AddPrintOptions(CLI::App& app, PrintOptions& options);
 void FinishPrint(PrintOptions& options);
 
 /// @throws Misuse where an output is one of the inputs, or two outputs are one file.
+/// @throws Failure where an output exists that is to be kept.
 void CheckNames(const PrintOptions& options);
 
 /// How to write, with the resolution of the source where none is asked for.

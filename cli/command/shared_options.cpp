@@ -2,6 +2,7 @@
 
 #include "command/light_options.h"
 #include "command/option_checks.h"
+#include "formats/format_table.h"
 #include "render/threads.h"
 
 #include <cstdint>
@@ -33,9 +34,7 @@ void AddPhotoOptions(CLI::App& app, PhotoOptions& photo)
 {
     SourceOptions& source = photo.source;
     SizeLimits& limits = photo.limits;
-    app.add_option("PHOTO", photo.path, "The picture: OpenEXR, Radiance HDR, PNG or TIFF")
-        ->required()
-        ->type_name("");
+    app.add_option("PHOTO", photo.path, "The picture: " + FormatNames())->required()->type_name("");
     const char* group = "What the picture means, where it does not say itself";
     app.add_option("--encoding", source.encoding,
                    "How codes stand for light: linear, gamma22, srgb, pq or hlg")
@@ -77,6 +76,11 @@ CLI::Option* AddThreadsOption(CLI::App& app, int& threads)
     return app.add_option("--threads", threads, "Threads to work with (one per core)")
         ->check(WholeNumber(1, mostThreads))
         ->type_name("NUMBER");
+}
+
+CLI::Option* AddNoClobberOption(CLI::App& app, bool& keep)
+{
+    return app.add_flag("--no-clobber", keep, "Refuse to begin where an output exists already");
 }
 
 void AddProgressOption(CLI::App& app, ProgressStyle& style)

@@ -24,6 +24,9 @@ void AddPhotoOptions(CLI::App& app, PhotoOptions& photo);
 
 CLI::Option* AddThreadsOption(CLI::App& app, int& threads);
 
+/// @param keep  set where outputs that exist are to be kept; the command asks EnsureNew then.
+CLI::Option* AddNoClobberOption(CLI::App& app, bool& keep);
+
 void AddProgressOption(CLI::App& app, ProgressStyle& style);
 
 /// A finite number between two others, both allowed; the last one given holds.

@@ -1,10 +1,11 @@
 // Rendered pages as 16-bit TIFF.
+#include "base/descriptor.h"
 #include "colour/icc_builder.h"
-#include "formats/image_writer.h"
-#include "formats/tiff_strips.h"
+#include "formats/strip_encoder.h"
+#include "formats/strip_writer.h"
+#include "formats/writer_table.h"
 
 #include <algorithm>
-#include <unistd.h>
 
 namespace qva {
 
@@ -20,12 +21,9 @@ public:
                 1,
                 ""},
           descriptor_(file.Duplicate()),
-          strips_(descriptor_, file.Path(), page_)
+          strips_(descriptor_.Get(), file.Path(), page_)
     {
     }
-    ~TiffWriter() override { close(descriptor_); }
-    TiffWriter(const TiffWriter&) = delete;
-    TiffWriter& operator=(const TiffWriter&) = delete;
 
     void Write(const std::uint16_t* codes, std::int64_t count) override
     {
@@ -58,7 +56,7 @@ private:
     }
 
     TiffPage page_;
-    int descriptor_;
+    Descriptor descriptor_;
     StripWriter strips_;
     std::vector<std::uint16_t> waiting_; ///< rows of strips that are not encoded yet
     std::int64_t next_ = 0;              ///< the first of these strips

@@ -1,11 +1,13 @@
 #include "page/page_assembly.h"
 
+#include "base/descriptor.h"
 #include "formats/image_source.h"
+#include "formats/strip_writer.h"
+#include "formats/writer_table.h"
 #include "page/page_job.h"
 #include "page/turned_lines.h"
 
 #include <algorithm>
-#include <unistd.h>
 
 namespace qva {
 
@@ -16,23 +18,11 @@ double ShareOf(std::int64_t done, std::int64_t all)
     return static_cast<double>(done) / static_cast<double>(all);
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() { close(number_); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int Get() const { return number_; }
-
-private:
-    int number_;
-};
-
 void CopyStrips(std::vector<StripReader>& shares, const BandPlan& plan,
                 const WriteSettings& settings, const OutputFile& file, Progress& progress)
 {
     const TiffPage page = StripsOf(plan, {0, plan.Lines()}, settings);
-    const Descriptor descriptor(file.Duplicate());
+    const Descriptor descriptor = file.Duplicate();
     StripWriter writer(descriptor.Get(), file.Path(), page);
     std::int64_t done = 0;
     for (StripReader& share : shares) {
@@ -104,19 +94,19 @@ void TurnColumns(std::vector<StripReader>& shares, const BandPlan& plan, RowWrit
 
 } // namespace
 
-bool StripsAreResult(const BandPlan& plan, const WriteSettings& settings)
+bool StripsAreResult(const BandPlan& plan, const std::string& output)
 {
-    return plan.direction == Direction::Rows && settings.format == OutputFormat::Tiff;
+    return plan.direction == Direction::Rows && OutputFormatOf(output).isStrips;
 }
 
 void Assemble(std::vector<StripReader>& shares, const BandPlan& plan, const WriteSettings& settings,
               const OutputFile& file, Progress& progress)
 {
-    if (StripsAreResult(plan, settings)) {
+    if (StripsAreResult(plan, file.Path())) {
         CopyStrips(shares, plan, settings, file, progress);
         return;
     }
-    const auto writer = MakeRowWriter(file, plan.page, settings);
+    const auto writer = OutputFormatOf(file.Path()).make(file, plan.page, settings);
     if (plan.direction == Direction::Rows) {
         CopyRows(shares, plan, *writer, progress);
     } else {

@@ -4,7 +4,7 @@
 #include "base/json_text.h"
 #include "colour/printer_profile.h"
 #include "colour/range_choice.h"
-#include "formats/image_writer.h"
+#include "formats/row_writer.h"
 #include "formats/tiff_strips.h"
 #include "light/light_plan.h"
 #include "page/band_plan.h"

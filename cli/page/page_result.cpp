@@ -1,6 +1,7 @@
 #include "page/page_result.h"
 
 #include "base/errors.h"
+#include "formats/strip_encoder.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -107,23 +108,21 @@ PageResult::PageResult(const std::string& path, const TiffPage& page, std::int64
 {
     OpenPart(continuation);
     try {
-        writer_.emplace(descriptor_, path_, page_);
+        writer_.emplace(descriptor_.Get(), path_, page_);
         if (continuation == Continuation::Resume || continuation == Continuation::Any) {
             Resume(continuation);
         }
-        if (ftruncate(descriptor_, writer_->End()) != 0) {
+        if (ftruncate(descriptor_.Get(), writer_->End()) != 0) {
             FailToWrite();
         }
         // Written anew up to here: what was found damaged is forgotten.
-        if (bands_ == 0 &&
-            (ftruncate(journalDescriptor_, 0) != 0 || !WriteAll(journalDescriptor_, plan_ + "\n")))
+        if (bands_ == 0 && (ftruncate(journalDescriptor_.Get(), 0) != 0 ||
+                            !WriteAll(journalDescriptor_.Get(), plan_ + "\n")))
         {
             FailToWrite();
         }
     } catch (...) {
         DiscardEmpty();
-        close(descriptor_);
-        close(journalDescriptor_);
         throw;
     }
 }
@@ -134,8 +133,6 @@ PageResult::~PageResult()
     if (bands_ == 0) {
         Discard();
     }
-    close(descriptor_);
-    close(journalDescriptor_);
 }
 
 void PageResult::FailToWrite() const
@@ -146,23 +143,17 @@ void PageResult::FailToWrite() const
 void PageResult::OpenPart(Continuation continuation)
 {
     descriptor_ = OpenBeside(part_, 0, target_.mode, path_);
-    try {
-        // Between opening and locking another run can have finished: what is locked then is its
-        // result.
-        if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0 || !IsFile(descriptor_, part_)) {
-            throw Failure(path_, "another program is writing it");
-        }
-        OpenJournal(continuation);
-    } catch (...) {
-        close(descriptor_);
-        throw;
+    // Between opening and locking another run can have finished: what is locked then is its result.
+    if (flock(descriptor_.Get(), LOCK_EX | LOCK_NB) != 0 || !IsFile(descriptor_.Get(), part_)) {
+        throw Failure(path_, "another program is writing it");
     }
+    OpenJournal(continuation);
 }
 
 void PageResult::OpenJournal(Continuation continuation)
 {
     struct stat part = {};
-    const bool isEmpty = fstat(descriptor_, &part) == 0 && part.st_size == 0;
+    const bool isEmpty = fstat(descriptor_.Get(), &part) == 0 && part.st_size == 0;
     try {
         journalDescriptor_ = OpenBeside(journal_, O_APPEND, 0666, path_);
     } catch (...) {
@@ -173,7 +164,6 @@ void PageResult::OpenJournal(Continuation continuation)
     }
     // A journal without a part is that of a run which ended just before it removed it.
     if (continuation == Continuation::Refuse && !isEmpty && HasBands()) {
-        close(journalDescriptor_);
         throw Failure(path_, fmt::format("an unfinished run left {}: --resume goes on with it, "
                                          "--restart begins anew",
                                          part_));
@@ -189,13 +179,13 @@ std::size_t PageResult::LongestJournal() const
 /// Whether the journal tells of more than a plan.
 bool PageResult::HasBands() const
 {
-    const std::string journal = ReadAll(journalDescriptor_, LongestJournal());
+    const std::string journal = ReadAll(journalDescriptor_.Get(), LongestJournal());
     return journal.find('\n') < journal.size() - 1;
 }
 
 void PageResult::Resume(Continuation continuation)
 {
-    const std::string journal = ReadAll(journalDescriptor_, LongestJournal());
+    const std::string journal = ReadAll(journalDescriptor_.Get(), LongestJournal());
     // A line counts from its end on: what stands behind the last was being written.
     std::size_t end = journal.find('\n');
     if (end == std::string::npos) {
@@ -222,7 +212,7 @@ void PageResult::Resume(Continuation continuation)
         }
         Count(*entry);
     }
-    if (bands_ > 0 && ftruncate(journalDescriptor_, static_cast<off_t>(good)) != 0) {
+    if (bands_ > 0 && ftruncate(journalDescriptor_.Get(), static_cast<off_t>(good)) != 0) {
         FailToWrite();
     }
 }
@@ -238,10 +228,10 @@ bool PageResult::Holds(const Entry& entry, std::int64_t place) const
             return false;
         }
         bytes.resize(size);
-        if (pread(descriptor_, bytes.data(), size, place) != static_cast<ssize_t>(size)) {
+        if (pread(descriptor_.Get(), bytes.data(), size, place) != static_cast<ssize_t>(size)) {
             return false;
         }
-        checksum = StripWriter::Checksum(checksum, bytes);
+        checksum = Checksum(checksum, bytes);
         place += static_cast<std::int64_t>(size);
     }
     return checksum == entry.checksum;
@@ -265,7 +255,7 @@ void PageResult::Append(const std::uint16_t* codes)
         const std::int64_t count = std::min(stripsAtOnce, end - first);
         for (const EncodedStrip& strip : EncodeStrips(page_, first, count, codes)) {
             writer_->Append(strip);
-            entry.checksum = StripWriter::Checksum(entry.checksum, strip);
+            entry.checksum = Checksum(entry.checksum, strip);
             entry.sizes.push_back(strip.size());
         }
         codes += count * page_.layout.stripLines * page_.layout.lineLength * 3;
@@ -284,7 +274,7 @@ void PageResult::Count(const Entry& entry)
 
 void PageResult::Note(const Entry& entry)
 {
-    if (!WriteAll(journalDescriptor_, entry.Text())) {
+    if (!WriteAll(journalDescriptor_.Get(), entry.Text())) {
         FailToWrite();
     }
 }
@@ -297,7 +287,7 @@ void PageResult::Finish(const Describer& describe)
 
 void PageResult::Commit()
 {
-    if (fchmod(descriptor_, target_.mode) != 0 || fsync(descriptor_) != 0 ||
+    if (fchmod(descriptor_.Get(), target_.mode) != 0 || fsync(descriptor_.Get()) != 0 ||
         std::rename(part_.c_str(), target_.path.c_str()) != 0)
     {
         FailToWrite();
@@ -305,11 +295,10 @@ void PageResult::Commit()
     unlink(journal_.c_str());
 }
 
-/// Leaves no file behind where a run could not begin.
 void PageResult::DiscardEmpty()
 {
     struct stat part = {};
-    if (fstat(descriptor_, &part) == 0 && part.st_size == 0 && !HasBands()) {
+    if (fstat(descriptor_.Get(), &part) == 0 && part.st_size == 0 && !HasBands()) {
         Discard();
     }
 }

@@ -2,8 +2,9 @@
 // on.
 #pragma once
 
+#include "base/descriptor.h"
 #include "base/output_file.h"
-#include "formats/tiff_strips.h"
+#include "formats/strip_writer.h"
 
 #include <cstdint>
 #include <functional>
@@ -57,11 +58,12 @@ public:
     void Commit();
 
     /// Removes part and journal, once the result has been made from them.
-    void DiscardEmpty();
     void Discard();
 
 private:
     struct Entry;
+    /// Leaves no file behind where a run could not begin.
+    void DiscardEmpty();
     void OpenPart(Continuation continuation);
     void OpenJournal(Continuation continuation);
     std::size_t LongestJournal() const;
@@ -81,8 +83,8 @@ private:
     TiffPage page_;
     std::int64_t linesPerBand_;
     std::string plan_;
-    int descriptor_ = -1;
-    int journalDescriptor_ = -1;
+    Descriptor descriptor_;
+    Descriptor journalDescriptor_;
     std::optional<StripWriter> writer_;
     std::int64_t bands_ = 0;
     std::uint32_t checksum_ = 0;

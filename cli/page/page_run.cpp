@@ -152,7 +152,7 @@ void PageRun::Finish(PageResult& result)
     } else {
         result.Finish();
     }
-    if (request_.cut.share || StripsAreResult(plan_, request_.write)) {
+    if (request_.cut.share || StripsAreResult(plan_, request_.output)) {
         result.Commit();
         return;
     }

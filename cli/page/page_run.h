@@ -3,7 +3,7 @@
 
 #include "base/progress.h"
 #include "colour/printer_profile.h"
-#include "formats/image_writer.h"
+#include "formats/row_writer.h"
 #include "page/band_plan.h"
 #include "page/page_job.h"
 #include "page/page_result.h"

@@ -1,7 +1,7 @@
 #include "render/side_by_side.h"
 
 #include "colour/transfer_functions.h"
-#include "formats/image_writer.h"
+#include "formats/srgb_png.h"
 
 #include <algorithm>
 #include <array>

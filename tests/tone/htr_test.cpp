@@ -182,6 +182,13 @@ TEST(Htr, WorksInLuminanceAndChromaticity)
             EXPECT_NEAR(0.0f, At<float>(work, 0, 1, k), 0.1f);
         }
     }
+}
+
+TEST(Htr, RefusesWhatItCannotRender)
+{
+    Rendering rendering;
+    rendering.parameters.workColorSpace = xyYwithPQ;
+    rendering.ranges.output.colorSpace = BT2020RGB;
     rendering.ranges.input.colorSpace = 2;
     Matrix image(1, 1, rgb16Type);
     ExpectException(3, "Error in ConvertsRGBICtCp, color space must be sRGB/BT2020RGB/XYZ",

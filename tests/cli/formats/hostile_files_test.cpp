@@ -4,7 +4,7 @@
 #include "base/memory_limit.h"
 #include "colour/printer_profile.h"
 #include "formats/image_source.h"
-#include "formats/tiff_strips.h"
+#include "formats/strip_reader.h"
 #include "hostile_reading.h"
 #include "samples.h"
 

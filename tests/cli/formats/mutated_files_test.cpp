@@ -4,7 +4,7 @@
 #include "colour/icc_builder.h"
 #include "colour/printer_profile.h"
 #include "colour/profile_transform.h"
-#include "formats/tiff_strips.h"
+#include "formats/strip_reader.h"
 #include "hostile_reading.h"
 #include "mutations.h"
 #include "page/page_job.h"

@@ -1,5 +1,5 @@
 #include "formats/image_source.h"
-#include "formats/image_writer.h"
+#include "formats/writer_table.h"
 #include "hostile_reading.h"
 #include "samples.h"
 
@@ -57,7 +57,7 @@ TEST(PngWriter, WritesWhatItIsGivenAndWhatItMeans)
     const Folder folder;
     const std::string path = folder / "a.png";
     for (const Compression compression : {Compression::None, Compression::Deflate}) {
-        Write(path, {OutputFormat::Png, compression, 300.0});
+        Write(path, {compression, 300.0});
         const std::vector<float> read = samples::ReadAll(path);
         ASSERT_EQ(105u, read.size());
         for (std::size_t i = 0; i < read.size(); ++i) {
@@ -74,7 +74,7 @@ TEST(PngWriter, WritesWhatItIsGivenAndWhatItMeans)
     EXPECT_EQ(11811u, BigEndian(resolution, 4));
     EXPECT_EQ(1, resolution[8]);
     EXPECT_LT(bytes.find("cICP"), bytes.find("IDAT"));
-    Write(path, {OutputFormat::Png, Compression::Deflate, 0.0});
+    Write(path, {Compression::Deflate, 0.0});
     EXPECT_EQ("none", ChunkOf(samples::Content(path), "pHYs"));
 }
 
@@ -88,7 +88,7 @@ TEST(PngWriter, SaysWhatTheSystemSays)
     const rlimit none = {0, old.rlim_max};
     setrlimit(RLIMIT_FSIZE, &none);
     const std::string error = samples::ErrorOf([&path] {
-        Write(path, {OutputFormat::Png, Compression::None, 0.0});
+        Write(path, {Compression::None, 0.0});
     });
     setrlimit(RLIMIT_FSIZE, &old);
     std::signal(SIGXFSZ, ignored);

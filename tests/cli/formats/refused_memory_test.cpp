@@ -2,7 +2,7 @@
 // turn, also where it is made in a parallel loop or below a C library.
 #include "base/errors.h"
 #include "command/report.h"
-#include "formats/image_writer.h"
+#include "formats/write_page.h"
 #include "page/page_job.h"
 #include "page/page_lines.h"
 #include "render/examination.h"
@@ -91,7 +91,7 @@ void Copy(const std::string& photo, const std::string& result, bool asColumns)
         lines.Seek(0, progress);
         lines.Read(size.width, page.codes.get());
     }
-    WritePage(output, page, {FormatOfName(result), Compression::Deflate, 300.0}, progress);
+    WritePage(output, page, {Compression::Deflate, 300.0}, progress);
     output.Commit();
 }
 

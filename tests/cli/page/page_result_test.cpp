@@ -1,5 +1,6 @@
 #include "page/page_result.h"
 
+#include "formats/strip_reader.h"
 #include "samples.h"
 
 #include <algorithm>

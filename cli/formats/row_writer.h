@@ -1,0 +1,29 @@
+// The row interface that every format of rendered pages stands behind.
+#pragma once
+
+#include <cstdint>
+
+namespace qva {
+
+enum class Compression { None, Lzw, Deflate };
+
+/// How a page is written.
+struct WriteSettings {
+    Compression compression = Compression::Deflate;
+    double dpi = 0.0; ///< pixels per inch; 0: not stated
+};
+
+/// A rendered page written row by row, with the profile of RenderedProfile. A format is one class
+/// and one file. Failures are thrown as Failure.
+class RowWriter {
+public:
+    virtual ~RowWriter() = default;
+
+    /// Takes the next rows.
+    virtual void Write(const std::uint16_t* codes, std::int64_t count) = 0;
+
+    /// Completes the file; every row must have come.
+    virtual void Finish() = 0;
+};
+
+} // namespace qva

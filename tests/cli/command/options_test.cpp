@@ -1,0 +1,192 @@
+// What the options of the commands mean, and what is said about those that mean nothing.
+#include "base/errors.h"
+#include "command/command_line.h"
+#include "command/page_options.h"
+#include "command/suggestion.h"
+#include "samples.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace qva {
+
+namespace {
+
+PageOptions Parsed(const std::string& arguments)
+{
+    PageOptions options;
+    CLI::App app;
+    AddPageOptions(app, options);
+    app.parse("photo.exr -o page.tif " + arguments);
+    FinishPage(options);
+    return options;
+}
+
+CommandLine Read(const std::string& line)
+{
+    std::istringstream text("qva " + line);
+    std::vector<std::string> words;
+    for (std::string word; text >> word;) {
+        words.push_back(word == "''" ? "" : word);
+    }
+    std::vector<const char*> arguments;
+    for (const std::string& word : words) {
+        arguments.push_back(word.c_str());
+    }
+    return ParseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+}
+
+/// What the program says about a line of arguments; "" where it would begin to work.
+std::string Complaint(const std::string& line)
+{
+    return samples::ErrorOf([&line] { Read(line); });
+}
+
+TEST(Options, FillTheirFields)
+{
+    using Options = const PageOptions&;
+    const struct {
+        const char* arguments;
+        double expected;
+        double (*value)(Options options);
+    } cases[] = {
+        {"--white 120", 120.0, [](Options o) { return *o.print.photo.source.white; }},
+        {"--luminance-min 2", 2.0,
+         [](Options o) { return *o.print.photo.source.zeroCodeLuminance; }},
+        {"--luminance-max 3e2", 300.0,
+         [](Options o) { return *o.print.photo.source.largestCodeLuminance; }},
+        {"--top 900", 900.0, [](Options o) { return *o.print.photo.source.top; }},
+        {"--max-pixels 2e6", 2e6,
+         [](Options o) { return static_cast<double>(o.print.photo.limits.pixels); }},
+        {"--max-side 77", 77.0,
+         [](Options o) { return static_cast<double>(o.print.photo.limits.side); }},
+        {"--paper-white 400", 400.0,
+         [](Options o) { return static_cast<double>(o.print.render.paperWhite); }},
+        {"", 1.3, [](Options o) { return o.print.render.threshold; }},
+        {"--threshold 2 --threshold 2.5", 2.5, [](Options o) { return o.print.render.threshold; }},
+        {"--intent saturation", 1.0,
+         [](Options o) { return o.print.render.saturation ? 1.0 : 0.0; }},
+        {"--intent relative", 0.0, [](Options o) { return o.print.render.saturation ? 1.0 : 0.0; }},
+        {"--no-black-point-compensation", 0.0,
+         [](Options o) { return o.print.render.blackPointCompensation ? 1.0 : 0.0; }},
+        {"--threads 3", 3.0, [](Options o) { return static_cast<double>(o.print.threads); }},
+        {"--dpi 240", 240.0, [](Options o) { return o.print.write.dpi; }},
+        {"", 1e9, [](Options o) { return static_cast<double>(o.cut.maxMemory); }},
+        {"--max-memory 1.5G", 1.5e9,
+         [](Options o) { return static_cast<double>(o.cut.maxMemory); }},
+        {"--band-rows 7", 7.0, [](Options o) { return static_cast<double>(*o.cut.bandLines); }},
+        {"--band 2/4", 204.0,
+         [](Options o) {
+             return static_cast<double>(o.cut.share->number * 100 + o.cut.share->count);
+         }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        EXPECT_EQ(c.expected, c.value(Parsed(c.arguments)));
+    }
+}
+
+TEST(Options, ChooseByName)
+{
+    EXPECT_EQ(Compression::None, Parsed("--compression none").print.write.compression);
+    EXPECT_EQ(Compression::Lzw, Parsed("--compression lzw").print.write.compression);
+    EXPECT_EQ(Compression::Deflate, Parsed("").print.write.compression);
+    EXPECT_EQ(Direction::Rows, Parsed("--direction rows").cut.direction);
+    EXPECT_EQ(Direction::Columns, Parsed("--direction columns").cut.direction);
+    EXPECT_EQ(std::nullopt, Parsed("").cut.direction);
+    EXPECT_EQ(Continuation::Refuse, Parsed("").continuation);
+    EXPECT_EQ(Continuation::Resume, Parsed("--resume").continuation);
+    EXPECT_EQ(Continuation::Restart, Parsed("--restart").continuation);
+    EXPECT_EQ(ProgressStyle::None, Parsed("-q").progress);
+    EXPECT_EQ(ProgressStyle::Json, Parsed("-q --progress json").progress);
+    EXPECT_EQ("bt2020", Parsed("--primaries bt2020 --encoding pq").print.photo.source.primaries);
+    EXPECT_EQ("pq", Parsed("--primaries bt2020 --encoding pq").print.photo.source.encoding);
+}
+
+TEST(CommandLine, SaysWhatIsWrong)
+{
+    const std::string see = " (see qva --help)";
+    const struct {
+        const char* line;
+        std::string complaint;
+    } cases[] = {
+        {"prnt", "prnt: unknown subcommand; did you mean print?" + see},
+        {"help jion", "jion: unknown subcommand; did you mean join?" + see},
+        {"frobnicate", "frobnicate: unknown subcommand" + see},
+        {"print a -o b.tif --treshold=2",
+         "command line: The following argument was not expected: --treshold=2; did you mean "
+         "--threshold?" +
+             see},
+        {"print a --ouput b.tif",
+         "command line: --output is required; did you mean --output?" + see},
+        {"info a --xyzzy", "command line: The following argument was not expected: --xyzzy" + see},
+        {"--prnt", "--prnt: unknown option" + see},
+        {"info", "command line: PHOTO is required" + see},
+        {"print a", "command line: --output is required" + see},
+        {"print a -o b.jpg", "b.jpg: the name must end in .tif, .tiff or .png"},
+        {"join a -o b.jpg", "b.jpg: the name must end in .tif, .tiff or .png"},
+        {"print a -o b.tif --side-by-side c.tif", "c.tif: the name must end in .png"},
+        {"print a -o b.png --compression lzw", "--compression: PNG knows none and deflate"},
+        {"page a -o b.png --band 1/2",
+         "b.png: a share is a TIFF: the name must end in .tif or .tiff"},
+        {"print a -o b.tif --threads 0",
+         "command line: --threads: 0 is not between 1 and 1024" + see},
+        {"print a -o b.tif --threads 1.5",
+         "command line: --threads: '1.5' is not a whole number" + see},
+        {"print a -o b.tif --threshold nan",
+         "command line: --threshold: 'nan' is not a number" + see},
+        {"print a -o b.tif --threshold 100.1",
+         "command line: --threshold: 100.1 is not between 0 and 100" + see},
+        {"print a -o b.tif --paper-white 300",
+         "command line: --paper-white: '300' is not one of 100, 200, 400" + see},
+        {"print a -o b.tif --profile ''", "command line: --profile: a file is missing" + see},
+        {"print a -o b.tif --max-memory 4Q",
+         "command line: --max-memory: '4Q' is not a number of bytes, such as 800M or 1G" + see},
+        {"page a -o b.tif --band 3/2",
+         "command line: --band: '3/2' is not a share such as 2/4" + see},
+        {"page a -o b.tif --band 0/2",
+         "command line: --band: '0/2' is not a share such as 2/4" + see},
+        {"page a -o b.tif --band 1/",
+         "command line: --band: '1/' is not a share such as 2/4" + see},
+        {"print a -o b.tif --white 9 --luminance-max 9",
+         "command line: --white excludes --luminance-max" + see},
+        {"page a -o b.tif --resume --restart", "command line: --resume excludes --restart" + see},
+        {"page a -o b.tif --json --dry-run", "command line: --dry-run excludes --json" + see},
+        {"page a -o b.tif --band 1/2 --side-by-side c.png",
+         "command line: --side-by-side excludes --band" + see},
+        {"print a -o b.tif", ""},
+        {"join a b -o c.png", ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.complaint, Complaint(c.line));
+    }
+}
+
+TEST(CommandLine, ShowsHelpAndVersionInsteadOfWorking)
+{
+    for (const char* line : {"--version", "-V", "--help", "-h", "help", "help join", "join --help"})
+    {
+        EXPECT_EQ(nullptr, Read(line).command) << line;
+    }
+    EXPECT_EQ(Read("--version").text, Read("-V").text);
+    EXPECT_EQ(Read("--help").text, Read("help").text);
+    EXPECT_EQ(Read("join --help").text, Read("help join").text);
+    EXPECT_NE(std::string::npos, Read("help join").text.find("SHARE"));
+    EXPECT_EQ("photo.exr", Read("info photo.exr").command->Subject());
+}
+
+// Distances by hand.
+TEST(Suggestion, CountsLetters)
+{
+    EXPECT_EQ(0U, EditDistance("print", "print"));
+    EXPECT_EQ(1U, EditDistance("pirnt", "print"));
+    EXPECT_EQ(3U, EditDistance("kitten", "sitting"));
+    EXPECT_EQ(4U, EditDistance("", "join"));
+    EXPECT_EQ("join", NearestOf("joi", {"print", "join", "info"}));
+    EXPECT_EQ("", NearestOf("xy", {"x", "y"}));
+    EXPECT_EQ("", NearestOf("", {"print"}));
+}
+
+} // namespace
+
+} // namespace qva
