@@ -243,8 +243,9 @@ void GainMapper::Apply(const Rows& rows, const float* upper, const float* lower,
             if (k == 0 || !isGrey_) {
                 gain = GainAt(k, sample);
             }
-            pixel[k] = (pixel[k] + baseOffsets_[static_cast<std::size_t>(k)]) * gain -
-                       alternateOffsets_[static_cast<std::size_t>(k)];
+            const float light = (pixel[k] + baseOffsets_[static_cast<std::size_t>(k)]) * gain -
+                                alternateOffsets_[static_cast<std::size_t>(k)];
+            pixel[k] = pixel[k] < 0.0f ? light : std::max(light, 0.0f);
         }
         pixel += 3;
     }

@@ -87,6 +87,7 @@ public:
 
     /// @param upper, lower  the rows of the map, mapChannels interleaved samples of 0 ... 1 each.
     /// @param rgb  one row of the picture in linear light, 1.0 being SDR white; changed in place.
+    ///             No light becomes negative that was not.
     void Apply(const Rows& rows, const float* upper, const float* lower, float* rgb) const;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "base/errors.h"
 #include "command/suggestion.h"
+#include "formats/format_table.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -30,10 +31,15 @@ constexpr CommandEntry commands[] = {
     {"info", "Show what a photograph holds and what is chosen", MakeInfoCommand},
 };
 
-constexpr const char* description =
-    "Renders high-dynamic-range photographs for paper.\n"
-    "Reads OpenEXR, Radiance HDR, PNG and TIFF; writes 16-bit TIFF or PNG with the profile\n"
-    "\"BT.2020 gamma 2.2\", where the brightest code is paper white.";
+std::string Description()
+{
+    return fmt::format(
+        "Renders high-dynamic-range photographs for paper.\n"
+        "Reads {};\n"
+        "writes 16-bit TIFF or PNG with the profile \"BT.2020 gamma 2.2\", where the\n"
+        "brightest code is paper white.",
+        FormatNames());
+}
 
 constexpr const char* examples =
     "Examples:\n"
@@ -134,7 +140,7 @@ std::string Parse(CLI::App& app, std::vector<std::string> words)
 CommandLine ParseCommandLine(int count, const char* const* arguments)
 {
     std::vector<std::string> words = Words(count, arguments);
-    CLI::App app(description, "qva");
+    CLI::App app(Description(), "qva");
     app.footer(examples);
     app.set_version_flag("-V,--version", "qva " QVA_VERSION_STRING);
     app.require_subcommand(1);

@@ -59,8 +59,12 @@ void AddPhotoOptions(CLI::App& app, PhotoOptions& photo)
         "Brightest cd/m2 to render (the picture's peak, or its 99.99th percentile where a few "
         "pixels lie far above)",
         1e-3, 10000.0, [&source](double value) { source.top = value; });
+    CLI::Option* headroom = AddNumber(
+        app, "--headroom",
+        "Stops above its white that a picture with a gain map is taken to (all that it has)", 0.0,
+        16.0, [&limits](double value) { limits.headroom = value; });
     white->excludes(highest);
-    for (CLI::Option* option : {white, lowest, highest, top}) {
+    for (CLI::Option* option : {white, lowest, highest, top, headroom}) {
         option->group(group);
     }
     AddLightOptions(app, photo.light);

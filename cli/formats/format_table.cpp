@@ -18,6 +18,11 @@ bool IsHdr(std::string_view head)
     return head.starts_with("#?"sv);
 }
 
+bool IsJpeg(std::string_view head)
+{
+    return head.starts_with("\xff\xd8\xff"sv);
+}
+
 bool IsPng(std::string_view head)
 {
     return head.starts_with("\x89PNG\r\n\x1a\n"sv);
@@ -30,10 +35,18 @@ bool IsTiff(std::string_view head)
            head.starts_with("II+\0"sv) || head.starts_with("MM\0+"sv);
 }
 
+// Libraries that a build may lack.
+#if defined(QVA_HAVE_JPEG)
+constexpr auto makeJpeg = MakeJpegSource;
+#else
+constexpr decltype(&MakeJpegSource) makeJpeg = nullptr;
+#endif
+
 // The order decides where two formats recognise the same bytes.
 constexpr Format formats[] = {
     {"OpenEXR", IsExr, MakeExrSource, "OpenEXR"},
     {"Radiance HDR", IsHdr, MakeHdrSource, "qva itself"},
+    {"JPEG", IsJpeg, makeJpeg, "libjpeg"},
     {"PNG", IsPng, MakePngSource, "libpng"},
     {"TIFF", IsTiff, MakeTiffSource, "libtiff"},
 };

@@ -28,9 +28,10 @@ const Format* FormatOfContent(std::string_view head);
 /// The names of all formats, for people: "OpenEXR, Radiance HDR, PNG or TIFF".
 std::string FormatNames();
 
-// The readers.
+// The readers; those of optional libraries are missing where QVA_HAVE_... is not defined.
 std::unique_ptr<ImageSource> MakeExrSource();
 std::unique_ptr<ImageSource> MakeHdrSource();
+std::unique_ptr<ImageSource> MakeJpegSource();
 std::unique_ptr<ImageSource> MakePngSource();
 std::unique_ptr<ImageSource> MakeTiffSource();
 

@@ -2,6 +2,7 @@
 #include "base/errors.h"
 #include "base/scratch_file.h"
 #include "formats/format_table.h"
+#include "picture/exif_data.h"
 #include "picture/input_file.h"
 
 #include <cerrno>
@@ -163,11 +164,11 @@ void PngSource::ReadColour()
     }
 }
 
-std::uint32_t Number(const unsigned char* bytes, int count, bool isLittle)
+std::uint32_t Number(const unsigned char* bytes, int count)
 {
     std::uint32_t number = 0;
     for (int i = 0; i < count; ++i) {
-        number = number << 8 | bytes[isLittle ? count - 1 - i : i];
+        number = number << 8 | bytes[i];
     }
     return number;
 }
@@ -208,13 +209,13 @@ void PngSource::ReadMastering(const png_unknown_chunk& chunk)
     Chromaticities found;
     const png_byte* data = chunk.data;
     for (Chromaticity* xy : {&found.red, &found.green, &found.blue, &found.white}) {
-        *xy = {Number(data, 2, false) * 0.00002, Number(data + 2, 2, false) * 0.00002};
+        *xy = {Number(data, 2) * 0.00002, Number(data + 2, 2) * 0.00002};
         data += 4;
     }
     description_.findings.push_back(
         {"mastered on",
          fmt::format("{} primaries, {:.6g} to {:.6g} cd/m2 (mDCV chunk)", NameOfPrimaries(found),
-                     Number(data + 4, 4, false) * 0.0001, Number(data, 4, false) * 0.0001)});
+                     Number(data + 4, 4) * 0.0001, Number(data, 4) * 0.0001)});
 }
 
 // PNG, third edition, 11.3.2.8: MaxCLL and MaxFALL in units of 0.0001 cd/m²; 0 is unknown.
@@ -225,7 +226,7 @@ void PngSource::ReadLightLevels(const png_unknown_chunk& chunk)
         return;
     }
     const auto level = [&chunk](std::size_t place) {
-        const std::uint32_t value = Number(chunk.data + place, 4, false);
+        const std::uint32_t value = Number(chunk.data + place, 4);
         return value == 0 ? std::string("not stated") : fmt::format("{:.6g} cd/m2", value * 0.0001);
     };
     description_.findings.push_back(
@@ -233,34 +234,12 @@ void PngSource::ReadLightLevels(const png_unknown_chunk& chunk)
          fmt::format("brightest pixel {}, frame average {} (cLLI chunk)", level(0), level(4))});
 }
 
-/// The value of tag 274 in the first directory of Exif data; 1 where there is none.
-int ExifOrientation(const unsigned char* exif, std::size_t size)
-{
-    if (size < 14) {
-        return 1;
-    }
-    const bool isLittle = exif[0] == 'I';
-    const std::size_t start = Number(exif + 4, 4, isLittle);
-    if (start > size - 2) {
-        return 1;
-    }
-    const std::size_t count = Number(exif + start, 2, isLittle);
-    for (std::size_t i = 0; i < count && start + 2 + (i + 1) * 12 <= size; ++i) {
-        const unsigned char* entry = exif + start + 2 + i * 12;
-        if (Number(entry, 2, isLittle) == 274) {
-            const std::uint32_t value = Number(entry + 8, 2, isLittle);
-            return value >= 1 && value <= 8 ? static_cast<int>(value) : 1;
-        }
-    }
-    return 1;
-}
-
 void PngSource::ReadOrientation()
 {
     png_uint_32 size = 0;
     png_bytep exif = nullptr;
     if (png_get_eXIf_1(png_, info_, &size, &exif) != 0) {
-        description_.orientation = ExifOrientation(exif, size);
+        description_.orientation = ExifOrientation({exif, size});
     }
 }
 

@@ -23,6 +23,8 @@ struct ImageSize {
 struct SizeLimits {
     std::uint64_t pixels = 1000000000;
     std::int64_t side = longestSide; ///< at most longestSide
+    /// Stops above SDR white of which a gain map makes use; all that it has where not given.
+    std::optional<double> headroom = std::nullopt;
 };
 
 /// Code points of ITU-T H.273, as a PNG cICP chunk or an ICC cicp tag holds them.

@@ -2,6 +2,7 @@
 
 #include "colour/icc_builder.h"
 #include "exr_samples.h"
+#include "jpeg_samples.h"
 #include "samples.h"
 
 namespace qva::samples {
@@ -87,6 +88,35 @@ void WriteHdrs(const std::string& folder)
     WriteBytes(folder + "hdr_runs", runs);
 }
 
+#if defined(QVA_HAVE_JPEG)
+void WriteJpegs(const std::string& folder)
+{
+    std::vector<unsigned char> codes;
+    for (int i = 0; i < pixels * 3; ++i) {
+        codes.push_back(static_cast<unsigned char>(i * 37));
+    }
+    const std::vector<unsigned char> profile = RenderedProfile();
+    const Segment profileSegment = {2, std::string("ICC_PROFILE\0\1\1", 14) +
+                                           std::string(profile.begin(), profile.end())};
+    WriteBytes(folder + "jpeg", Jpeg(size, codes, {.segments = {profileSegment}}));
+    WriteBytes(folder + "jpeg_grey", Jpeg(size, codes, {.channels = 1, .dotsPerInch = 300}));
+    WriteBytes(
+        folder + "jpeg_progressive",
+        Jpeg(size, codes, {.isProgressive = true, .segments = {ExifSegment({{274, 6}}, true)}}));
+    const std::string picture = Jpeg(size, codes, {});
+    const auto map = [&](int channels, const Segment& segment) {
+        return Jpeg({4, 3}, codes, {.channels = channels, .segments = {segment}});
+    };
+    WriteBytes(folder + "jpeg_map_iso", WithMap(picture, map(1, IsoSegment()), true));
+    WriteBytes(folder + "jpeg_map_hdrgm", WithMap(picture, map(3, HdrgmSegment()), false));
+    WriteBytes(folder + "jpeg_map_apple", WithMap(picture, map(1, AppleSegment()), false));
+}
+#else
+void WriteJpegs(const std::string&)
+{
+}
+#endif
+
 } // namespace
 
 void WritePictureKinds(const std::string& path)
@@ -100,6 +130,7 @@ void WritePictureKinds(const std::string& path)
     WriteTiffs(folder, light);
     WriteExrs(folder, light);
     WriteHdrs(folder);
+    WriteJpegs(folder);
 }
 
 } // namespace qva::samples
