@@ -234,7 +234,7 @@ Interpretation Interpret(const SourceDescription& description, const SourceOptio
     Interpretation meaning;
     TakeDefaults(description, meaning);
     std::optional<CodePoints> points = description.tags.codePoints;
-    std::string from = "cICP chunk";
+    std::string from = description.tags.codePointsFrom;
     if (!points && !options.encoding && !description.tags.profile.empty()) {
         points = FindCodePoints(description.tags.profile);
         from = "cicp tag of the ICC profile";
@@ -257,7 +257,7 @@ Interpretation Interpret(const SourceDescription& description, const SourceOptio
     if (description.hasAlpha) {
         meaning.notes.push_back("the alpha channel is left out; colours are taken as stored");
     }
-    if (!description.isFloat && description.bits < 16) {
+    if (!description.isFloat && description.bits <= 8) {
         meaning.notes.push_back("8 bits per sample: smooth gradients may show bands");
     }
     return meaning;

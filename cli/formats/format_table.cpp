@@ -1,5 +1,7 @@
 #include "formats/format_table.h"
 
+#include <algorithm>
+#include <initializer_list>
 #include <iterator>
 
 namespace qva {
@@ -35,11 +37,52 @@ bool IsTiff(std::string_view head)
            head.starts_with("II+\0"sv) || head.starts_with("MM\0+"sv);
 }
 
+/// Whether one of the brands of an ISO base media file is among some.
+bool HasBrand(std::string_view head, std::initializer_list<std::string_view> brands)
+{
+    if (head.size() < 16 || head.substr(4, 4) != "ftyp"sv) {
+        return false;
+    }
+    // The size of the list, then the main brand, a version and more brands.
+    std::size_t size = 0;
+    for (const char letter : head.substr(0, 4)) {
+        size = size << 8 | static_cast<unsigned char>(letter);
+    }
+    for (std::size_t place = 8; place + 4 <= std::min(size, head.size()); place += 4) {
+        if (place != 12 &&
+            std::find(brands.begin(), brands.end(), head.substr(place, 4)) != brands.end()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool IsAvif(std::string_view head)
+{
+    return HasBrand(head, {"avif"sv, "avis"sv});
+}
+
+bool IsHeic(std::string_view head)
+{
+    return HasBrand(head, {"heic"sv, "heix"sv, "heim"sv, "heis"sv, "hevc"sv, "hevx"sv, "hevm"sv,
+                           "hevs"sv, "mif1"sv, "msf1"sv});
+}
+
 // Libraries that a build may lack.
 #if defined(QVA_HAVE_JPEG)
 constexpr auto makeJpeg = MakeJpegSource;
 #else
 constexpr decltype(&MakeJpegSource) makeJpeg = nullptr;
+#endif
+#if defined(QVA_HAVE_AVIF)
+constexpr auto makeAvif = MakeHeifSource;
+#else
+constexpr decltype(&MakeHeifSource) makeAvif = nullptr;
+#endif
+#if defined(QVA_HAVE_HEIC)
+constexpr auto makeHeic = MakeHeifSource;
+#else
+constexpr decltype(&MakeHeifSource) makeHeic = nullptr;
 #endif
 
 // The order decides where two formats recognise the same bytes.
@@ -47,6 +90,8 @@ constexpr Format formats[] = {
     {"OpenEXR", IsExr, MakeExrSource, "OpenEXR"},
     {"Radiance HDR", IsHdr, MakeHdrSource, "qva itself"},
     {"JPEG", IsJpeg, makeJpeg, "libjpeg"},
+    {"AVIF", IsAvif, makeAvif, "dav1d"},
+    {"HEIC", IsHeic, makeHeic, "libde265"},
     {"PNG", IsPng, MakePngSource, "libpng"},
     {"TIFF", IsTiff, MakeTiffSource, "libtiff"},
 };

@@ -31,6 +31,7 @@ std::string FormatNames();
 // The readers; those of optional libraries are missing where QVA_HAVE_... is not defined.
 std::unique_ptr<ImageSource> MakeExrSource();
 std::unique_ptr<ImageSource> MakeHdrSource();
+std::unique_ptr<ImageSource> MakeHeifSource();
 std::unique_ptr<ImageSource> MakeJpegSource();
 std::unique_ptr<ImageSource> MakePngSource();
 std::unique_ptr<ImageSource> MakeTiffSource();
