@@ -79,15 +79,20 @@ std::vector<Finding> LightFindings(const std::vector<HeifProperty>& properties)
     std::vector<Finding> findings;
     for (const HeifProperty& property : properties) {
         ByteReader reader(property.payload);
+        const auto level = [&reader](int bytes, double unit) {
+            return static_cast<double>(reader.Number(bytes)) * unit;
+        };
         if (property.type == FourLetters("clli") && reader.Left() >= 4) {
-            const std::uint64_t peak = reader.Number(2);
-            findings.push_back({"stated light", fmt::format("peak {} cd/m2, average up to {} cd/m2",
-                                                            peak, reader.Number(2))});
+            const double peak = level(2, 1.0);
+            findings.push_back(
+                {"light levels", fmt::format("brightest pixel {:.6g} cd/m2, frame average {:.6g} "
+                                             "cd/m2 (clli box)",
+                                             peak, level(2, 1.0))});
         } else if (property.type == FourLetters("mdcv") && reader.Left() >= 24) {
             reader.Take(16);
-            const double top = reader.Word() / 10000.0;
-            findings.push_back({"mastered for", fmt::format("{:.6g} to {:.6g} cd/m2",
-                                                            reader.Word() / 10000.0, top)});
+            const double top = level(4, 0.0001);
+            findings.push_back({"mastered on", fmt::format("{:.6g} to {:.6g} cd/m2 (mdcv box)",
+                                                           level(4, 0.0001), top)});
         }
     }
     return findings;
