@@ -1,11 +1,9 @@
 #include "formats/gain_map_jpeg.h"
 
 #include "formats/gain_map_xmp.h"
-#include "picture/exif_data.h"
 #include "picture/tiff_structure.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace qva {
 
@@ -53,22 +51,6 @@ bool IsJpeg(std::FILE* file, std::int64_t start)
            std::fgetc(file) == 0xd8 && std::fgetc(file) == 0xff;
 }
 
-/// Apple's maps are told by their XMP; the headroom stands there or with the camera's notes.
-GainMapNumbers AppleNumbers(const GainMapXmp& xmp, const JpegSegments& primary)
-{
-    GainMapNumbers numbers;
-    numbers.curve = GainCurve::Proportional;
-    if (xmp.appleHeadroom) {
-        numbers.alternateHeadroom = std::log2(std::max(*xmp.appleHeadroom, 1.0));
-    } else if (const std::optional<double> stops = AppleHeadroom(primary.metadata.exif)) {
-        numbers.alternateHeadroom = *stops;
-    } else {
-        throw GainMapProblem("does not tell its headroom");
-    }
-    CheckGainMap(numbers);
-    return numbers;
-}
-
 /// @return whether the picture is a gain map, which is then in `more`, or else its problem.
 bool TakeGainMap(const JpegSegments& segments, std::int64_t start, const JpegSegments& primary,
                  MorePictures& more)
@@ -89,7 +71,7 @@ bool TakeGainMap(const JpegSegments& segments, std::int64_t start, const JpegSeg
     attempt(!segments.gainMap.empty(), "ISO 21496-1",
             [&] { return ParseGainMap(segments.gainMap); });
     attempt(!xmp.properties.empty(), "hdrgm", [&] { return NumbersOf(xmp); });
-    attempt(xmp.isAppleMap, "Apple", [&] { return AppleNumbers(xmp, primary); });
+    attempt(xmp.isAppleMap, "Apple", [&] { return AppleNumbers(xmp, primary.metadata.exif); });
     return isMap;
 }
 

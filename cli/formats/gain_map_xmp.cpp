@@ -1,5 +1,8 @@
 #include "formats/gain_map_xmp.h"
 
+#include "picture/exif_data.h"
+
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <exception>
@@ -203,6 +206,21 @@ GainMapNumbers NumbersOf(const GainMapXmp& xmp)
     const double most = Numbers(xmp, "HDRCapacityMax", std::nullopt)[0];
     numbers.baseHeadroom = isBright ? most : least;
     numbers.alternateHeadroom = isBright ? least : most;
+    CheckGainMap(numbers);
+    return numbers;
+}
+
+GainMapNumbers AppleNumbers(const GainMapXmp& xmp, std::span<const unsigned char> exif)
+{
+    GainMapNumbers numbers;
+    numbers.curve = GainCurve::Proportional;
+    if (xmp.appleHeadroom) {
+        numbers.alternateHeadroom = std::log2(std::max(*xmp.appleHeadroom, 1.0));
+    } else if (const std::optional<double> stops = AppleHeadroom(exif)) {
+        numbers.alternateHeadroom = *stops;
+    } else {
+        throw GainMapProblem("does not tell its headroom");
+    }
     CheckGainMap(numbers);
     return numbers;
 }

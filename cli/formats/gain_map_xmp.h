@@ -32,4 +32,9 @@ GainMapXmp ReadGainMapXmp(std::span<const unsigned char> packet);
 /// @throws GainMapProblem for an unknown version, numbers that are missing, or make no sense.
 GainMapNumbers NumbersOf(const GainMapXmp& xmp);
 
+/// Apple's maps: the headroom stands in their XMP, or with the camera's notes.
+/// @param exif  of the picture that the map belongs to.
+/// @throws GainMapProblem where neither tells it.
+GainMapNumbers AppleNumbers(const GainMapXmp& xmp, std::span<const unsigned char> exif);
+
 } // namespace qva

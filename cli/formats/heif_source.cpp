@@ -8,9 +8,11 @@
 #include "base/errors.h"
 #include "formats/format_table.h"
 #include "formats/heif_colour.h"
+#include "formats/heif_gain_map.h"
 #include "formats/heif_picture.h"
 #include "formats/heif_view.h"
 #include "formats/ycbcr_rows.h"
+#include "picture/exif_data.h"
 #include "picture/input_file.h"
 
 #include <algorithm>
@@ -39,16 +41,21 @@ public:
 
 private:
     void DescribePicture(const HeifItem& primary);
+    void OpenGainMap(const HeifItem& primary, const SizeLimits& limits);
     void DescribeOthers(const HeifItem& primary);
     void MakeConverter(const std::optional<CodePoints>& points);
 
     SourceDescription description_;
+    SizeLimits limits_;
+    bool isOpen_ = false;
     std::vector<unsigned char> file_;
     std::unique_ptr<HeifItems> items_;
     std::unique_ptr<HeifPicture> picture_;
     std::optional<YcbcrRows> rows_;
     StoredView view_;
-    std::vector<float> row_; ///< of the whole stored picture
+    std::unique_ptr<HeifGainMap> map_;
+    std::unique_ptr<GainMapLight> light_; ///< where there is a map
+    std::vector<float> row_;              ///< of the whole stored picture
     std::int64_t next_ = 0;
 };
 
@@ -75,36 +82,27 @@ bool IsAlpha(std::string_view kind)
            kind == "urn:mpeg:hevc:2015:auxid:1";
 }
 
-/// What an auxiliary picture is for: the name in its property auxC.
-std::string KindOf(const HeifItems& items, std::uint32_t id)
-{
-    const HeifItem* item = items.Find(id);
-    const Bytes payload = item == nullptr ? Bytes() : items.PropertyOf(*item, FourLetters("auxC"));
-    if (payload.size() < 4) {
-        return "";
-    }
-    const Bytes name = payload.subspan(4);
-    return {name.begin(), std::find(name.begin(), name.end(), 0)};
-}
-
 void HeifSource::Open(const std::string& path, const SizeLimits& limits)
 {
     std::vector<unsigned char> bytes = WholeFile(path);
     next_ = 0;
-    if (picture_ && path == description_.path && bytes == file_) {
-        CheckSize(path, picture_->Size(), limits);
+    if (isOpen_ && path == description_.path && bytes == file_ && limits == limits_) {
         return;
     }
     Close();
+    limits_ = limits;
     description_ = {};
     description_.path = path;
     file_ = std::move(bytes);
     items_ = std::make_unique<HeifItems>(path, file_);
     const HeifItem& primary = items_->Primary();
     picture_ = std::make_unique<HeifPicture>(path, *items_, primary, limits);
+    description_.metadata = MetadataOf(*items_, primary);
     DescribePicture(primary);
+    OpenGainMap(primary, limits);
     DescribeOthers(primary);
     CheckMemory(path, "the decoded picture", description_.decodeBytes);
+    isOpen_ = true;
 }
 
 void HeifSource::DescribePicture(const HeifItem& primary)
@@ -119,6 +117,7 @@ void HeifSource::DescribePicture(const HeifItem& primary)
     description_.bits = header.bits;
     description_.codeBits = 16;
     description_.isGrey = header.chroma.isGrey;
+    description_.dpi = ResolutionOf(ExifResolution(description_.metadata.exif));
     description_.decodeBytes = file_.size() + picture_->DecodeBytes();
     description_.tags = colour.tags;
     description_.findings = LightFindings(properties);
@@ -146,14 +145,30 @@ void HeifSource::MakeConverter(const std::optional<CodePoints>& points)
     row_.resize(static_cast<std::size_t>(picture_->Size().width * 3));
 }
 
+void HeifSource::OpenGainMap(const HeifItem& primary, const SizeLimits& limits)
+{
+    try {
+        map_ = HeifGainMap::Find(description_.path, *items_, primary, view_,
+                                 description_.metadata.exif, limits);
+        if (map_) {
+            light_ = std::make_unique<GainMapLight>(description_, map_->File(), limits.headroom);
+            light_->Describe(description_);
+            description_.decodeBytes += map_->DecodeBytes();
+        }
+    } catch (const GainMapProblem& problem) {
+        map_.reset();
+        description_.notes.push_back(
+            fmt::format("its gain map {}: the base picture is taken", problem.what()));
+    }
+}
+
 void HeifSource::DescribeOthers(const HeifItem& primary)
 {
-    description_.metadata = MetadataOf(*items_, primary);
     for (const std::uint32_t id : items_->SourcesOf(primary.id, FourLetters("auxl"))) {
-        const std::string kind = KindOf(*items_, id);
+        const std::string kind = AuxiliaryKind(*items_, id);
         if (IsAlpha(kind)) {
             description_.hasAlpha = true;
-        } else {
+        } else if (!map_ || map_->Id() != id) {
             description_.notes.push_back(
                 fmt::format("an auxiliary picture is left out: {}", OneLine(kind)));
         }
@@ -176,11 +191,19 @@ void HeifSource::ReadRows(std::int64_t count, float* rgb)
         for (std::size_t k = 0; k < samples; ++k) {
             out[k] = std::floor(in[k] * largestCode + 0.5f);
         }
+        if (light_) {
+            const GainMapper::Rows rows = light_->RowsFor(next_);
+            const float* upper = map_->Row(rows.upper);
+            light_->Apply(rows, upper, map_->Row(rows.lower), out);
+        }
     }
 }
 
 void HeifSource::Close()
 {
+    isOpen_ = false;
+    light_.reset();
+    map_.reset();
     rows_.reset();
     picture_.reset();
     items_.reset();

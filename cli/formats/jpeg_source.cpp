@@ -1,6 +1,6 @@
 // JPEG pictures, with the light of their gain maps where they have one.
 #include "base/errors.h"
-#include "colour/base_light.h"
+#include "colour/gain_map_light.h"
 #include "colour/matrix_profile.h"
 #include "formats/format_table.h"
 #include "formats/gain_map_jpeg.h"
@@ -31,8 +31,6 @@ private:
     void DescribeBase(const JpegSegments& segments);
     void OpenGainMap(const JpegGainMap& gainMap, const SizeLimits& limits);
     void LoadGainMap(const JpegGainMap& gainMap, const SizeLimits& limits);
-    void ChooseColours(const JpegGainMap& gainMap);
-    void DescribeLight(const JpegGainMap& gainMap, double headroom);
     void ApplyGainMap(std::int64_t row, float* rgb);
     void MapRow(std::int64_t row, float* samples) const;
 
@@ -41,10 +39,7 @@ private:
     std::vector<unsigned char> row_;
     std::int64_t next_ = 0;
     // For the gain map, all empty without one.
-    std::unique_ptr<BaseLight> base_;
-    std::optional<Matrix3> matrix_; ///< to the primaries that the gains hold for
-    Chromaticities primaries_;
-    std::unique_ptr<GainMapper> mapper_;
+    std::unique_ptr<GainMapLight> light_;
     ImageSize mapSize_;
     int mapChannels_ = 0;
     std::vector<unsigned char> map_; ///< codes of the whole map
@@ -104,18 +99,12 @@ void JpegSource::DescribeBase(const JpegSegments& segments)
 void JpegSource::OpenGainMap(const JpegGainMap& gainMap, const SizeLimits& limits)
 {
     LoadGainMap(gainMap, limits);
-    try {
-        base_ = std::make_unique<BaseLight>(description_);
-    } catch (const Failure&) {
-        // The same failure will be that of the base picture, unless options set it aside.
-        throw GainMapProblem("cannot be applied to colours that are not known");
+    GainMapFile map{gainMap.numbers, gainMap.kind, mapSize_, mapChannels_, std::nullopt};
+    if (const std::optional<MatrixProfile> other = TakeApart(gainMap.profile, 2)) {
+        map.alternate = other->primaries;
     }
-    ChooseColours(gainMap);
-    const double headroom = std::min(limits.headroom.value_or(FullHeadroom(gainMap.numbers)),
-                                     FullHeadroom(gainMap.numbers));
-    mapper_ = std::make_unique<GainMapper>(gainMap.numbers, mapSize_, mapChannels_,
-                                           description_.size, headroom);
-    DescribeLight(gainMap, headroom);
+    light_ = std::make_unique<GainMapLight>(description_, map, limits.headroom);
+    light_->Describe(description_);
 }
 
 // As a whole: what is damaged in it must be known before the first row of the picture is given.
@@ -142,46 +131,6 @@ void JpegSource::LoadGainMap(const JpegGainMap& gainMap, const SizeLimits& limit
     }
 }
 
-void JpegSource::ChooseColours(const JpegGainMap& gainMap)
-{
-    primaries_ = base_->Primaries();
-    matrix_.reset();
-    if (gainMap.numbers.usesBaseColours) {
-        return;
-    }
-    const std::optional<MatrixProfile> other = TakeApart(gainMap.profile, 2);
-    if (!other) {
-        description_.notes.emplace_back("the gain map holds for colours that the file does not "
-                                        "tell; those of the base are taken");
-    } else if (!SamePrimaries(other->primaries, primaries_)) {
-        matrix_ = Multiply(Invert(ToBt2020(other->primaries)), ToBt2020(primaries_));
-        primaries_ = other->primaries;
-    }
-}
-
-void JpegSource::DescribeLight(const JpegGainMap& gainMap, double headroom)
-{
-    const double full = FullHeadroom(gainMap.numbers);
-    description_.findings.push_back(
-        {"base", fmt::format("{}-bit integer, {}, {}", description_.bits, base_->Name(),
-                             NameOfPrimaries(base_->Primaries()))});
-    description_.findings.push_back(
-        {"gain map",
-         fmt::format("{}, {} x {} pixels, {}", gainMap.kind, mapSize_.width, mapSize_.height,
-                     mapChannels_ == 1 ? "one channel" : "three channels")});
-    description_.findings.push_back(
-        {"headroom", fmt::format("{:.3g} of {:.3g} stops above SDR white", headroom, full)});
-    for (const std::string& note : base_->Notes()) {
-        description_.notes.push_back(note);
-    }
-    description_.format = "JPEG with a gain map";
-    description_.isFloat = true;
-    description_.bits = 32;
-    description_.sceneLinear = true;
-    description_.tags = {};
-    description_.tags.chromaticities = primaries_;
-}
-
 void JpegSource::ReadRows(std::int64_t count, float* rgb)
 {
     const std::int64_t width = description_.size.width;
@@ -193,7 +142,7 @@ void JpegSource::ReadRows(std::int64_t count, float* rgb)
             out[i] = row_[static_cast<std::size_t>(channels == 1 ? i / 3 : i)];
         }
     }
-    if (mapper_) {
+    if (light_) {
         // Before the loop: a request for memory that fails in it would end the program.
         const auto threads = static_cast<std::size_t>(omp_get_max_threads());
         mapRows_.resize(threads * 2 * static_cast<std::size_t>(mapSize_.width * mapChannels_));
@@ -207,23 +156,13 @@ void JpegSource::ReadRows(std::int64_t count, float* rgb)
 
 void JpegSource::ApplyGainMap(std::int64_t row, float* rgb)
 {
-    const auto width = static_cast<std::size_t>(description_.size.width);
-    base_->Convert(rgb, width);
-    if (matrix_) {
-        for (std::size_t x = 0; x < width; ++x) {
-            float* pixel = rgb + x * 3;
-            const Vector3 light = Multiply(*matrix_, Vector3{pixel[0], pixel[1], pixel[2]});
-            std::transform(light.begin(), light.end(), pixel,
-                           [](double value) { return static_cast<float>(value); });
-        }
-    }
     const std::int64_t samples = mapSize_.width * mapChannels_;
     float* upper = mapRows_.data() + omp_get_thread_num() * 2 * samples;
     float* lower = upper + samples;
-    const GainMapper::Rows rows = mapper_->RowsFor(row);
+    const GainMapper::Rows rows = light_->RowsFor(row);
     MapRow(rows.upper, upper);
     MapRow(rows.lower, lower);
-    mapper_->Apply(rows, upper, lower, rgb);
+    light_->Apply(rows, upper, lower, rgb);
 }
 
 void JpegSource::MapRow(std::int64_t row, float* samples) const
@@ -238,8 +177,7 @@ void JpegSource::Close()
 {
     decoder_.Close();
     next_ = 0;
-    base_.reset();
-    mapper_.reset();
+    light_.reset();
     map_ = {};
     mapRows_ = {};
 }

@@ -25,6 +25,8 @@ struct SizeLimits {
     std::int64_t side = longestSide; ///< at most longestSide
     /// Stops above SDR white of which a gain map makes use; all that it has where not given.
     std::optional<double> headroom = std::nullopt;
+
+    bool operator==(const SizeLimits&) const = default;
 };
 
 /// Code points of ITU-T H.273, as a PNG cICP chunk or an ICC cicp tag holds them.
