@@ -117,6 +117,19 @@ void WriteJpegs(const std::string&)
 }
 #endif
 
+// Written once by encoders, which would take long: tests/cli/data. Gain maps, grids, both codecs.
+void CopyHeifs(const std::string& folder)
+{
+    for (const char* name : {"pq10_420.avif", "hlg10_422.avif", "grey8.avif", "steps_turned.avif",
+                             "grid8.avif", "gain_map.avif", "heic8_420.heic", "heic10_420.heic"})
+    {
+        std::string kind = name;
+        kind[kind.find('.')] = '_';
+        std::filesystem::copy_file(std::string(LUMO_TEST_DATA) + name, folder + kind,
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
+}
+
 } // namespace
 
 void WritePictureKinds(const std::string& path)
@@ -131,6 +144,7 @@ void WritePictureKinds(const std::string& path)
     WriteExrs(folder, light);
     WriteHdrs(folder);
     WriteJpegs(folder);
+    CopyHeifs(folder);
 }
 
 } // namespace qva::samples
