@@ -229,7 +229,7 @@ std::uint64_t HeifPicture::BytesOf(ImageSize luma) const
 
 std::uint64_t HeifPicture::DecodeBytes() const
 {
-    // Measured: beside its planes a decoder keeps about as much again.
+    // Reckoned, not measured: beside its planes a decoder may keep as much again.
     if (tiles_.size() == 1) {
         return BytesOf(tileSize_) * 2 + codedBytes_;
     }
