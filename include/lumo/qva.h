@@ -1,17 +1,19 @@
 /*
  * QVA: rendering of high-dynamic-range photographs for paper.
  *
- * The whole public interface of libqva: the records a caller fills, the status codes and nine
- * functions. Plain C11; every record is passed by pointer, lies in native (little-endian) byte
- * order with natural alignment, and stays the caller's: the library keeps no pointer to a record
- * or to pixels after a call returns.
+ * All that a host needs of libqva, in C11: six records to fill in, three answers, nine functions.
+ * Records are plain structs as the C compiler lays them out (x86-64, little-endian), handed over by
+ * address. Once a call has answered, its records and pixels can be reused or freed; their addresses
+ * are forgotten.
  *
- * A host either renders a whole image in one call (QVA_ApplyQVAForPrint, QVA_ApplyQVAForPreview
- * and their _Wrapper forms), or analyses a reduced copy of a page once (QVA_Analysis) and then
- * corrects the page at full resolution band by band (QVA_CorrectionForPrint).
+ * A picture that fits into memory takes one call, to print or to preview. A page that does not is
+ * done in two steps: QVA_Analysis learns from a small copy what the whole page needs, and
+ * QVA_CorrectionForPrint then prints one strip after another. The _Wrapper forms are shorthand for
+ * pictures whose codes run from 0 to 65535.
  *
- * Threads: calls on one handle must not overlap; different handles may be used at the same time.
- * The work inside a call is spread with OpenMP and gives the same bytes for every thread count.
+ * Threads: whoever wants two pictures at once takes two handles, one for each thread that calls. A
+ * call borrows threads from OpenMP, as many as there are processors at most; how many it got never
+ * shows in the bytes.
  */
 #ifndef LUMO_QVA_H
 #define LUMO_QVA_H
@@ -34,14 +36,14 @@
 extern "C" {
 #endif
 
-/* Status codes: the result of every function. No other value is ever returned. */
+/* What a function answers with. There are these three answers. */
 enum {
-    QVA_OK = 0,                    /* the call did its work */
-    QVA_ERROR_PROCESSING = 1,      /* the work failed: out of memory, an unusable profile, a range
-                                      that cannot be rendered */
-    QVA_ERROR_INVALID_ARGUMENT = 5 /* an argument failed a check, the analysed image is larger than
-                                      1200 pixels on its longer side, or no usable analysis is
-                                      stored in the handle */
+    QVA_OK = 0,               /* done */
+    QVA_ERROR_PROCESSING = 1, /* given up on the way: out of memory, an unusable profile, a range
+                                 that cannot be rendered */
+    QVA_ERROR_INVALID_ARGUMENT = 5 /* refused before it began: a null pointer, a value that this
+                                      header rules out, a picture too long to analyse, a correction
+                                      on a handle that has not learnt enough of a page */
 };
 
 /* What a handle points to. */
@@ -58,56 +60,56 @@ enum { QVA_OPTION_BLACK_POINT_COMPENSATION = 0, QVA_OPTION_PLAIN_BLACK = 1 };
 /* A handle: null before QVA_Initialize and after QVA_Terminate. */
 typedef QVA_CONTROLLER* QVA_HANDLE;
 
-/* One image of the caller: packed rows of interleaved 16-bit R, G, B samples, top to bottom.
- * Channel k of pixel (x, y) lies at byte y * stride + (x * 3 + k) * 2 from pixels. 48 bytes. */
+/* A picture in the host's memory: uint16_t red, green, blue, red, green, blue ... from the top
+ * left, each row right behind the one above it. 48 bytes. */
 typedef struct QVA_IMAGE {
     uint32_t width;          /* pixels per row, at least 1 */
     uint32_t height;         /* rows, at least 1 */
-    uint64_t stride;         /* bytes from one row to the next; must be width * 6 */
+    uint64_t stride;         /* bytes that a row takes: width * 6, no gap behind it */
     uint32_t channels;       /* must be 3 */
     uint32_t bitsPerChannel; /* must be 16 */
     uint32_t format;         /* must be QVA_FORMAT_RGB16 */
     uint32_t colorSpace;     /* must be QVA_COLOR_SPACE_BT2020: RGB with its primaries */
     uint64_t reserved;       /* not read */
-    void* pixels;            /* the first sample; not null. Only read in a source image */
+    void* pixels;            /* the red of the top left; not null. A source is only read */
 } QVA_IMAGE;
 
-/* How the codes of a source stand for scene luminance. 160 bytes, of which 32 are read. */
+/* What light the codes of a source mean. 160 bytes; what lies behind the 32nd is skipped. */
 typedef struct QVA_SOURCE_ENCODING {
     uint32_t reserved;         /* not read */
     uint32_t gammaType;        /* 0 linear in luminance, 1 gamma 2.2, 2 PQ (SMPTE ST 2084) */
-    uint32_t codeMin;          /* code of the darkest level, 0 ... codeThreshold */
+    uint32_t codeMin;          /* the code that means luminanceMin, 0 ... codeThreshold */
     float luminanceMin;        /* cd/m2 at codeMin */
-    uint32_t codeThreshold;    /* code of the threshold, codeMin ... codeMax; checked only */
-    float luminanceThreshold;  /* cd/m2, luminanceMin ... luminanceMax; checked only */
-    uint32_t codeMax;          /* code of the brightest level */
+    uint32_t codeThreshold;    /* codeMin ... codeMax; held against its bounds, then unused */
+    float luminanceThreshold;  /* cd/m2, luminanceMin ... luminanceMax; likewise */
+    uint32_t codeMax;          /* the code that means luminanceMax */
     float luminanceMax;        /* cd/m2 at codeMax, at most 10000 */
     uint8_t reservedTail[128]; /* not read */
 } QVA_SOURCE_ENCODING;
 
-/* The short form of the encoding: codes 0 ... 65535. 12 bytes. */
+/* The same for a source that uses all codes from 0 to 65535. 12 bytes. */
 typedef struct QVA_SOURCE_RANGE {
     uint32_t gammaType; /* as in QVA_SOURCE_ENCODING */
     float luminanceMin; /* cd/m2 at code 0 */
     float luminanceMax; /* cd/m2 at code 65535, at most 10000 */
 } QVA_SOURCE_RANGE;
 
-/* The output device and the viewing conditions. 40 bytes. */
+/* What the picture is printed on, and how. 40 bytes. */
 typedef struct QVA_OUTPUT_CONDITIONS {
     int32_t outputLuminanceMax;    /* cd/m2 of paper white: 100, 200 or 400 */
     float paramLuminanceThreshold; /* cd/m2, 0 ... 100: tones below it keep their contrast. Taken
                                       over by QVA_Analysis; a handle that never analysed renders
                                       with 1.3 */
-    double reservedA;              /* must be above 0; not otherwise read */
-    double reservedB;              /* must be above 0; not otherwise read */
+    double reservedA;              /* anything above 0, without effect */
+    double reservedB;              /* anything above 0, without effect */
     const void* outputProfile;     /* bytes of the output device's ICC profile; not null. Its own
                                       header states its size, so all those bytes must be there */
     uint32_t renderingIntent;      /* 0 media-relative colorimetric, 2 saturation */
     uint32_t optionFlag;           /* 0 with black-point compensation, 1 without */
 } QVA_OUTPUT_CONDITIONS;
 
-/* The part of a source buffer that a correction call is about; coordinates are inclusive and lie
- * inside the source. 20 bytes. */
+/* The band inside the source of a correction, without its margins: corners in pixels of the source,
+ * both part of the band. 20 bytes. */
 typedef struct QVA_BAND_AREA {
     uint32_t left;
     uint32_t top;
@@ -117,8 +119,8 @@ typedef struct QVA_BAND_AREA {
                          bands (1,1,0,0); neither: into columns of bands (0,0,1,1) */
 } QVA_BAND_AREA;
 
-/* Where the source buffer of a correction call lies in the page; coordinates are inclusive, and
- * the rectangle has the size of the source. 24 bytes. */
+/* What a correction's source shows of the page, margins and all: corners in pixels of the page, as
+ * far apart as those of the source. 24 bytes. */
 typedef struct QVA_PAGE_AREA {
     uint32_t left;
     uint32_t top;
@@ -162,28 +164,29 @@ QVA_API uint32_t QVA_ApplyQVAForPreview_Wrapper(QVA_HANDLE handle, const QVA_IMA
                                                 int32_t rangeSize,
                                                 const QVA_OUTPUT_CONDITIONS* conditions);
 
-/* Analyses src, a copy of the page reduced to at most 1200 pixels on its longer side, and stores
- * the result in the handle for later corrections. rangeSize must be 12.
- * Takes over paramLuminanceThreshold for all later calls on the handle, also where the image is
- * then refused for its size. An analysis that ends with 1 leaves the stored result; corrections can
- * use it only if it is of an image of the same size, and end with 1 otherwise.
+/* Learns from src how to print a page: its regions, the tone curve of each, and where each counts.
+ * src is all of the page at a smaller scale, neither side above 1200 pixels. The handle remembers
+ * what was learnt, for QVA_CorrectionForPrint. rangeSize must be 12.
+ * From here on every call on the handle works with this paramLuminanceThreshold, even if src turns
+ * out to be too large. After an answer of 1 the handle still knows the page before; corrections go
+ * on with it if its copy had the size of src, and answer 1 otherwise.
  * Returns 0, 1 or 5. */
 QVA_API uint32_t QVA_Analysis(QVA_HANDLE handle, const QVA_IMAGE* src,
                               const QVA_SOURCE_RANGE* range, int32_t rangeSize,
                               const QVA_OUTPUT_CONDITIONS* conditions);
 
-/* Renders one band of the page for print with the analysis stored in the handle. src and dst hold
- * the band; dst may be src. rangeSize must be 12.
- * The first correction of a process fixes the rendering intent and the black level of the output
- * device for all later ones, whatever the handle.
- * Returns 0, 1 or 5; 5 also while no analysis with at least two segments is stored. */
+/* Prints one strip of the page that QVA_Analysis has seen, from src into dst, both with the strip's
+ * margins; dst may be src. rangeSize must be 12.
+ * Intent and device black are those of the process's first correction, on any handle: what later
+ * ones ask for is not looked at.
+ * Returns 0, 1 or 5; 5 too where the handle has seen no page of two regions or more. */
 QVA_API uint32_t QVA_CorrectionForPrint(QVA_HANDLE handle, const QVA_IMAGE* dst,
                                         const QVA_IMAGE* src, const QVA_SOURCE_RANGE* range,
                                         int32_t rangeSize, const QVA_OUTPUT_CONDITIONS* conditions,
                                         const QVA_BAND_AREA* band, const QVA_PAGE_AREA* page);
 
-/* Writes how to cut a page into bands to values[0 ... 6]: 0, 1, 1, 80, 80, 80, 80. The last four
- * are the pixels by which bands should overlap on each side. Needs no handle.
+/* Advice for whoever cuts a page: values[0 ... 6] become 0, 1, 1, 80, 80, 80, 80, of which the last
+ * four are margins in pixels, one a side. handle may be null.
  * Returns 0; 5 if values is null. */
 QVA_API uint32_t QVA_GetParametersForBandProcessing(QVA_HANDLE handle, uint32_t* values);
 

@@ -117,8 +117,8 @@ PQBands ApplyPQInvEOTF::Bands() const
     return bands;
 }
 
-// The knots are the source values whose luminance, with srcMax taken as 10000 cd/m2, has the
-// signals 1/3 and 2/3.
+// The bands meet at a third and at two thirds of the signal, for a source that reaches the curve's
+// 10000 cd/m2; where it reaches less they stay at the same part of srcMax.
 void ApplyPQInvEOTF::PlaceKnots()
 {
     const double lumiRange = srcLumiMax - srcLumiMin;

@@ -31,9 +31,10 @@ struct PQBands {
     double knot2;
 };
 
-/// Maps source values, linear in luminance between (srcMin, srcLumiMin) and (srcMax, srcLumiMax),
-/// to destination values spread evenly over the PQ signals of those luminances. Each of a dark, a
-/// middle and a bright band is a table of 8,192 samples.
+/// From codes in proportion to light (srcMin is srcLumiMin, srcMax is srcLumiMax) to codes in
+/// proportion to the PQ signal, dstMin ... dstMax over the same light. PQ is steep where it is
+/// dark; three tables of 8,192 samples, the first over 0.15 % of the source, follow it closely
+/// enough.
 class ApplyPQInvEOTF {
 public:
     /// @throws Exception code 3 as EnsureArguments; what an allocation throws.

@@ -45,6 +45,7 @@ void Lut3D::Convert(const Matrix& src, Matrix& dst) const
     const int32_t depth = DepthOf(src.type);
     const bool known = depth == D8U || depth == D16U || depth == D32F || depth == D64F;
     if (src.channels == 1 && known) {
+        dst.Ensure(src.rows, src.cols, src.type);
         throw Exception(exceptionFormat,
                         "Error in Image Converter::Convert(), data channels must be 1/3");
     }

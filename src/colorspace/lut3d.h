@@ -25,7 +25,7 @@ public:
 
     /// Applies the table to every pixel of a three-channel image.
     /// @param dst  re-created in the shape of src if it differs; may be src.
-    /// @throws Exception code 2 as ImageConverter, one-channel images included.
+    /// @throws Exception code 2 as ImageConverter, which one channel is refused like two are.
     virtual void Convert(const Matrix& src, Matrix& dst) const;
 
     Tetrahedralinterpolation interpolation;

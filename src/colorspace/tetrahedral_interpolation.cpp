@@ -115,7 +115,7 @@ LUMO_CLONES void MixNodes(const double* nodes, const GridCells* cells, double* x
 void Tetrahedralinterpolation::Initialize(const Vector<double>& table, uint64_t nodes,
                                           double maximum)
 {
-    lut = table;
+    table.CopyTo(lut);
     numGrid = nodes;
     maxValue = maximum;
     if (numGrid < 2) {
@@ -125,7 +125,9 @@ void Tetrahedralinterpolation::Initialize(const Vector<double>& table, uint64_t 
     }
     const auto maxInt = static_cast<uint64_t>(Clamp(maxValue, 2147483646.0));
     const uint64_t step = (maxInt + 1) / (numGrid - 1);
-    if (step == 0) {
+    // One input value a cell leaves the last cell none where the nodes are one more than the
+    // inputs.
+    if (step == 0 || maxInt == (numGrid - 2) * step) {
         throw Exception(exceptionArgument, "");
     }
     strideI = numGrid * numGrid;

@@ -12,10 +12,10 @@ namespace lumo {
 /// A grid of numGrid nodes an axis over [0, maxValue]³, three values a node.
 class Tetrahedralinterpolation {
 public:
-    /// Shares `table` and builds the index tables.
+    /// Takes the values over and builds the index tables; the caller may go on with `table`.
     /// @param table  numGrid³ × 3 values; the first input channel varies slowest.
-    /// @throws Exception code 3 for fewer than two nodes, or (empty message) for a range too small
-    ///         for the nodes.
+    /// @throws Exception code 3 for fewer than two nodes, or (empty message) for a range that does
+    ///         not give every cell a width.
     void Initialize(const Vector<double>& table, uint64_t nodes, double maximum);
 
     /// One pixel of three values, which are clamped to [0, maxValue].

@@ -50,7 +50,7 @@ uint32_t Report(const QVA_IMAGE& src, Operation&& operation)
 {
     try {
         const CallMemory memory;
-        const SmallWork small(IsSmall(src));
+        const parallel::PictureThreads threads(src.width, src.height);
         operation();
         return QVA_OK;
     } catch (const Exception& failure) {

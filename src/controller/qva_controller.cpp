@@ -57,12 +57,6 @@ LuminanceRangePair DpgRanges(const LuminanceRangePair& ranges)
     return {range, range};
 }
 
-bool IsSmall(const QVA_IMAGE& image)
-{
-    constexpr uint64_t smallPixels = 128 * 128;
-    return uint64_t{image.width} * image.height <= smallPixels;
-}
-
 Matrix WrapImage(const QVA_IMAGE& image)
 {
     // The first position behind the last block of a row must be an integer too.

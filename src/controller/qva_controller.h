@@ -85,9 +85,6 @@ uint32_t ValidateAnalysis(const HtrAnalysis& analysis);
 /// The ranges of the device step: whatever the output's top, 0 ... 100 cd/m2.
 LuminanceRangePair DpgRanges(const LuminanceRangePair& ranges);
 
-/// Whether a call on this image is better served by one thread.
-bool IsSmall(const QVA_IMAGE& image);
-
 inline int64_t PixelCount(const Matrix& image)
 {
     return static_cast<int64_t>(image.rows) * image.cols;

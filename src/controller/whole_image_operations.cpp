@@ -6,7 +6,7 @@
 #include "controller/qva_controller.h"
 #include "controller/source_decoding.h"
 #include "core/block_pool.h"
-#include "core/small_work.h"
+#include "core/team_size.h"
 #include "print/dpg_stage.h"
 
 namespace lumo {
@@ -28,7 +28,7 @@ uint32_t QvaController::Apply(const QVA_IMAGE* dst, const QVA_IMAGE* src,
     htrParameters.regionWindowSize = renderingWindow;
     try {
         const CallMemory memory;
-        const SmallWork small(IsSmall(*src));
+        const parallel::PictureThreads threads(src->width, src->height);
         Print(*dst, *src, *encoding, *conditions, print);
         return QVA_OK;
     } catch (...) {

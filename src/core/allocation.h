@@ -1,4 +1,4 @@
-// Heap allocation of buffers and counts, serialised on one process-wide lock.
+// Where images and tables get their memory.
 #pragma once
 
 #include "core/exception.h"
@@ -10,10 +10,11 @@
 
 namespace lumo {
 
-/// Held during every allocation and release of a buffer, a count, an array or a shared object.
+/// One thread at a time is in the heap on this library's behalf: what takes memory or gives it back
+/// holds this. A constructor or destructor that does so in turn may be run under it.
 extern std::recursive_mutex allocLock;
 
-/// Largest buffer in bytes that may be requested.
+/// Bytes that one request may be about.
 constexpr uint64_t maxDataSize = 60'000'000'000;
 
 /// @throws Exception code 1 above maxDataSize.

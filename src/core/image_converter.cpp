@@ -4,14 +4,8 @@ namespace lumo {
 
 void ImageConverterInterface::ConvertBlock(PixelBlock& block, int32_t count, size_t channels) const
 {
-    for (int32_t i = 0; i < count; ++i) {
-        const double in[3] = {block.channel[0][i], block.channel[1][i], block.channel[2][i]};
-        double out[3] = {0.0, 0.0, 0.0};
-        (*this)(in, out, channels);
-        for (size_t c = 0; c < channels; ++c) {
-            block.channel[c][i] = out[c];
-        }
-    }
+    ConvertPixelwise(block, count, channels,
+                     [&](const double* in, double* out) { (*this)(in, out, channels); });
 }
 
 void ImageConverterInterface::ConvertCodes(const CodeBlock& codes, int32_t count,

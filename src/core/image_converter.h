@@ -36,10 +36,12 @@ public:
     ///
     /// @param src  D8U, D16U, D32F or D64F with 1 or 3 channels; only rows of its region are run.
     /// @param dst  re-created in the source's shape and type if it differs; may be src.
-    /// @param functors  objects with ConvertBlock(block, count, channels), each called directly.
+    /// @param functors  each called directly, by many threads at once: by blocks where it has
+    ///                  ConvertBlock(block, count, channels), else a pixel at a time as
+    ///                  functor(in, out, channels) or functor(in, out), which write into zeros.
     /// @throws Exception code 2: first for the depth, then (dst re-created) for the channels.
     template <typename... Functors>
-    static void Convert(const Matrix& src, Matrix& dst, const Functors&... functors)
+    static void Convert(const Matrix& src, Matrix& dst, Functors&&... functors)
     {
         EnsureDepth(src);
         const Matrix source(src);
@@ -62,14 +64,22 @@ private:
     static void EnsureChannels(const Matrix& src);
 
     template <typename Functor>
-    static void Apply(const Functor& functor, PixelBlock& block, int32_t count, int32_t channels)
+    static void Apply(Functor& functor, PixelBlock& block, int32_t count, int32_t channelCount)
     {
-        functor.ConvertBlock(block, count, static_cast<size_t>(channels));
+        const auto channels = static_cast<size_t>(channelCount);
+        if constexpr (requires { functor.ConvertBlock(block, count, channels); }) {
+            functor.ConvertBlock(block, count, channels);
+        } else if constexpr (std::is_invocable_v<Functor&, const double*, double*, size_t>) {
+            ConvertPixelwise(block, count, channels,
+                             [&](const double* in, double* out) { functor(in, out, channels); });
+        } else {
+            ConvertPixelwise(block, count, channels, functor);
+        }
     }
 
     template <typename T, typename First, typename... Rest>
-    static void Chain(const T* in, PixelBlock& block, int32_t count, int32_t channels,
-                      const First& first, const Rest&... rest)
+    static void Chain(const T* in, PixelBlock& block, int32_t count, int32_t channels, First& first,
+                      Rest&... rest)
     {
         LoadAndApply(in, block, count, channels, first);
         Continue<T>(block, count, channels, rest...);
@@ -78,7 +88,7 @@ private:
     // Codes go into an object that takes codes as they are.
     template <typename T, typename Functor>
     static void LoadAndApply(const T* in, PixelBlock& block, int32_t count, int32_t channels,
-                             const Functor& functor)
+                             Functor& functor)
     {
         if constexpr (std::is_same_v<T, uint16_t> && requires(const CodeBlock& codes) {
                           functor.ConvertCodes(codes, count, block);
@@ -100,8 +110,8 @@ private:
     {
     }
     template <typename T, typename First, typename... Rest>
-    static void Continue(PixelBlock& block, int32_t count, int32_t channels, const First& first,
-                         const Rest&... rest)
+    static void Continue(PixelBlock& block, int32_t count, int32_t channels, First& first,
+                         Rest&... rest)
     {
         SaturateBlock<T>(block);
         Apply(first, block, count, channels);
@@ -109,7 +119,7 @@ private:
     }
 
     template <typename T, typename... Functors>
-    static void Run(const Matrix& src, Matrix& dst, const Functors&... functors)
+    static void Run(const Matrix& src, Matrix& dst, Functors&... functors)
     {
         const int32_t channels = src.channels;
         const int64_t end = static_cast<int64_t>(src.roi.y) + src.roi.height;

@@ -5,6 +5,7 @@
 #include "core/pixel_block.h"
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 namespace lumo {
@@ -62,18 +63,16 @@ double LinearInterpolation::operator()(double x) const
 
 double LinearInterpolation::Evaluate(double x) const
 {
-    double position = 0.0;
     if (lutx[0] >= x) {
-        position = 0.0;
-    } else if (x >= lutx[lutx.size - 1]) {
-        position = static_cast<double>(count - 1);
-    } else {
-        const uint64_t i = SearchIndexWithBinaryTree(lutx, x);
-        position = static_cast<double>(i) + (x - lutx[i]) / (lutx[i + 1] - lutx[i]);
+        return luty[0];
     }
-    const auto last = static_cast<double>(count - 1);
-    position = position > 0.0 ? position : 0.0;
-    const auto i0 = static_cast<uint64_t>(std::min(position, last));
+    if (x >= lutx[lutx.size - 1]) {
+        return luty[count - 1];
+    }
+    const uint64_t i = SearchIndexWithBinaryTree(lutx, x);
+    double position = static_cast<double>(i) + (x - lutx[i]) / (lutx[i + 1] - lutx[i]);
+    position = position > 0.0 ? position : 0.0; // not a number: the first sample
+    const auto i0 = static_cast<uint64_t>(std::min(position, static_cast<double>(count - 1)));
     const uint64_t i1 = std::min(i0 + 1, count - 1);
     const double f = position - static_cast<double>(i0);
     return (1.0 - f) * luty[i0] + f * luty[i1];
@@ -82,9 +81,15 @@ double LinearInterpolation::Evaluate(double x) const
 double LinearInterpolationFast::Evaluate(double x) const
 {
     const auto last = static_cast<double>(count - 1);
-    int32_t index = 0;
-    double f = 0.0;
-    ClampPosition((x - xFirst) * last / (xLast - xFirst), last, 0, index, f);
+    const double position = (x - xFirst) * last / (xLast - xFirst);
+    if (!(position > 0.0)) {
+        return luty[0];
+    }
+    if (position >= last) {
+        return luty[count - 1];
+    }
+    const auto index = static_cast<uint64_t>(position);
+    const double f = position - static_cast<double>(index);
     return (1.0 - f) * luty[index] + f * luty[index + 1];
 }
 
@@ -93,6 +98,7 @@ void LinearInterpolationFast::EvaluateBlock(const double* x, double* out) const
     kernels::BlockPositions at;
     kernels::LocateUniform(x, xFirst, xLast - xFirst, static_cast<double>(count - 1), &at);
     LookUpPairs(luty.data, at.index, blockSize, at.pair);
+    assert(std::all_of(at.pair, at.pair + 2 * blockSize, [](double y) { return y - y == 0.0; }));
     kernels::MixBlock(&at, out);
 }
 

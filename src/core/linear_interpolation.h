@@ -13,7 +13,7 @@ class LinearInterpolation {
 public:
     virtual ~LinearInterpolation() = default;
 
-    /// Copies the samples. lutx must ascend and luty be finite (not checked).
+    /// Copies the samples. lutx must ascend (not checked).
     /// @throws Exception code 3 if the sizes differ, then for fewer than two samples; the curve is
     ///         then unchanged.
     void Initialize(const Vector<double>& x, const Vector<double>& y);
@@ -37,7 +37,8 @@ public:
     ~LinearInterpolationFast() override = default;
     double Evaluate(double x) const override;
 
-    /// Evaluates blockSize values; `out` may be `x`.
+    /// Evaluates blockSize values; `out` may be `x`. The samples must be finite, which a debug
+    /// build checks: at an end of the curve the neighbour counts too, times 0.
     void EvaluateBlock(const double* x, double* out) const;
 };
 

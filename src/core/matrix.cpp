@@ -65,18 +65,18 @@ Matrix::~Matrix()
 
 void Matrix::Create(int32_t rowCount, int32_t colCount, int32_t typeWord)
 {
-    if (external) {
-        Clear();
-    }
     Release();
+    // Nothing of the header may change before both are there: a view has not been released.
     void* buffer = AllocAligned(BufferBytes(rowCount, colCount, typeWord));
+    int32_t* count = nullptr;
     try {
-        refCount = NewCount();
+        count = NewCount();
     } catch (...) {
         FreeAligned(buffer);
         throw;
     }
     data = buffer;
+    refCount = count;
     Describe(rowCount, colCount, typeWord);
 }
 

@@ -1,4 +1,4 @@
-// The two-dimensional container of every image, mask and label map.
+// Images, and everything else that has rows and columns.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 namespace lumo {
 
-/// Element types of a matrix: the low three bits of its type word.
+/// What an element is; a type word has it in its low three bits.
 enum Depth : int32_t {
     D8U = 0,
     D8S = 1,
@@ -47,37 +47,38 @@ struct Roi {
     int32_t height = 0;
 };
 
-/// A header over a shared buffer of rows × cols pixels, channels interleaved.
+/// Copying one is cheap: the copies look at the same pixels, and the last of them to go takes the
+/// pixels along. A view of a host's pixels (external) can be copied likewise, but nobody counts the
+/// views, and the pixels stay when the last has gone. Two threads may each copy and drop their own
+/// objects of one picture; a single object belongs to one thread at a time.
 ///
-/// Element (r, c, k) lies at data[r * step + c * channels + k]; step counts elements. Copies are
-/// shallow: they share the buffer, which is freed with its last header. A header over caller
-/// memory (external) neither counts nor frees it. Headers of one buffer may be copied and released
-/// on different threads, one header on one thread at a time.
+/// A row has cols × channels elements, a pixel's side by side; from one row's first element to the
+/// next one's it is `step` elements, not bytes. RowOf finds the first.
 class Matrix {
 public:
-    /// Empty: no buffer, type -1.
+    /// Nothing: no pixels, and the type -1 that no depth has.
     Matrix() = default;
-    /// Owns a new, uncleared buffer.
+    /// With pixels of its own, which hold anything.
     /// @throws Exception code 1 (size) or 0 (memory).
     Matrix(int32_t rowCount, int32_t colCount, int32_t typeWord);
-    /// Over caller memory: D16U with 3 channels, `stepElements` elements from row to row.
+    /// A view of a host's 16-bit RGB pixels.
     Matrix(int32_t rowCount, int32_t colCount, uint64_t stepElements, void* pixels);
     Matrix(const Matrix& other);
     Matrix& operator=(const Matrix& other);
     virtual ~Matrix();
 
-    /// Releases, then owns a new, uncleared buffer. Other headers keep the old one.
-    /// @throws Exception code 1 (size) or 0 (memory); the header is then empty.
+    /// Lets go of its pixels for new ones, which hold anything. Copies go on with the old.
+    /// @throws Exception code 1 (size) or 0 (memory). It is then empty; a view is still one.
     virtual void Create(int32_t rowCount, int32_t colCount, int32_t typeWord);
 
-    /// Deep copy; `dst` is always re-created.
+    /// Gives `dst` new pixels, like these.
     /// @throws Exception code 0 for a source without elements, or what Create throws.
     void CopyTo(Matrix& dst) const;
 
-    /// Gives the reference up; the header becomes empty. Does nothing for an external header.
+    /// Becomes empty. A view stays as it is.
     void Release();
 
-    /// Creates only where rows, columns or type differ.
+    /// Create, unless it is that already.
     void Ensure(int32_t rowCount, int32_t colCount, int32_t typeWord);
 
     std::mutex refLock;

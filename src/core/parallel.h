@@ -1,7 +1,6 @@
 // The only parallel regions of the library: loops split statically over the threads.
 #pragma once
 
-#include "core/small_work.h"
 #include "core/team_size.h"
 
 #include <algorithm>
@@ -18,7 +17,7 @@ namespace parallel {
 /// How many threads a loop may have here.
 inline int Threads()
 {
-    return SmallWork::UnderWay() || omp_in_parallel() != 0 ? 1 : TeamSize();
+    return omp_in_parallel() != 0 ? 1 : TeamSize();
 }
 
 /// Whether a loop of `count` items should stay on its thread.
@@ -88,9 +87,6 @@ void ParallelPhases(int32_t phases, Count&& count, Prepare&& prepare, Body&& bod
     {
         const int64_t parts = omp_get_num_threads();
         const int64_t part = omp_get_thread_num();
-        if (part == 0) {
-            parallel::NoteTeam(static_cast<int>(parts));
-        }
         const auto bound = [&](int32_t phase, int64_t of) { return count(phase) * of / parts; };
         std::optional<decltype(prepare())> scratch;
         for (int32_t phase = 0; phase < phases; ++phase) {

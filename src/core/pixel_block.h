@@ -1,6 +1,7 @@
 // A run of pixels of one row, held channel by channel so that loops over it vectorise.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace lumo {
@@ -19,6 +20,20 @@ struct PixelBlock {
 struct CodeBlock {
     alignas(64) int32_t channel[3][blockSize];
 };
+
+/// call(in, out) for the first `count` pixels of a block, in place; `out` begins as zeros.
+template <typename Call>
+void ConvertPixelwise(PixelBlock& block, int32_t count, size_t channels, Call&& call)
+{
+    for (int32_t i = 0; i < count; ++i) {
+        const double in[3] = {block.channel[0][i], block.channel[1][i], block.channel[2][i]};
+        double out[3] = {0.0, 0.0, 0.0};
+        call(in, out);
+        for (size_t c = 0; c < channels; ++c) {
+            block.channel[c][i] = out[c];
+        }
+    }
+}
 
 /// Widens `count` interleaved pixels of 1 or 3 channels.
 template <typename T>

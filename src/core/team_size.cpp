@@ -1,14 +1,13 @@
 #include "core/team_size.h"
 
 #include <algorithm>
-#include <cctype>
+#include <atomic>
 #include <csignal>
-#include <cstdlib>
+#include <limits>
 #include <mutex>
 #include <omp.h>
 #include <pthread.h>
 #include <sched.h>
-#include <string_view>
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <vector>
@@ -16,25 +15,13 @@
 namespace lumo::parallel {
 namespace {
 
-thread_local int known = 1;   // threads of this thread's last region, which the runtime keeps
-thread_local int asked = 0;   // the largest size looked into
-thread_local int granted = 0; // what came of it
+thread_local int most = 0; // threads that the call under way can use; 0: no call
 
-// The stack that the runtime gives its threads ("512k", "4 M", "16384" kilobytes); 0 is the usual.
-size_t WorkerStackBytes()
-{
-    const char* setting = std::getenv("OMP_STACKSIZE");
-    if (setting == nullptr) {
-        return 0;
-    }
-    char* unit = nullptr;
-    const uint64_t count = std::strtoull(setting, &unit, 10);
-    while (*unit == ' ') {
-        ++unit;
-    }
-    const size_t power = std::string_view("bkmg").find(static_cast<char>(std::tolower(*unit)));
-    return static_cast<size_t>(count << (power < 4 ? 10 * power : 10));
-}
+std::mutex lookMutex;
+std::atomic<int> lookedInto{1};    // the largest team that was asked for
+std::atomic<int> available{1};     // what came of it
+std::atomic<bool> shortage{false}; // it was less
+thread_local bool foundShortage = false;
 
 struct Trial {
     std::mutex* gate;
@@ -59,55 +46,167 @@ void WaitForEnd(const Trial& trial)
     }
 }
 
-// How many of `count` threads to start: all where all can be there at once, else half of those that
-// can, since what threads take for their stacks the call itself may need.
-int Startable(int count)
+// The processors of a place of OpenMP's settings, as the kernel takes them.
+std::vector<unsigned long> ProcessorMask(int place)
 {
-    static const size_t stackBytes = WorkerStackBytes();
+    constexpr size_t wordBits = 8 * sizeof(unsigned long);
+    std::vector<int> processors(static_cast<size_t>(omp_get_place_num_procs(place)));
+    omp_get_place_proc_ids(place, processors.data());
+    std::vector<unsigned long> mask;
+    for (const int processor : processors) {
+        const auto bit = static_cast<size_t>(processor);
+        mask.resize(std::max(mask.size(), bit / wordBits + 1));
+        mask[bit / wordBits] |= 1UL << bit % wordBits;
+    }
+    return mask;
+}
+
+// Whether threads may run at every place that OpenMP's settings name; there are none without such
+// settings. Moves the calling thread about.
+bool ArePlacesUsable()
+{
+    bool usable = true;
+    for (int place = 0; place < omp_get_num_places() && usable; ++place) {
+        const std::vector<unsigned long> mask = ProcessorMask(place);
+        usable = syscall(SYS_sched_setaffinity, 0, mask.size() * sizeof(mask[0]), mask.data()) == 0;
+    }
+    return usable;
+}
+
+void* TryPlaces(void* usable)
+{
+    try {
+        *static_cast<bool*>(usable) = ArePlacesUsable();
+    } catch (...) { // no memory
+    }
+    return nullptr;
+}
+
+// A signal of the host must not be handled on a thread of the trial.
+class SignalsHeld {
+public:
+    SignalsHeld()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+    ~SignalsHeld() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+private:
+    sigset_t before_;
+};
+
+// How many of `count` threads the system starts when they are all there at once.
+int Start(int count)
+{
     std::vector<Trial> trials(static_cast<size_t>(count));
     std::mutex gate;
-    pthread_attr_t attributes;
-    sigset_t all;
-    sigset_t before;
-    pthread_attr_init(&attributes);
-    if (stackBytes != 0) {
-        pthread_attr_setstacksize(&attributes, stackBytes);
-    }
-    sigfillset(&all); // a signal of the host must not be handled on a thread of the trial
-    pthread_sigmask(SIG_SETMASK, &all, &before);
     gate.lock();
     const auto refused = std::find_if(trials.begin(), trials.end(), [&](Trial& trial) {
         trial.gate = &gate;
-        return pthread_create(&trial.thread, &attributes, WaitAtGate, &trial) != 0;
+        return pthread_create(&trial.thread, nullptr, WaitAtGate, &trial) != 0;
     });
     gate.unlock();
     std::for_each(trials.begin(), refused, WaitForEnd);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return static_cast<int>(refused - trials.begin());
+}
+
+// The same for threads on the places of OpenMP's settings.
+int StartOnPlaces(int count)
+{
+    bool usable = omp_get_num_places() == 0;
+    pthread_t thread;
+    if (!usable && pthread_create(&thread, nullptr, TryPlaces, &usable) == 0) {
+        pthread_join(thread, nullptr);
+    }
+    return usable ? Start(count) : 0;
+}
+
+// Bytes between where a worker of this team begins its part of a region and the end of its stack.
+std::size_t StackOfWorkers(int team)
+{
+    pthread_t worker = pthread_self();
+    const char* top = nullptr;
+    const int dynamic = omp_get_dynamic();
+    omp_set_dynamic(0);
+#pragma omp parallel num_threads(team)
+    if (omp_get_thread_num() == 1) {
+        worker = pthread_self();
+        top = static_cast<const char*>(__builtin_frame_address(0));
+    }
+    omp_set_dynamic(dynamic);
+    pthread_attr_t attributes;
+    void* lowest = nullptr;
+    std::size_t bytes = 0;
+    if (top == nullptr || pthread_getattr_np(worker, &attributes) != 0) {
+        return 0;
+    }
+    pthread_attr_getstack(&attributes, &lowest, &bytes);
     pthread_attr_destroy(&attributes);
-    const auto started = static_cast<int>(refused - trials.begin());
-    return started == count ? count : started / 2;
+    return static_cast<std::size_t>(top - static_cast<const char*>(lowest));
+}
+
+// The largest team up to `wanted` that is safe to ask for.
+int LargestTeam(int wanted)
+{
+    int started = 0;
+    {
+        const SignalsHeld held;
+        started = StartOnPlaces(wanted - 1);
+    }
+    const int team = started == wanted - 1 ? wanted : 1 + started / 2;
+    return team > 1 && StackOfWorkers(team) < workerStack ? 1 : team;
+}
+
+void LookInto(int wanted)
+{
+    const std::lock_guard<std::mutex> hold(lookMutex);
+    if (wanted > lookedInto && !shortage) {
+        available = LargestTeam(wanted);
+        foundShortage = available < wanted;
+        shortage = foundShortage;
+    }
+    lookedInto = std::max(lookedInto.load(), wanted);
+}
+
+int MostOfPicture(uint32_t width, uint32_t height)
+{
+    constexpr uint64_t smallPixels = 128 * 128;
+    if (uint64_t{width} * height <= smallPixels) {
+        return 1;
+    }
+    constexpr uint32_t limit = std::numeric_limits<int>::max();
+    return std::min(omp_get_num_procs(),
+                    static_cast<int>(std::min(std::max(width, height), limit)));
 }
 
 } // namespace
 
 int TeamSize()
 {
-    const int wanted = std::min(omp_get_max_threads(), omp_get_thread_limit());
-    if (wanted > asked) {
-        granted = wanted <= known ? wanted : known + Startable(wanted - known);
-        asked = wanted;
+    const int allowed = std::min(omp_get_max_threads(), omp_get_thread_limit());
+    const int wanted =
+        allowed == 1 || most == 1 ? 1 : std::min(allowed, most != 0 ? most : omp_get_num_procs());
+    if (wanted <= 1) {
+        return 1;
     }
-    return std::min(wanted, granted);
+    if (wanted > lookedInto) {
+        LookInto(wanted);
+    }
+    return shortage && !foundShortage ? 1 : std::min(wanted, available.load());
 }
 
-void NoteTeam(int threads)
+PictureThreads::PictureThreads(uint32_t width, uint32_t height) : before_(most)
 {
-    known = threads;
+    most = MostOfPicture(width, height);
 }
 
-void ForgetShortage()
+PictureThreads::~PictureThreads()
 {
-    asked = 0;
+    most = before_;
 }
 
 } // namespace lumo::parallel

@@ -31,7 +31,9 @@ public:
     }
     virtual ~VectorC() { Release(); }
 
-    /// Storage for n elements, null for n = 0; the caller keeps it.
+    /// Storage for n elements, null for n = 0; the caller keeps it. CopyTo asks its target for it,
+    /// constructors only this class. A class with storage of its own gives it back by Release in
+    /// its destructor.
     virtual T* Allocate(uint64_t n)
     {
         if (n == 0) {
@@ -65,7 +67,7 @@ public:
     {
         const VectorC source(*this);
         dst.Release();
-        dst.Own(source.size);
+        dst.Adopt(dst.Allocate(source.size), source.size);
         CloneMemory(source.data, source.size, dst.data, dst.size);
     }
 
@@ -74,7 +76,7 @@ public:
     {
         const bool last = refCount == nullptr || LowerCount(refCount, refLock) < 1;
         if (last) {
-            VectorC::Deallocate();
+            Deallocate();
             Free(refCount);
         }
         data = nullptr;
@@ -91,13 +93,14 @@ public:
     uint64_t size = 0;
 
 protected:
-    void Own(uint64_t n)
+    void Own(uint64_t n) { Adopt(VectorC::Allocate(n), n); }
+    void Adopt(T* elements, uint64_t n)
     {
-        data = VectorC::Allocate(n);
+        data = elements;
         try {
             refCount = NewCount();
         } catch (...) {
-            VectorC::Deallocate();
+            Deallocate();
             throw;
         }
         size = n;

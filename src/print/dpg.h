@@ -19,9 +19,9 @@ struct DpgParameters {
     float wlsLambda = 200.0f;
 };
 
-/// The last stage of a print. It predicts how the device reproduces the image and adds to the
-/// intensity the detail (the difference from a smooth base) that the print loses; near black the
-/// result bends onto an exponential toe. Chroma stays.
+/// Exaggerates what the device will flatten. Looks up what it makes of every colour, parts both
+/// pictures, the one meant and the one printed, into large forms and detail, and adds to the
+/// intensity as much detail as the second has less. Ct and Cp are left alone.
 class Dpg {
 public:
     /// @param ranges      codes of the image given and of the image returned, 1/2.2-encoded.

@@ -2,6 +2,7 @@
 
 #include "colorspace/pq.h"
 #include "core/block_loop.h"
+#include "core/channel_curve.h"
 #include "core/exception.h"
 #include "core/power_curve.h"
 #include "core/saturate.h"
@@ -40,18 +41,12 @@ int32_t DepthOfElement()
     return std::is_same_v<T, float> ? D32F : D16U;
 }
 
-void EvaluateAll(const LinearInterpolationFast& curve, PixelBlock& block)
-{
-    for (auto& plane : block.channel) {
-        curve.EvaluateBlock(plane, plane);
-    }
-}
-
 } // namespace
 
 namespace kernels {
 
-// r = b1 + (2d - dp) with the detail d of the image and dp of the print.
+// The image's own detail counts twice, and the print's is taken off: what paper swallows comes
+// back.
 LUMO_CLONES void CombineCodes(const uint16_t* i, const uint16_t* b1, const uint16_t* p,
                               const uint16_t* b2, double* r)
 {
@@ -155,7 +150,7 @@ void DpgStage<T>::Store(int32_t row, int32_t col, int32_t count, PixelBlock& blo
         PixelBlock printed = block;
         dpg_.params.printLut.object->ConvertBlock(printed, count, 3);
         StorePredicted(row, col, count, printed);
-        EvaluateAll(tables_->decoding.table, block);
+        ChannelCurve(tables_->decoding.table).ConvertBlock(block, count, 3);
         SaturateBlock<T>(block);
         StoreWork(row, col, count, block);
     }
@@ -187,7 +182,7 @@ void DpgStage<T>::Send(int32_t row, int32_t col, int32_t count, PixelBlock& bloc
         sink.StoreCodes(row, col, count, codes, block);
     } else {
         SaturateBlock<T>(block);
-        EvaluateAll(tables_->encoding.table, block);
+        ChannelCurve(tables_->encoding.table).ConvertBlock(block, count, 3);
         sink.Store(row, col, count, block);
     }
 }
@@ -234,7 +229,8 @@ void DpgStage<T>::DrainRow(int32_t row, const T* base, const T* printBase, Pixel
     });
 }
 
-// Near black, where there is no headroom below, the result bends onto an exponential.
+// Detail that would reach below half a percent of the range has nowhere to go. Those pixels are set
+// anew, by an exponential of the image's detail, which is dark but never 0.
 template <typename T>
 void DpgStage<T>::CombineBlock(const T* i, const T* b1, const T* p, const T* b2, int32_t count,
                                double* r) const

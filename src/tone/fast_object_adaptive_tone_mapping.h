@@ -1,4 +1,4 @@
-// Maps the base plane with one tone curve a segment, blended without seams.
+// Every segment's own tone curve, and between segments a gradual change from one to the other.
 #pragma once
 
 #include "core/matrix.h"
@@ -8,8 +8,8 @@
 
 namespace lumo {
 
-/// Where a band lies: a band of rows is placed by its first row, a band of columns by its first
-/// column.
+/// Whether a band is some rows of its image, from an offset down, or some columns, from one to the
+/// right.
 enum class BandDirection { rows, columns };
 
 /// Rows and columns.
@@ -18,17 +18,18 @@ struct ImageSize {
     int32_t cols;
 };
 
-/// Tone curves per segment from the segment's histogram, and weight maps that say at every position
-/// how much each segment counts there: its pixels in a window around the position, damped by how
-/// far the position's value lies from the segment's mean. Both at the size of the label image; the
-/// blend at full size.
+/// Compresses the base plane. The light of each segment decides its curve; a pixel is mapped by the
+/// curves of all segments around it and takes the mean of the results, weighted as WeightMaps says.
+/// Curves and weights come from a copy of the plane at the labels' size and are spread over the
+/// whole plane as it is mapped: at once, or band by band later on.
 class FastObjectAdaptiveToneMapping {
 public:
-    /// @param width  window width in pixels of the label image; a negative one counts as 0.
-    /// @param decay  of the similarity weight exp(-difference * decay / 65535).
+    /// @param width  side of the square in which segments are counted, in label pixels; a negative
+    ///               one counts as 0.
+    /// @param decay  how fast unlikeness takes weight off: exp(-difference * decay / 65535).
     FastObjectAdaptiveToneMapping(double width, double decay);
 
-    /// Curves, maps and blend of a whole image.
+    /// Maps a whole plane.
     /// @param src     D16U or D32F, one channel.
     /// @param dst     re-created in the shape of src; may be src.
     /// @param labels  D32S of any size, labels 0 ... n - 1.
@@ -36,33 +37,33 @@ public:
     void operator()(const Matrix& src, Matrix& dst, const ToneCodes& codes,
                     const Matrix_t<int>& labels, int32_t n) const;
 
-    /// Curves and maps only.
+    /// Leaves the mapping to later band calls and hands out what they need.
     /// @param curves  n or more of 65,536 entries each; the first n are written.
     /// @param masks   replaced by n maps of the labels' size.
     /// @throws Exception code 2 for another depth.
     void operator()(const Matrix& src, const ToneCodes& codes, const Matrix_t<int>& labels,
                     int32_t n, VectorC<Vector<double>>& curves, VectorC<Matrix>& masks) const;
 
-    /// Curves, maps and blend of a whole image of T.
+    /// The call for a plane of T.
     template <typename T>
     void ApplyToneMapping(const Matrix& src, Matrix& dst, const ToneCodes& codes,
                           const Matrix_t<int>& labels, int32_t n) const;
 
-    /// Blends one band with stored curves and maps.
+    /// Maps one band with what the second call handed out.
     /// @param src     D16U band; @param dst re-created in its shape; may be src.
-    /// @param offset  first row or column of the band in the image.
+    /// @param offset  row or column of the image that the band begins with.
     /// @throws Exception code 2, empty message, as MakeBandBlend.
     static void ApplyToneMapping(const Matrix& src, Matrix& dst, const ImageSize& image,
                                  const ImageSize& label, const VectorC<Vector<double>>& curves,
                                  const VectorC<Matrix>& masks, int32_t offset,
                                  BandDirection direction);
 
-    /// The blend of a whole image of T, for a caller that runs it with other stages.
+    /// The mapping of a plane of T, for a caller that runs it among other stages.
     template <typename T>
     ToneBlend MakeBlend(const Matrix& src, const ToneCodes& codes, const Matrix_t<int>& labels,
                         int32_t n) const;
 
-    /// The blend of a band.
+    /// The same for a band.
     /// @throws Exception code 2, empty message: an empty band, image or label size; a band that
     ///         leaves the image; no maps, fewer curves than maps, or maps of another size.
     static ToneBlend MakeBandBlend(const ImageSize& band, const ImageSize& image,
@@ -80,7 +81,7 @@ public:
                                         const Matrix_t<int>& labels, int32_t n,
                                         VectorC<Matrix>& masks) const;
 
-    /// The tone operators of all segments, built from the segments' histograms.
+    /// One operator a segment, each fitted to the pixels under its label.
     /// @throws Exception code 2 if labels has not one channel.
     static VectorC<GlobalToneMappingOperatorAdaptive> MakeOperators(const Matrix& small,
                                                                     double ceil,
@@ -88,7 +89,7 @@ public:
                                                                     const Matrix_t<int>& labels,
                                                                     int32_t n);
 
-    /// 65,536 entries: entry i = exp(-i * decay / 65535).
+    /// What a difference of i codes leaves of a weight, for all 65,536 of them.
     Vector<double> weightTable;
     double windowSize;
 };

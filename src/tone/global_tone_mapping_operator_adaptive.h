@@ -1,4 +1,4 @@
-// One tone curve, built from the histogram of an image region.
+// The tone curve of one segment.
 #pragma once
 
 #include "core/linear_interpolation.h"
@@ -9,10 +9,11 @@
 
 namespace lumo {
 
-/// A monotone curve from input codes histMin ... histMax to output codes from outMin on: slope 1
-/// below a threshold, a slope that follows the cube root of the histogram above it, a soft
-/// transition up to a knee, slopes between minSlope and maxSlope, and a total rise equal to the
-/// output range where the limits allow it.
+/// Spends the output codes where the pixels are. Shadows up to the threshold are copied code for
+/// code; above it each of numBins steps rises with the cube root of its pixel count, never so
+/// little that tones merge (minSlope) nor so much that they spread (maxSlope). What that leaves
+/// over of the output range, or lacks, is shared out among the steps that still can give or take.
+/// Between threshold and knee one manner fades into the other.
 class GlobalToneMappingOperatorAdaptive {
 public:
     /// The threshold is clamped into [histMin, histMax].

@@ -1,4 +1,4 @@
-// The tone-reproduction operator.
+// The range of a scene brought down to the range of paper.
 #pragma once
 
 #include "colorspace/color_space.h"
@@ -11,47 +11,47 @@
 
 namespace lumo {
 
-/// Renders a linear image whose codes stand for a known luminance range for a narrower output
-/// range. Built for one run.
+/// Takes linear codes of a scene, of which is known what luminances they mean, to linear codes of a
+/// print. One object, one picture: its numbers depend on both ranges.
 class Htr {
 public:
-    /// Codes of thresholds and ranges are computed, then everything is validated.
+    /// Turns luminances into codes, then looks whether all of it makes sense.
     /// @throws Exception code 3 with the message of the first failing check: an empty or unordered
     ///         input range, luminances outside 0 ... 10000, the same for the output, a threshold
     ///         outside the input range, a long side below 1, detail thresholds outside [0, 1].
     Htr(const LuminanceRangePair& ranges, const HtrParameters& parameters);
 
-    /// Renders a whole image.
+    /// The whole picture at once.
     /// @param src  linear, three channels, D16U or D32F; only read.
     /// @param dst  re-created in the shape of src if it differs; may be src.
     /// @throws Exception code 2 for channels, then depth; whatever the steps throw.
     void operator()(const Matrix& src, Matrix& dst) const;
 
-    /// Segments an image and stores the curves and weight maps of its segments; on failure
-    /// `analysis` is as it was.
+    /// Learns from a small copy of a page, for Correct: segments, their curves, their weight maps.
+    /// `analysis` changes only where all of it succeeds.
     /// @param src  linear and colour-corrected, D16U, analysisRows × analysisCols.
     /// @throws Exception code 2 for channels, code 3 (empty) for the size, code 2 for depth.
     void Analyze(const Matrix& src, HtrAnalysis& analysis) const;
 
-    /// Renders a band with the curves and maps of an analysis.
+    /// A part of the page, by what Analyze has learnt of all of it.
     /// @param src  linear and colour-corrected, D16U, of the size of `band`.
     /// @throws Exception code 2 for channels, code 3 (empty) for sizes, code 2 for depth, and as
     ///         FastObjectAdaptiveToneMapping::MakeBandBlend.
     void Correct(const Matrix& src, Matrix& dst, const HtrAnalysis& analysis,
                  const BandRect& band) const;
 
-    /// RGB or XYZ to the working space, coded in inputCode.
+    /// Into the space that tones are mapped in, codes of inputCode.
     /// @throws Exception code 2 for an unknown working space, code 3 for an unknown colour space.
     void Convert2WorkColorSpace(const Matrix& src, Matrix& dst, double chromaOffset) const;
-    /// The way back, from codes of outputCode; dst may be src.
+    /// Out of it again, from codes of outputCode to linear ones; dst may be src.
     /// @throws Exception as Convert2WorkColorSpace.
     void Convert2DstColorSpace(const Matrix& src, Matrix& dst, double chromaOffset) const;
 
     /// @throws Exception code 3 as the constructor.
     void EnsureValidParameters(const HtrParameters& parameters) const;
 
-    /// The steps of the entry points over streams of pixels, for pipelines that run other stages in
-    /// the same passes. `planes` is scratch.
+    /// What the three calls above do, for pixels that come from and go to another stage without
+    /// being an image in between. `planes` is scratch.
     /// @tparam T  uint16_t or float: the depth that every step is stored in.
     template <typename T>
     void Render(const PixelSource& source, PixelSink& sink, WorkPlanes& planes) const;
@@ -59,10 +59,17 @@ public:
     void CorrectStream(const PixelSource& source, PixelSink& sink, const HtrAnalysis& analysis,
                        const BandRect& band, WorkPlanes& planes) const;
 
-    /// Divides the image into segments.
-    /// @param work    three channels in the working space, the intensity first.
-    /// @param labels  replaced: D32S, labels 0 ... n - 1.
+    /// Divides the image into segments: numSegments of them, or as many as suit it best where
+    /// evaluateSegmentsNumber is set.
+    /// @param work       three channels of T in the working space.
+    /// @param intensity  the first of them as an image.
+    /// @param labels     replaced: D32S, labels 0 ... n - 1.
     /// @returns n, at least 1.
+    /// @throws Exception as FastSlic and SegmentEvaluater.
+    template <typename T>
+    int32_t SegmentImage(const Matrix& work, const Matrix& intensity, Matrix_t<int>& labels,
+                         int32_t numSegments) const;
+    /// The same from planes, the intensity first.
     template <typename T>
     int32_t SegmentImage(const Matrix (&work)[3], Matrix_t<int>& labels, int32_t numSegments) const;
 
@@ -83,6 +90,9 @@ private:
                   WorkPlanes& planes) const;
     template <typename T>
     Matrix_t<int> SegmentPlanes(const WorkPlanes& planes, int32_t longSide, int32_t& count) const;
+    template <typename T, typename Image>
+    int32_t Divide(const Image& work, const Matrix& intensity, Matrix_t<int>& labels,
+                   int32_t numSegments) const;
     template <typename T>
     void SplitBase(WorkPlanes& planes) const;
     template <typename T>

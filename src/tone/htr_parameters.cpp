@@ -15,12 +15,11 @@ HtrParameters::HtrParameters() : numSegmentsSet(std::size(candidates))
     std::copy(std::begin(candidates), std::end(candidates), numSegmentsSet.data);
 }
 
-// The curves are only ever replaced, so that all may share one array of zeros.
+// An array for each: whoever fills the curves of one segment must not change another's.
 HtrAnalysis::HtrAnalysis() : toneCurves(analysisCurves), regionWeights(analysisCurves)
 {
-    const Vector<double> zeros(65536, 0.0);
     for (uint64_t s = 0; s < toneCurves.size; ++s) {
-        toneCurves[s] = zeros;
+        toneCurves[s] = Vector<double>(65536, 0.0);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "core/saturate.h"
 #include "segmentation/fast_slic.h"
 #include "segmentation/segment_evaluater.h"
+#include "segmentation/slic_planes.h"
 #include "smoothing/fast_wls_filter.h"
 #include "smoothing/wls_solver.h"
 #include "tone/detail_recombination.h"
@@ -99,21 +100,36 @@ void Htr::ToPlanes(const PixelSource& source, const ImageConverterInterface* cor
     });
 }
 
-template <typename T>
-int32_t Htr::SegmentImage(const Matrix (&work)[3], Matrix_t<int>& labels, int32_t numSegments) const
+template <typename T, typename Image>
+int32_t Htr::Divide(const Image& work, const Matrix& intensity, Matrix_t<int>& labels,
+                    int32_t numSegments) const
 {
-    const FastSlic slic(0.01 * inputCode.codeMax, slicIterations);
-    const SlicPlanes planes(work);
+    FastSlic slic(0.01 * inputCode.codeMax, slicIterations);
     int32_t count = 0;
     if (params.evaluateSegmentsNumber) {
         SegmentEvaluater evaluater(slic, params.segmentEvaluationParam);
-        count = evaluater.CalculateOptimalSegmentsNumber<T>(planes, work[0], params.numSegmentsSet);
+        count = evaluater.CalculateOptimalSegmentsNumber<T>(work, intensity, params.numSegmentsSet);
         labels = evaluater.labels_;
+    } else if constexpr (std::is_same_v<Image, SlicPlanes>) {
+        count = slic.Segment(work, numSegments, labels);
     } else {
-        count = slic.Segment(planes, numSegments, labels);
+        count = slic(work, numSegments, labels);
     }
     // Where every region was folded away all labels are 0: one segment.
     return std::max(count, 1);
+}
+
+template <typename T>
+int32_t Htr::SegmentImage(const Matrix& work, const Matrix& intensity, Matrix_t<int>& labels,
+                          int32_t numSegments) const
+{
+    return Divide<T>(work, intensity, labels, numSegments);
+}
+
+template <typename T>
+int32_t Htr::SegmentImage(const Matrix (&work)[3], Matrix_t<int>& labels, int32_t numSegments) const
+{
+    return Divide<T>(SlicPlanes(work), work[0], labels, numSegments);
 }
 
 template <typename T>
@@ -237,6 +253,10 @@ void Htr::CorrectStream(const PixelSource& source, PixelSink& sink, const HtrAna
 
 template void Htr::Render<uint16_t>(const PixelSource&, PixelSink&, WorkPlanes&) const;
 template void Htr::Render<float>(const PixelSource&, PixelSink&, WorkPlanes&) const;
+template int32_t Htr::SegmentImage<uint16_t>(const Matrix&, const Matrix&, Matrix_t<int>&,
+                                             int32_t) const;
+template int32_t Htr::SegmentImage<float>(const Matrix&, const Matrix&, Matrix_t<int>&,
+                                          int32_t) const;
 template int32_t Htr::SegmentImage<uint16_t>(const Matrix (&)[3], Matrix_t<int>&, int32_t) const;
 template int32_t Htr::SegmentImage<float>(const Matrix (&)[3], Matrix_t<int>&, int32_t) const;
 

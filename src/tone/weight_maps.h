@@ -1,4 +1,4 @@
-// The weight of every segment at every position of the label image.
+// How much the tone curve of each segment counts, pixel by pixel of the label image.
 #pragma once
 
 #include "core/matrix.h"
@@ -16,14 +16,14 @@ public:
     virtual int32_t Segments() const = 0;
     virtual int32_t Rows() const = 0;
     virtual int32_t Cols() const = 0;
-    /// Where segment s can weigh anything; may be empty.
+    /// The pixels outside which segment s weighs 0; may be empty.
     virtual LabelBox Region(int32_t s) const = 0;
-    /// Weights of segment s in row y of its region, from the region's first column on.
+    /// What segment s weighs in row y of its region, from the region's first column on.
     /// @param scratch, weights  3 × Cols() and Cols() floats.
     virtual void Row(int32_t s, int32_t y, float* scratch, float* weights) const = 0;
 };
 
-/// Maps that are stored as images.
+/// Maps that an analysis has written down as images.
 class StoredWeightMaps : public WeightMaps {
 public:
     /// @param masks  one or more D32F maps of one size.
@@ -41,15 +41,16 @@ private:
     VectorC<Matrix> masks_;
 };
 
-/// Maps that are computed when a row is asked for: the segment's pixels in a window around the
-/// position, damped by how far the position's value lies from the segment's mean.
+/// Maps that are worked out row by row, when one is asked for. A segment counts where it is near,
+/// by its share of the square around a pixel, and where it is alike: less, the further the pixel's
+/// own value is from what the segment has on average.
 /// @tparam T  uint16_t or float, the element of the image.
 template <typename T>
 class RegionWeightMaps : public WeightMaps {
 public:
     /// @param small        the image at the size of the labels.
     /// @param ceil         the image value that the end of the damping table stands for.
-    /// @param weightTable  65,536 damping factors by difference.
+    /// @param weightTable  65,536 factors: what unlikeness by so many codes takes off.
     /// @param windowSize   in label pixels; a negative one counts as 0.
     RegionWeightMaps(const Matrix& small, double ceil, const Matrix_t<int>& labels, int32_t n,
                      const Vector<double>& weightTable, double windowSize);

@@ -2,10 +2,13 @@
 #include "colour/photo_paper_profile.h"
 #include "support/host.h"
 
+#include <algorithm>
+#include <atomic>
 #include <barrier>
 #include <cfenv>
 #include <clocale>
 #include <csignal>
+#include <dlfcn.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <iostream>
@@ -87,6 +90,59 @@ TEST(HostProcess, HandlesAtOnceGiveTheBytesOfOneAlone)
     EXPECT_TRUE(std::equal(inside.begin(), inside.end(), alone.begin()));
 }
 
+#ifdef LUMO_WATCH_WORKERS // the runtime of a sanitizer has stacks and threads of its own
+
+std::atomic<int> threadsStarted{0};
+
+// Threads of the library and of its runtime that a session on this thread starts.
+int StartedBySession(int threads)
+{
+    omp_set_num_threads(threads);
+    const int before = threadsStarted;
+    Session(0, [] {});
+    return threadsStarted - before;
+}
+
+TEST(HostProcess, TriesThreadsOnceAProcess)
+{
+    EXPECT_EQ(3 + 3, StartedBySession(4)); // for the try, and to stay
+    EXPECT_EQ(0, StartedBySession(4));
+    std::thread([] { EXPECT_EQ(3, StartedBySession(4)); }).join();
+}
+
+constexpr size_t painted = size_t{256} << 10;
+
+// Fills what the stack of this thread will need next. @returns where that ends, far below.
+__attribute__((noinline)) uintptr_t PaintStack()
+{
+    volatile unsigned char area[painted];
+    std::fill(area, area + painted, uint8_t{0xA5});
+    return reinterpret_cast<uintptr_t>(area);
+}
+
+__attribute__((noinline)) size_t PaintLost(uintptr_t end)
+{
+    const auto* area = reinterpret_cast<const volatile unsigned char*>(end);
+    return static_cast<size_t>(
+        area + painted - std::find_if(area, area + painted, [](auto c) { return c != 0xA5; }));
+}
+
+TEST(HostProcess, WorkersDoWithTheStackThatIsAskedFor)
+{
+    uintptr_t ends[4];
+    size_t lost[4];
+    omp_set_num_threads(4);
+#pragma omp parallel
+    ends[omp_get_thread_num()] = PaintStack();
+    Session(0, [] {});
+#pragma omp parallel
+    lost[omp_get_thread_num()] = PaintLost(ends[omp_get_thread_num()]);
+    const size_t most = *std::max_element(lost + 1, lost + 4);
+    EXPECT_TRUE(most > 1024 && most < 32 * 1024) << most;
+}
+
+#endif
+
 // The threads of root are not counted: the process becomes somebody who has no other.
 [[noreturn]] void RenderWithThreadsBelow(rlim_t limit)
 {
@@ -156,4 +212,18 @@ TEST(HostProcess, StaysAsItWas)
 }
 
 } // namespace
+
+#ifdef LUMO_WATCH_WORKERS
+// Stands in front of the C library's, for the library and its runtime too.
+extern "C" __attribute__((visibility("default"))) int pthread_create(
+    pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
+    void* argument) noexcept
+{
+    ++threadsStarted;
+    static const auto real =
+        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    return real(thread, attributes, start, argument);
+}
+#endif
+
 } // namespace lumo::test

@@ -100,11 +100,31 @@ TEST(Lut3D, RefusesTooFewNodesShortRangesAndGreyImages)
     const char* few = "Error in Tetrahedralinterpolation::Initialize(), numGrid must be greater "
                       "than or equal to 2";
     const char* channels = "Error in Image Converter::Convert(), data channels must be 1/3";
-    Matrix grey = MakeMatrix<uint16_t>(2, 2, {7});
+    const Matrix grey = MakeMatrix<uint16_t>(2, 2, {7});
+    Matrix dst;
     ExpectException(3, few, [] { PowerTable(0, 65535.0); });
     ExpectException(3, few, [] { PowerTable(1, 65535.0); });
     ExpectException(3, "", [] { PowerTable(4, 1.5); });
-    ExpectException(2, channels, [&] { PowerTable(2, 1.0).Convert(grey, grey); });
+    // Cells of 1: the last one would end where it begins.
+    ExpectException(3, "", [] { PowerTable(4, 2.0); });
+    ExpectException(3, "", [] { PowerTable(2, 0.0); });
+    EXPECT_NO_THROW(PowerTable(4, 3.0));
+    ExpectException(2, channels, [&] { PowerTable(2, 1.0).Convert(grey, dst); });
+    EXPECT_TRUE(dst.rows == 2 && dst.cols == 2 && dst.type == grey.type);
+}
+
+TEST(Lut3D, OwnsItsValues)
+{
+    Vector<double> given(24, 5.0);
+    Lut3D table;
+    table.Initialize(given, 2, 1.0);
+    std::fill(given.data, given.data + given.size, 99.0);
+    Matrix image = MakeMatrix<float>(1, 2, {0.25f}, 3);
+    double pixel[3] = {0.25, 0.25, 0.25};
+    table(pixel, pixel, 3);
+    table.Convert(image, image);
+    EXPECT_TRUE(pixel[0] == 5.0 && pixel[2] == 5.0) << pixel[0];
+    EXPECT_EQ(std::vector<float>(6, 5.0f), Elements<float>(image));
 }
 
 TEST(Lut3D, NamesTheDepthBeforeTheChannels)

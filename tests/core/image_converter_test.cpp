@@ -1,5 +1,6 @@
 #include "core/image_converter.h"
 
+#include "core/channel_curve.h"
 #include "core/image_normalization.h"
 #include "core/power_curve.h"
 #include "support/images.h"
@@ -47,7 +48,69 @@ TEST(ImageConverter, WritesTheRowsOfTheRegionAndNothingAround)
 
 TEST(ImageConverter, BlocksAndPixelsGiveTheSameBits)
 {
+    const ChannelCurve curve(UsualPowerCurve(PowerCurve::decoding).table);
     ExpectBlockEqualsPixel(shift, [&](auto* in, auto* out) { shift(in, out, 3); });
+    ExpectBlockEqualsPixel(curve, [&](auto* in, auto* out) { curve(in, out, 3); });
+}
+
+// Each channel is given the place of the one behind it, less 1.5.
+struct Turn {
+    void operator()(const double* in, double* out)
+    {
+        for (int c = 0; c < 3; ++c) {
+            out[c] = in[(c + 1) % 3] - 1.5;
+        }
+    }
+};
+
+template <typename T>
+void ExpectCallsOfPixels(const std::vector<T>& codes, const std::vector<T>& turned,
+                         const std::vector<T>& added)
+{
+    Matrix image = MakeMatrix<T>(1, 70, codes, 3);
+    ImageConverter::Convert(image, image, Turn());
+    EXPECT_EQ(turned, (std::vector<T>{At<T>(image, 0, 69, 0), At<T>(image, 0, 69, 1),
+                                      At<T>(image, 0, 69, 2)}));
+    Matrix grey = MakeMatrix<T>(2, 3, {codes[2]});
+    const auto add = [](const double* in, double* out, size_t channels) {
+        out[0] += channels == 1 ? in[0] + 1.0 : 0.0;
+    };
+    ImageConverter::Convert(grey, grey, add, shift, add);
+    EXPECT_EQ(added, Elements<T>(grey));
+}
+
+TEST(ImageConverter, TakesAnythingThatCanBeCalledWithAPixel)
+{
+    const auto six = [](auto value) { return std::vector<decltype(value)>(6, value); };
+    ExpectCallsOfPixels<uint8_t>({0, 7, 200}, {5, 198, 0}, six(uint8_t{102}));
+    ExpectCallsOfPixels<uint16_t>({0, 7, 200}, {5, 198, 0}, six(uint16_t{102}));
+    ExpectCallsOfPixels<float>({0, 7, 200.5f}, {5.5f, 199, -1.5f}, six(102.5f));
+    ExpectCallsOfPixels<double>({0, 7, 200.5}, {5.5, 199, -1.5}, six(102.5));
+}
+
+template <typename T>
+void ExpectOnCurve(const std::vector<T>& codes, const std::vector<T>& values)
+{
+    const double x[] = {0, 100, 200}, y[] = {-3, 47.75, 300};
+    LinearInterpolationFast curve;
+    Vector<double> at(3), given(3);
+    std::copy(x, x + 3, at.data);
+    std::copy(y, y + 3, given.data);
+    curve.Initialize(at, given);
+    for (const int32_t channels : {1, 3}) {
+        Matrix dst;
+        ImageConverter::Convert(MakeMatrix<T>(1, 3, codes, channels), dst, ChannelCurve(curve));
+        const std::vector<T> all = Elements<T>(dst);
+        EXPECT_TRUE(std::equal(values.begin(), values.end(), all.begin())) << channels;
+    }
+}
+
+TEST(ChannelCurve, GivesEveryChannelItsValueInEveryDepth)
+{
+    ExpectOnCurve<uint8_t>({0, 100, 250}, {0, 47, 255});
+    ExpectOnCurve<uint16_t>({0, 100, 65535}, {0, 47, 300});
+    ExpectOnCurve<float>({-1, 50, 300}, {-3, 22.375f, 300});
+    ExpectOnCurve<double>({-1, 50, 300}, {-3, 22.375, 300});
 }
 
 TEST(PowerCurve, MapsCodesOfItsInputToLowBits)

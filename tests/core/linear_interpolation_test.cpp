@@ -28,6 +28,12 @@ TEST(LinearInterpolation, InterpolatesHoldsTheEndsAndRefusesTables)
             EXPECT_EQ(c.second, (*curve)(c.first)) << c.first;
         }
     }
+    // What stands beside an end is not looked at beyond it.
+    for (LinearInterpolation* curve : {&searched, static_cast<LinearInterpolation*>(&computed)}) {
+        curve->Initialize(MakeVector({0, 1, 2, 3}), MakeVector({4, HUGE_VAL, -HUGE_VAL, 6}));
+        EXPECT_TRUE((*curve)(0.0) == 4.0 && (*curve)(-1.0) == 4.0) << (*curve)(0.0);
+        EXPECT_TRUE((*curve)(3.0) == 6.0 && (*curve)(9.0) == 6.0) << (*curve)(3.0);
+    }
     searched.Initialize(MakeVector({0, 1, 3, 7, 15}), MakeVector({0, 2, 4, 8, 24}));
     for (const auto& c : {std::pair{0.5, 1.0}, {1, 2}, {2, 3}, {3, 4}, {6, 7}, {11, 16}}) {
         EXPECT_EQ(c.second, searched(c.first)) << c.first;

@@ -1,6 +1,7 @@
 #include "core/matrix.h"
 
 #include "core/allocation.h"
+#include "core/vector.h"
 #include "support/images.h"
 
 namespace lumo::test {
@@ -36,9 +37,31 @@ TEST(Matrix, ExternalHeadersNeitherCountNorFree)
     Matrix view = guarded.image;
     view.Release();
     EXPECT_TRUE(view.data == guarded.image.data && view.external && view.refCount == nullptr);
+    ExpectException(1, "Error in EnsureDataSize, data size is too large.",
+                    [&] { view.Create(1 << 30, 1 << 30, rgb16Type); });
+    EXPECT_TRUE(view.data == guarded.image.data && view.external && view.rows == 2);
     view.CopyTo(view);
     EXPECT_EQ(std::vector<uint16_t>(18, 9), Elements<uint16_t>(view));
     EXPECT_TRUE(!view.external && *view.refCount == 1);
+}
+
+// Elements that lie in the object.
+struct Inside : VectorC<double> {
+    ~Inside() override { Release(); }
+    double* Allocate(uint64_t n) override { return n <= 4 ? room : nullptr; }
+    void Deallocate() override { data = nullptr; }
+    double room[4] = {};
+};
+
+TEST(Vector, CopiesGoIntoTheStorageOfTheirTarget)
+{
+    Vector<double> numbers(3, 7.5);
+    Inside inside;
+    numbers.CopyTo(inside);
+    EXPECT_TRUE(inside.data == inside.room && inside.size == 3 && *inside.refCount == 1);
+    EXPECT_EQ(7.5, inside.room[2]);
+    ExpectException(0, "Error in CloneMemory, failed copy",
+                    [&] { Vector<double>(5, 1.0).CopyTo(inside); });
 }
 
 TEST(Matrix, RefusesMoreThanSixtyGigabytesAndCopiesOfNothing)

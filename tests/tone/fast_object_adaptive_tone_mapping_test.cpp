@@ -4,6 +4,7 @@
 #include "core/matrix_operator.h"
 #include "support/random_images.h"
 #include "tone/global_tone_mapping_operator_adaptive.h"
+#include "tone/htr_parameters.h"
 #include "tone/image_histogram.h"
 #include "tone/segment_window.h"
 
@@ -100,6 +101,25 @@ TEST(FastObjectAdaptiveToneMapping, BlendsACurveASegmentByWindowCountAndDistance
 {
     ExpectLiteralResult<uint16_t>();
     ExpectLiteralResult<float>();
+}
+
+// Dark on the left, light on the right.
+TEST(FastObjectAdaptiveToneMapping, FillsEachCurveOfAFreshRecord)
+{
+    const Matrix image = MakeMatrix<uint16_t>(2, 4, {900, 15000, 42000, 65000});
+    Matrix_t<int> labels(2, 4, D32S);
+    for (int32_t i = 0; i < 8; ++i) {
+        RowOf<int32_t>(labels, 0)[i] = i % 4 / 2;
+    }
+    HtrAnalysis fresh;
+    FastObjectAdaptiveToneMapping(4.0, decay)(image, codes, labels, 2, fresh.toneCurves,
+                                              fresh.regionWeights);
+    const double* dark = fresh.toneCurves[0].data;
+    const double* light = fresh.toneCurves[1].data;
+    EXPECT_FALSE(std::equal(dark, dark + 65536, light));
+    EXPECT_GT(dark[20000], light[20000]); // rises where its pixels are
+    EXPECT_EQ(20u, fresh.toneCurves.size);
+    EXPECT_EQ(0.0, fresh.toneCurves[2][65535]);
 }
 
 TEST(FastObjectAdaptiveToneMapping, RefusesOtherDepthsAndChannels)

@@ -73,9 +73,8 @@ Matrix RenderByPasses(const Htr& htr, const Matrix& src, double least)
     }
     const int size[2] = {std::max(1, src.rows * p.resizedLongSide / src.cols), p.resizedLongSide};
     ImageScalingBilinear().Resize(work, small, size);
-    const Matrix parts[3] = {Channel<T>(small, 0), Channel<T>(small, 1), Channel<T>(small, 2)};
     Matrix_t<int> labels;
-    const int32_t n = htr.SegmentImage<T>(parts, labels, p.numSegments);
+    const int32_t n = htr.SegmentImage<T>(small, Channel<T>(small, 0), labels, p.numSegments);
     Matrix guide(src.rows, src.cols, DepthCode<T>());
     MultiplyByScalar(plane[0], 255.0 / htr.inputCode.codeMax, guide, MatrixOperatorMultiply<T>());
     FastWlsFilter(p.wlsSigma, p.wlsLambda)(plane[0], guide, base);
@@ -118,6 +117,8 @@ void ExpectPasses(double least)
             HtrParameters& p = rendering.parameters;
             p.workColorSpace = space;
             p.resizedLongSide = 60;
+            p.evaluateSegmentsNumber = space == ICtCp;
+            p.numSegments = 6;
             p.thresholdHighX = high;
             p.thresholdHighY = high / 2;
             p.useChromaAdjustment = high < 1.0;
