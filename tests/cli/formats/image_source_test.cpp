@@ -121,6 +121,10 @@ TEST(PngSource, FindsWhatChunksSay)
     write({{"cICP", {9, 16, 0, 1}}, {"gAMA", {0, 0, 0xb1, 0x8f}}});
     ASSERT_TRUE(Describe(path).tags.codePoints);
     EXPECT_EQ(16, Describe(path).tags.codePoints->transfer);
+    EXPECT_TRUE(Describe(path).tags.codePoints->fullRange);
+    write({{"cICP", {9, 18, 0, 0}}});
+    EXPECT_FALSE(Describe(path).tags.codePoints->fullRange);
+    write({{"cICP", {9, 16, 0, 1}}, {"gAMA", {0, 0, 0xb1, 0x8f}}});
     EXPECT_NEAR(2.2, *Describe(path).tags.gamma, 0.001);
     write({{"cICP", {9, 16, 0}}});
     EXPECT_NE(std::string::npos, ErrorOf([&] { Describe(path); }).find("cICP"));

@@ -113,6 +113,7 @@ TEST(PageResult, GoesOnFromAJournalCutAtEveryByte)
     Write(path, 2, Continuation::Refuse);
     const std::string part = Contents(path + ".qva-part");
     const std::string journal = Contents(path + ".qva-journal");
+    std::cout << journal.size() + 1 << " journals tried\n";
     for (std::size_t keep = 0; keep <= journal.size(); ++keep) {
         SCOPED_TRACE(keep);
         const std::string left = journal.substr(0, keep);
@@ -139,6 +140,7 @@ TEST(PageResult, GoesOnOrRefusesAJournalWithABitTurnedOver)
     const std::string journal = Contents(path + ".qva-journal");
     const char* every = std::getenv("LUMO_SWEEP_STRIDE");
     const std::size_t stride = every != nullptr ? std::strtoul(every, nullptr, 10) : 13;
+    std::cout << journal.size() * 8 / std::max(stride, std::size_t{1}) << " journals tried\n";
     for (std::size_t bit = 0; bit < journal.size() * 8; bit += std::max(stride, std::size_t{1})) {
         SCOPED_TRACE(bit);
         std::string changed = journal;
