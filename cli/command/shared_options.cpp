@@ -1,6 +1,7 @@
 #include "command/shared_options.h"
 
 #include "command/option_checks.h"
+#include "formats/format_table.h"
 #include "render/threads.h"
 
 #include <cstdint>
@@ -32,9 +33,7 @@ void AddPhotoOptions(CLI::App& app, PhotoOptions& photo)
 {
     SourceOptions& source = photo.source;
     SizeLimits& limits = photo.limits;
-    app.add_option("PHOTO", photo.path, "The picture: OpenEXR, Radiance HDR, PNG or TIFF")
-        ->required()
-        ->type_name("");
+    app.add_option("PHOTO", photo.path, "The picture: " + FormatNames())->required()->type_name("");
     const char* group = "What the picture means, where it does not say itself";
     app.add_option("--encoding", source.encoding,
                    "How codes stand for light: linear, gamma22, srgb, pq or hlg")
@@ -54,13 +53,16 @@ void AddPhotoOptions(CLI::App& app, PhotoOptions& photo)
     CLI::Option* highest =
         AddNumber(app, "--luminance-max", "cd/m2 of the largest integer code (203; for PQ 10000)",
                   1e-3, 10000.0, [&source](double value) { source.largestCodeLuminance = value; });
+    CLI::Option* hlgPeak = AddNumber(
+        app, "--hlg-peak", "cd/m2, nominal peak of the display that HLG is brought to (1000)",
+        lowestHlgPeak, highestHlgPeak, [&source](double value) { source.hlgPeak = value; });
     CLI::Option* top = AddNumber(
         app, "--top",
         "Brightest cd/m2 to render (the picture's peak, or its 99.99th percentile where a few "
         "pixels lie far above)",
         1e-3, 10000.0, [&source](double value) { source.top = value; });
     white->excludes(highest);
-    for (CLI::Option* option : {white, lowest, highest, top}) {
+    for (CLI::Option* option : {white, lowest, highest, hlgPeak, top}) {
         option->group(group);
     }
     AddNumber(app, "--max-pixels", "Refuse pictures of more pixels (1e9)", 1.0, 1e15,

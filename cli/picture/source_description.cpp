@@ -6,7 +6,8 @@ namespace qva {
 
 double FullScale(const SourceDescription& description)
 {
-    return description.isFloat ? 1.0 : std::exp2(description.bits) - 1.0;
+    const int bits = description.codeBits > 0 ? description.codeBits : description.bits;
+    return description.isFloat ? 1.0 : std::exp2(bits) - 1.0;
 }
 
 ImageSize UprightSize(const SourceDescription& description)

@@ -36,9 +36,10 @@ struct CodePoints {
 /// The statements about colour found in a file; nothing is set that the file does not say.
 struct ColourTags {
     std::optional<CodePoints> codePoints;
-    std::vector<unsigned char> profile; ///< bytes of an embedded ICC profile
-    bool srgb = false;                  ///< PNG's sRGB chunk
-    std::optional<double> gamma;        ///< exponent from signal to light, PNG's gAMA
+    std::string codePointsFrom = "cICP chunk"; ///< for people: where they were found
+    std::vector<unsigned char> profile;        ///< bytes of an embedded ICC profile
+    bool srgb = false;                         ///< PNG's sRGB chunk
+    std::optional<double> gamma;               ///< exponent from signal to light, PNG's gAMA
     std::optional<Chromaticities> chromaticities;
     std::optional<double> whiteLuminance; ///< cd/m² of the value 1.0
 };
@@ -63,6 +64,7 @@ struct SourceDescription {
     ImageSize size;      ///< as stored, before the orientation is applied
     int orientation = 1; ///< 1 ... 8, the values of the TIFF tag 274
     int bits = 0;        ///< of one sample
+    int codeBits = 0;    ///< of the integer codes that are delivered; 0: as many as stored
     bool isFloat = false;
     bool isGrey = false; ///< one channel, delivered as three equal ones
     bool hasAlpha = false;
@@ -77,7 +79,7 @@ struct SourceDescription {
     std::vector<std::string> notes; ///< what the reader left out or could not use
 };
 
-/// @return the largest integer sample, or 1 for floating-point samples.
+/// @return the largest integer code that is delivered, or 1 for floating-point samples.
 double FullScale(const SourceDescription& description);
 
 /// @return the size after the orientation is applied.
