@@ -29,8 +29,8 @@ constexpr CommandEntry commands[] = {
 
 constexpr const char* description =
     "Renders high-dynamic-range photographs for paper.\n"
-    "Reads OpenEXR, Radiance HDR, PNG and TIFF; writes 16-bit TIFF or PNG with the profile\n"
-    "\"BT.2020 gamma 2.2\", where the brightest code is paper white.";
+    "Reads OpenEXR, Radiance HDR, JPEG XL, PNG, TIFF and camera RAW; writes 16-bit TIFF or PNG\n"
+    "with the profile \"BT.2020 gamma 2.2\", where the brightest code is paper white.";
 
 constexpr const char* examples =
     "Examples:\n"

@@ -1,5 +1,7 @@
 #include "formats/format_table.h"
 
+#include "formats/raw_marks.h"
+
 #include <iterator>
 
 namespace qva {
@@ -18,6 +20,12 @@ bool IsHdr(std::string_view head)
     return head.starts_with("#?"sv);
 }
 
+/// A bare codestream, or a container.
+bool IsJxl(std::string_view head)
+{
+    return head.starts_with("\xff\x0a"sv) || head.starts_with("\0\0\0\x0cJXL \r\n\x87\n"sv);
+}
+
 bool IsPng(std::string_view head)
 {
     return head.starts_with("\x89PNG\r\n\x1a\n"sv);
@@ -30,11 +38,25 @@ bool IsTiff(std::string_view head)
            head.starts_with("II+\0"sv) || head.starts_with("MM\0+"sv);
 }
 
+// Libraries that a build may lack.
+#if defined(QVA_HAVE_JXL)
+constexpr auto makeJxl = MakeJxlSource;
+#else
+constexpr decltype(&MakeJxlSource) makeJxl = nullptr;
+#endif
+#if defined(QVA_HAVE_RAW)
+constexpr auto makeRaw = MakeRawSource;
+#else
+constexpr decltype(&MakeRawSource) makeRaw = nullptr;
+#endif
+
 // The order decides where two formats recognise the same bytes.
 constexpr Format formats[] = {
     {"OpenEXR", IsExr, MakeExrSource, "OpenEXR"},
     {"Radiance HDR", IsHdr, MakeHdrSource, "qva itself"},
+    {"JPEG XL", IsJxl, makeJxl, "libjxl"},
     {"PNG", IsPng, MakePngSource, "libpng"},
+    {"camera RAW", IsRaw, makeRaw, "LibRaw"}, // most are TIFF by their first bytes
     {"TIFF", IsTiff, MakeTiffSource, "libtiff"},
 };
 

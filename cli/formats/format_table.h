@@ -25,13 +25,15 @@ struct Format {
 /// @return the first format of the table that recognises the bytes; null where none does.
 const Format* FormatOfContent(std::string_view head);
 
-/// The names of all formats, for people: "OpenEXR, Radiance HDR, PNG or TIFF".
+/// The names of all formats, for people: "OpenEXR, PNG or TIFF".
 std::string FormatNames();
 
 // The readers.
 std::unique_ptr<ImageSource> MakeExrSource();
 std::unique_ptr<ImageSource> MakeHdrSource();
+std::unique_ptr<ImageSource> MakeJxlSource();
 std::unique_ptr<ImageSource> MakePngSource();
+std::unique_ptr<ImageSource> MakeRawSource();
 std::unique_ptr<ImageSource> MakeTiffSource();
 
 } // namespace qva

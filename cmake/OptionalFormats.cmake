@@ -1,0 +1,16 @@
+# Formats whose libraries may be missing. Their lines stay in the table of formats, and the program
+# says which library would read a refused file.
+#
+#   qva_add_format(NAME library SOURCES ... LIBRARIES ...)
+#
+# after NAME_FOUND is known. Defines QVA_HAVE_NAME where the format is built in.
+function(qva_add_format name library)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+    if(NOT ${name}_FOUND)
+        message(STATUS "qva will not read ${name}: ${library} was not found")
+        return()
+    endif()
+    target_sources(lumo_host PRIVATE ${ARG_SOURCES})
+    target_link_libraries(lumo_host PUBLIC ${ARG_LIBRARIES})
+    target_compile_definitions(lumo_host PUBLIC QVA_HAVE_${name})
+endfunction()
