@@ -3,8 +3,8 @@
 #
 #   qva_add_format(NAME library SOURCES ... LIBRARIES ...)
 #
-# after NAME_FOUND is known. Defines QVA_HAVE_NAME where the format is built in, and adds NAME to the global
-# property QVA_FORMATS.
+# after NAME_FOUND is known. Defines QVA_HAVE_NAME for the table where the format is built in, and adds
+# NAME to the global property QVA_FORMATS.
 function(qva_add_format name library)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
     if(NOT ${name}_FOUND)
@@ -14,5 +14,7 @@ function(qva_add_format name library)
     target_sources(lumo_host PRIVATE ${ARG_SOURCES})
     target_link_libraries(lumo_host PUBLIC ${ARG_LIBRARIES})
     set_property(GLOBAL APPEND PROPERTY QVA_FORMATS ${name})
-    target_compile_definitions(lumo_host PUBLIC QVA_HAVE_${name})
+    # Not for every source: most are not concerned by what is built in.
+    set_property(SOURCE formats/format_table.cpp formats/heif_picture.cpp APPEND PROPERTY
+        COMPILE_DEFINITIONS QVA_HAVE_${name})
 endfunction()

@@ -85,6 +85,10 @@ void TakeCodePoints(const SourceDescription& description, const CodePoints& poin
                                                     from, points.transfer));
     }
     known = points.primaries == 2;
+    if (known && description.tags.chromaticities && AreUsable(*description.tags.chromaticities)) {
+        meaning.primaries = *description.tags.chromaticities;
+        meaning.primariesFrom = "chromaticities of the file";
+    }
     for (const PrimariesCode& entry : primariesCodes) {
         if (entry.code == points.primaries) {
             meaning.primaries = entry.primaries;
@@ -185,6 +189,21 @@ void TakeOptions(const SourceOptions& options, Interpretation& meaning)
     }
 }
 
+/// What the file says of the display is believed within the range that --hlg-peak has.
+void SetHlgPeak(const SourceDescription& description, const SourceOptions& options,
+                Interpretation& meaning)
+{
+    const double stated = description.tags.whiteLuminance.value_or(0.0);
+    const bool isStated =
+        !description.sceneLinear && stated >= lowestHlgPeak && stated <= highestHlgPeak;
+    meaning.signalOneLuminance = options.hlgPeak.value_or(isStated ? stated : hlgPeak);
+    meaning.luminanceFrom =
+        fmt::format("HLG on a display of {:.6g} cd/m2", meaning.signalOneLuminance);
+    if (options.hlgPeak || isStated) {
+        meaning.luminanceFrom += options.hlgPeak ? ", --hlg-peak" : ", as the file says";
+    }
+}
+
 void SetLuminance(const SourceDescription& description, const SourceOptions& options,
                   Interpretation& meaning)
 {
@@ -192,6 +211,9 @@ void SetLuminance(const SourceDescription& description, const SourceOptions& opt
     if (options.white && (isPq || meaning.transfer == Transfer::Hlg)) {
         throw Misuse("--white", "the picture is " + NameOfTransfer(meaning) +
                                     " coded, which has no free white");
+    }
+    if (options.hlgPeak && meaning.transfer != Transfer::Hlg) {
+        throw Misuse("--hlg-peak", "the picture is " + NameOfTransfer(meaning) + " coded, not HLG");
     }
     if (options.zeroCodeLuminance || options.largestCodeLuminance) {
         const char* option = options.largestCodeLuminance ? "--luminance-max" : "--luminance-min";
@@ -204,8 +226,7 @@ void SetLuminance(const SourceDescription& description, const SourceOptions& opt
     meaning.signalOneLuminance = isPq ? pqPeak : defaultWhite;
     meaning.luminanceFrom = isPq ? "PQ" : defaultScale;
     if (meaning.transfer == Transfer::Hlg) {
-        meaning.signalOneLuminance = hlgPeak;
-        meaning.luminanceFrom = "HLG on a display of 1000 cd/m2";
+        SetHlgPeak(description, options, meaning);
     } else if (!isPq && description.tags.whiteLuminance) {
         meaning.signalOneLuminance = *description.tags.whiteLuminance;
         meaning.luminanceFrom = "whiteLuminance of the file";

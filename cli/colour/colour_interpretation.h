@@ -16,7 +16,7 @@ enum class Transfer {
     Power,  ///< signal ^ exponent
     Srgb,   ///< IEC 61966-2-1
     Pq,     ///< SMPTE ST 2084
-    Hlg,    ///< ITU-R BT.2100, shown on a display of 1000 cd/m²
+    Hlg,    ///< ITU-R BT.2100, shown on a display of the peak signalOneLuminance
     Profile ///< an embedded ICC profile says
 };
 
@@ -27,8 +27,13 @@ struct SourceOptions {
     std::optional<double> white;                ///< cd/m² of the value 1.0
     std::optional<double> zeroCodeLuminance;    ///< cd/m² of integer code 0
     std::optional<double> largestCodeLuminance; ///< cd/m² of the largest integer code
+    std::optional<double> hlgPeak;              ///< cd/m², nominal peak of the display for HLG
     std::optional<double> top;                  ///< cd/m², brightest level to render
 };
+
+/// cd/m², the peaks that an HLG display may have.
+constexpr double lowestHlgPeak = 100.0;
+constexpr double highestHlgPeak = 10000.0;
 
 /// cd/m² of diffuse white where nothing says otherwise (ITU-R BT.2408-7, 2.2).
 constexpr double defaultWhite = 203.0;
@@ -43,7 +48,8 @@ struct Interpretation {
     bool isInteger = false; ///< samples are whole numbers 0 ... largestCode
     double largestCode = 1.0;
     /// cd/m² of signal 0 and 1; for Transfer::Pq the signals in between lie on a straight line
-    /// between the PQ signals of both, for others their light does. Not used for HLG.
+    /// between the PQ signals of both, for others their light does. For HLG the peak is that of
+    /// the display, and the minimum is not used.
     double signalZeroLuminance = 0.0;
     double signalOneLuminance = defaultWhite;
     bool hasScale = true; ///< false: scene values of which nobody says what light they are

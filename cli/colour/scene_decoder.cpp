@@ -187,12 +187,13 @@ void SceneDecoder::ApplyTransfer(float* rgb, std::size_t samples) const
 void SceneDecoder::ApplyHlgDisplay(float* rgb, std::size_t pixels) const
 {
     // ITU-R BT.2100-2, table 5, OOTF: F = alpha Ys^(gamma - 1) E, black level 0.
+    const double peak = meaning_.signalOneLuminance;
+    const double exponent = HlgSystemGamma(peak) - 1.0;
     for (std::size_t i = 0; i < pixels; ++i) {
         float* pixel = rgb + i * 3;
         const float light = luminanceWeights_[0] * pixel[0] + luminanceWeights_[1] * pixel[1] +
                             luminanceWeights_[2] * pixel[2];
-        const double gain =
-            hlgPeak * std::pow(std::max(static_cast<double>(light), 0.0), hlgSystemGamma - 1.0);
+        const double gain = peak * std::pow(std::max(static_cast<double>(light), 0.0), exponent);
         for (int k = 0; k < 3; ++k) {
             pixel[k] = static_cast<float>(pixel[k] * gain);
         }

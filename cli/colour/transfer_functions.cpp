@@ -42,6 +42,13 @@ double HlgToSceneLight(double signal)
     return (std::exp((clamped - hlgC) / hlgA) + hlgB) / 12.0;
 }
 
+double HlgSystemGamma(double peak)
+{
+    const double ratio = peak / hlgPeak;
+    return peak >= 400.0 && peak <= 2000.0 ? 1.2 + 0.42 * std::log10(ratio)
+                                           : 1.2 * std::pow(1.111, std::log2(ratio));
+}
+
 double SrgbToLinear(double signal)
 {
     const double size = std::abs(signal);

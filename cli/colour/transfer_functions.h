@@ -9,8 +9,10 @@ constexpr double pqPeak = 10000.0;
 /// Nominal peak luminance in cd/m² that HLG is displayed with (ITU-R BT.2100-2, table 5, note 5e).
 constexpr double hlgPeak = 1000.0;
 
-/// Exponent of the HLG display transform at the nominal peak (ITU-R BT.2100-2, table 5).
-constexpr double hlgSystemGamma = 1.2;
+/// Exponent of the HLG display transform (system gamma) on a display of a nominal peak in cd/m²:
+/// 1.2 + 0.42 log10(peak / 1000) (ITU-R BT.2100-2, table 5, note 5f); outside of 400 ... 2000 cd/m²
+/// 1.2 * 1.111 ^ log2(peak / 1000) (ITU-R BT.2390, extended range).
+double HlgSystemGamma(double peak);
 
 /// PQ signal to cd/m² (ITU-R BT.2100-2, table 4, EOTF). The signal is clamped to [0, 1].
 double PqToLuminance(double signal);

@@ -54,6 +54,9 @@ void AddPhotoOptions(CLI::App& app, PhotoOptions& photo)
     CLI::Option* highest =
         AddNumber(app, "--luminance-max", "cd/m2 of the largest integer code (203; for PQ 10000)",
                   1e-3, 10000.0, [&source](double value) { source.largestCodeLuminance = value; });
+    CLI::Option* hlgPeak = AddNumber(
+        app, "--hlg-peak", "cd/m2, nominal peak of the display that HLG is brought to (1000)",
+        lowestHlgPeak, highestHlgPeak, [&source](double value) { source.hlgPeak = value; });
     CLI::Option* top = AddNumber(
         app, "--top",
         "Brightest cd/m2 to render (the picture's peak, or its 99.99th percentile where a few "
@@ -64,7 +67,7 @@ void AddPhotoOptions(CLI::App& app, PhotoOptions& photo)
         "Stops above its white that a picture with a gain map is taken to (all that it has)", 0.0,
         16.0, [&limits](double value) { limits.headroom = value; });
     white->excludes(highest);
-    for (CLI::Option* option : {white, lowest, highest, top, headroom}) {
+    for (CLI::Option* option : {white, lowest, highest, hlgPeak, top, headroom}) {
         option->group(group);
     }
     AddLightOptions(app, photo.light);

@@ -12,7 +12,6 @@
 #include <OpenEXR/ImfPartType.h>
 #include <OpenEXR/ImfRgbaFile.h>
 #include <OpenEXR/ImfStandardAttributes.h>
-#include <OpenEXR/ImfThreading.h>
 #include <OpenEXR/ImfTileDescriptionAttribute.h>
 #include <algorithm>
 #include <fmt/format.h>
@@ -330,11 +329,6 @@ void ExrSource::CopyRow(std::int64_t row, float* out) const
 }
 
 } // namespace
-
-void SetReaderThreads(int threads)
-{
-    Imf::setGlobalThreadCount(threads);
-}
 
 std::unique_ptr<ImageSource> MakeExrSource()
 {

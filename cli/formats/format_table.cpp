@@ -1,5 +1,7 @@
 #include "formats/format_table.h"
 
+#include "formats/raw_marks.h"
+
 #include <algorithm>
 #include <initializer_list>
 #include <iterator>
@@ -23,6 +25,12 @@ bool IsHdr(std::string_view head)
 bool IsJpeg(std::string_view head)
 {
     return head.starts_with("\xff\xd8\xff"sv);
+}
+
+/// A bare codestream, or a container.
+bool IsJxl(std::string_view head)
+{
+    return head.starts_with("\xff\x0a"sv) || head.starts_with("\0\0\0\x0cJXL \r\n\x87\n"sv);
 }
 
 bool IsPng(std::string_view head)
@@ -84,6 +92,16 @@ constexpr auto makeHeic = MakeHeifSource;
 #else
 constexpr decltype(&MakeHeifSource) makeHeic = nullptr;
 #endif
+#if defined(QVA_HAVE_JXL)
+constexpr auto makeJxl = MakeJxlSource;
+#else
+constexpr decltype(&MakeJxlSource) makeJxl = nullptr;
+#endif
+#if defined(QVA_HAVE_RAW)
+constexpr auto makeRaw = MakeRawSource;
+#else
+constexpr decltype(&MakeRawSource) makeRaw = nullptr;
+#endif
 
 // The order decides where two formats recognise the same bytes.
 constexpr Format formats[] = {
@@ -92,7 +110,9 @@ constexpr Format formats[] = {
     {"JPEG", IsJpeg, makeJpeg, "libjpeg"},
     {"AVIF", IsAvif, makeAvif, "dav1d"},
     {"HEIC", IsHeic, makeHeic, "libde265"},
+    {"JPEG XL", IsJxl, makeJxl, "libjxl"},
     {"PNG", IsPng, MakePngSource, "libpng"},
+    {"camera RAW", IsRaw, makeRaw, "LibRaw"}, // most are TIFF by their first bytes
     {"TIFF", IsTiff, MakeTiffSource, "libtiff"},
 };
 

@@ -25,7 +25,7 @@ struct Format {
 /// @return the first format of the table that recognises the bytes; null where none does.
 const Format* FormatOfContent(std::string_view head);
 
-/// The names of all formats, for people: "OpenEXR, Radiance HDR, PNG or TIFF".
+/// The names of all formats, for people: "OpenEXR, PNG or TIFF".
 std::string FormatNames();
 
 // The readers; those of optional libraries are missing where QVA_HAVE_... is not defined.
@@ -33,7 +33,9 @@ std::unique_ptr<ImageSource> MakeExrSource();
 std::unique_ptr<ImageSource> MakeHdrSource();
 std::unique_ptr<ImageSource> MakeHeifSource();
 std::unique_ptr<ImageSource> MakeJpegSource();
+std::unique_ptr<ImageSource> MakeJxlSource();
 std::unique_ptr<ImageSource> MakePngSource();
+std::unique_ptr<ImageSource> MakeRawSource();
 std::unique_ptr<ImageSource> MakeTiffSource();
 
 } // namespace qva

@@ -108,6 +108,34 @@ TEST(Interpret, WhiteOfTheFileYieldsToTheOption)
     EXPECT_EQ(120.0, Interpret(description, options).signalOneLuminance);
 }
 
+TEST(Interpret, HlgPeakIsTheOptionsThenTheFiles)
+{
+    SourceDescription hlg = Integers();
+    hlg.tags.codePoints = CodePoints{9, 18, 0, true};
+    EXPECT_EQ(1000.0, Interpret(hlg, {}).signalOneLuminance);
+    hlg.tags.whiteLuminance = 600.0;
+    EXPECT_EQ(600.0, Interpret(hlg, {}).signalOneLuminance);
+    SourceOptions options;
+    options.hlgPeak = 4000.0;
+    EXPECT_EQ(4000.0, Interpret(hlg, options).signalOneLuminance);
+    hlg.tags.whiteLuminance = 1e-3; // of no display
+    EXPECT_EQ(1000.0, Interpret(hlg, {}).signalOneLuminance);
+    const std::string error = samples::ErrorOf([&] { Interpret(Integers(), options); });
+    EXPECT_TRUE(error.starts_with("--hlg-peak: ")) << error;
+}
+
+// Code points without primaries leave these to what else the file says.
+TEST(Interpret, ChromaticitiesFillUnspecifiedPrimaries)
+{
+    SourceDescription description = Integers();
+    description.tags.codePoints = CodePoints{2, 13, 0, true};
+    description.tags.codePointsFrom = "colour encoding";
+    description.tags.chromaticities = FindPrimaries("adobe-rgb");
+    const Interpretation meaning = Interpret(description, {});
+    EXPECT_EQ("adobe-rgb", NameOfPrimaries(meaning.primaries));
+    EXPECT_EQ("colour encoding", meaning.transferFrom);
+}
+
 TEST(Interpret, RefusesWhatFitsNotAndNamesIt)
 {
     const auto coded = [](int primaries, int transfer, int matrix) {

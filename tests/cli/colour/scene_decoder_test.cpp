@@ -32,6 +32,13 @@ std::vector<float> Decode(const Interpretation& meaning, std::vector<float> rgb)
     return rgb;
 }
 
+Interpretation HlgCodes()
+{
+    Interpretation meaning = Codes(Transfer::Hlg, bt2020);
+    meaning.signalOneLuminance = hlgPeak;
+    return meaning;
+}
+
 void ExpectNear(const std::vector<double>& expected, const std::vector<float>& actual,
                 double relative)
 {
@@ -60,7 +67,9 @@ TEST(SceneDecoder, FollowsTheStandardsCurves)
         SCOPED_TRACE(c.signal);
         const auto code = static_cast<float>(std::round(c.signal * 65535.0));
         ExpectNear({c.luminance, c.luminance, c.luminance},
-                   Decode(Codes(c.transfer, bt2020), {code, code, code}), c.relative);
+                   Decode(c.transfer == Transfer::Hlg ? HlgCodes() : Codes(c.transfer, bt2020),
+                          {code, code, code}),
+                   c.relative);
     }
 }
 
@@ -92,10 +101,34 @@ TEST(SceneDecoder, ConvertsPrimaries)
 
 TEST(SceneDecoder, HlgDisplayKeepsTheRatiosOfLight)
 {
-    const std::vector<float> out = Decode(Codes(Transfer::Hlg, bt2020), {65535, 32768, 0});
+    const std::vector<float> out = Decode(HlgCodes(), {65535, 32768, 0});
     // Scene light 1 and 1/12 of the primaries; Ys = 0.2627 + 0.6780 / 12 (BT.2100-2, table 5).
     const double gain = 1000.0 * std::pow(0.2627 + 0.6780 / 12.0, 0.2);
     ExpectNear({gain, gain / 12.0, 0.0}, out, 2e-4);
+}
+
+// ITU-R BT.2100-2, note 5f; its extension in ITU-R BT.2390.
+TEST(SceneDecoder, HlgFollowsThePeakOfItsDisplayAndItsPrimaries)
+{
+    const struct {
+        double peak;
+        double gamma;
+    } cases[] = {{1000.0, 1.2}, {2000.0, 1.326}, {400.0, 1.033}, {4000.0, 1.481}, {100.0, 0.846}};
+    for (const auto& c : cases) {
+        EXPECT_NEAR(c.gamma, HlgSystemGamma(c.peak), 0.0005) << c.peak;
+        Interpretation meaning = Codes(Transfer::Hlg, bt2020);
+        meaning.signalOneLuminance = c.peak;
+        // Grey of the scene light 1/12.
+        const double grey = c.peak * std::pow(1.0 / 12.0, c.gamma);
+        ExpectNear({c.peak, c.peak, c.peak}, Decode(meaning, {65535, 65535, 65535}), 1e-6);
+        ExpectNear({grey, grey, grey}, Decode(meaning, {32768, 32768, 32768}), 2e-3);
+    }
+    // Full green of BT.709 has the luminance 0.7152 (BT.709-6), whatever its place in BT.2020.
+    Interpretation meaning = Codes(Transfer::Hlg, bt709);
+    meaning.signalOneLuminance = hlgPeak;
+    const std::vector<float> green = Decode(meaning, {0, 65535, 0});
+    EXPECT_NEAR(1000.0 * std::pow(0.7152, 1.2),
+                0.2627 * green[0] + 0.6780 * green[1] + 0.0593 * green[2], 0.2);
 }
 
 // A matrix profile and the same primaries and power without the colour engine.

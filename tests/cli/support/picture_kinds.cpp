@@ -5,6 +5,13 @@
 #include "jpeg_samples.h"
 #include "samples.h"
 
+#if defined(QVA_HAVE_JXL)
+#include "jxl_samples.h"
+#endif
+#if defined(QVA_HAVE_RAW)
+#include "dng_samples.h"
+#endif
+
 namespace qva::samples {
 
 namespace {
@@ -130,6 +137,43 @@ void CopyHeifs(const std::string& folder)
     }
 }
 
+void WriteJxls(const std::string& folder)
+{
+#if defined(QVA_HAVE_JXL)
+    const std::vector<double> codes = Codes(pixels * 3, 997, 65536);
+    WriteJxl(folder + "jxl_codes", size, codes, {.profile = RenderedProfile()});
+    WriteJxl(folder + "jxl_lossy", size, codes,
+             {.isLossless = false,
+              .transfer = JXL_TRANSFER_FUNCTION_PQ,
+              .primaries = JXL_PRIMARIES_2100});
+    WriteJxl(folder + "jxl_float", size, Codes(pixels * 3, 3, 20), {.bits = 32, .isFloat = true});
+    WriteJxl(folder + "jxl_boxes", size, Codes(pixels * 4, 37, 256),
+             {.bits = 8,
+              .channels = 4,
+              .hasContainer = true,
+              .orientation = 8,
+              .frames = 2,
+              .exif = {'I', 'I', 42, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+              .xmp = "<x:xmpmeta/>"});
+#else
+    static_cast<void>(folder);
+#endif
+}
+
+void WriteRaws(const std::string& folder)
+{
+#if defined(QVA_HAVE_RAW)
+    std::vector<double> light = Codes(32 * 24 * 3, 7, 100);
+    for (double& value : light) {
+        value /= 100.0;
+    }
+    WriteDng(folder + "dng", {32, 24}, light);
+    WriteDng(folder + "dng_big_endian", {32, 24}, light, {.orientation = 3, .isBigEndian = true});
+#else
+    static_cast<void>(folder);
+#endif
+}
+
 } // namespace
 
 void WritePictureKinds(const std::string& path)
@@ -145,6 +189,8 @@ void WritePictureKinds(const std::string& path)
     WriteHdrs(folder);
     WriteJpegs(folder);
     CopyHeifs(folder);
+    WriteJxls(folder);
+    WriteRaws(folder);
 }
 
 } // namespace qva::samples
