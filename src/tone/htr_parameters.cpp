@@ -1,6 +1,7 @@
 #include "tone/htr_parameters.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 namespace lumo {
@@ -19,7 +20,8 @@ HtrParameters::HtrParameters() : numSegmentsSet(std::size(candidates))
 HtrAnalysis::HtrAnalysis() : toneCurves(analysisCurves), regionWeights(analysisCurves)
 {
     for (uint64_t s = 0; s < toneCurves.size; ++s) {
-        toneCurves[s] = Vector<double>(65536, 0.0);
+        toneCurves[s] = Vector<double>(65536);
+        std::memset(toneCurves[s].data, 0, 65536 * sizeof(double));
     }
 }
 
