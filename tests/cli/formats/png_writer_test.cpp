@@ -87,9 +87,7 @@ TEST(PngWriter, SaysWhatTheSystemSays)
     const auto ignored = std::signal(SIGXFSZ, SIG_IGN);
     const rlimit none = {0, old.rlim_max};
     setrlimit(RLIMIT_FSIZE, &none);
-    const std::string error = samples::ErrorOf([&path] {
-        Write(path, {Compression::None, 0.0});
-    });
+    const std::string error = samples::ErrorOf([&path] { Write(path, {Compression::None, 0.0}); });
     setrlimit(RLIMIT_FSIZE, &old);
     std::signal(SIGXFSZ, ignored);
     EXPECT_EQ(path + ": cannot be written: file too large", error);

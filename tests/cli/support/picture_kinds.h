@@ -1,4 +1,5 @@
-// Pictures of 9 x 7 pixels, some larger, in every kind that is read: what hostile files and fuzzing begin with.
+// Pictures of 9 x 7 pixels, some larger, in every kind that is read: what hostile files and fuzzing
+// begin with.
 #pragma once
 
 #include <string>
