@@ -141,7 +141,7 @@ void HeifPicture::ReadGrid(const HeifItem& item)
         }
         tiles_.push_back(tile);
     }
-    if (tiles_.size() != static_cast<std::size_t>(rows_ * columns_)) {
+    if (tiles_.size() != static_cast<std::size_t>(rows_) * static_cast<std::size_t>(columns_)) {
         throw Failure(path_, badGrid);
     }
 }
