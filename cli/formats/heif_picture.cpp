@@ -34,19 +34,21 @@ bool IsCoded(const HeifItem& item)
     return item.type == FourLetters("av01") || item.type == FourLetters("hvc1");
 }
 
+#if defined(QVA_HAVE_AVIF)
+constexpr const char* missingForAv1 = nullptr;
+#else
+constexpr const char* missingForAv1 = "dav1d";
+#endif
+#if defined(QVA_HAVE_HEIC)
+constexpr const char* missingForHevc = nullptr;
+#else
+constexpr const char* missingForHevc = "libde265";
+#endif
+
 /// @return the library that this build lacks for a codec; nullptr where it has it.
 const char* MissingLibrary(std::uint32_t codec)
 {
-    if (codec == FourLetters("av01")) {
-#ifndef QVA_HAVE_AVIF
-        return "dav1d";
-#endif
-    } else {
-#ifndef QVA_HAVE_HEIC
-        return "libde265";
-#endif
-    }
-    return nullptr;
+    return codec == FourLetters("av01") ? missingForAv1 : missingForHevc;
 }
 
 std::uint32_t ConfigurationOf(std::uint32_t codec)
