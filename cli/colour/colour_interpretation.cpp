@@ -229,7 +229,7 @@ void SetLuminance(const SourceDescription& description, const SourceOptions& opt
         SetHlgPeak(description, options, meaning);
     } else if (!isPq && description.tags.whiteLuminance) {
         meaning.signalOneLuminance = *description.tags.whiteLuminance;
-        meaning.luminanceFrom = "whiteLuminance of the file";
+        meaning.luminanceFrom = "the white of the file";
     }
     if (options.white || options.largestCodeLuminance) {
         meaning.signalOneLuminance = options.white ? *options.white : *options.largestCodeLuminance;

@@ -1,6 +1,7 @@
 #include "colour/gain_map_light.h"
 
 #include "base/errors.h"
+#include "colour/colour_interpretation.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -69,6 +70,9 @@ void GainMapLight::Describe(SourceDescription& description) const
     description.sceneLinear = true;
     description.tags = {};
     description.tags.chromaticities = primaries_;
+    // The value 1.0 is the white of the rendition for ordinary displays: the light is known, and
+    // not to be exposed anew.
+    description.tags.whiteLuminance = defaultWhite;
 }
 
 void GainMapLight::Apply(const GainMapper::Rows& rows, const float* upper, const float* lower,

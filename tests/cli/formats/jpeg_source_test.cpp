@@ -1,4 +1,5 @@
 #include "base/errors.h"
+#include "colour/colour_interpretation.h"
 #include "colour/icc_builder.h"
 #include "formats/image_source.h"
 #include "jpeg_samples.h"
@@ -154,6 +155,7 @@ TEST(GainMapJpeg, TakesTheLightOfEveryKind)
             const SourceDescription found = Describe(path);
             EXPECT_TRUE(found.isFloat);
             EXPECT_FALSE(found.hasMorePictures);
+            EXPECT_TRUE(Interpret(found, {}).hasScale); // it is not to be exposed anew
             EXPECT_TRUE(
                 std::any_of(found.findings.begin(), found.findings.end(),
                             [&](const Finding& f) { return f.text.starts_with(kind.name); }));

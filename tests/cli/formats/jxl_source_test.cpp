@@ -155,8 +155,8 @@ TEST(JxlSource, LossyLightIsThatOfThePicture)
     const std::string path = folder / "a.jxl";
     std::vector<double> codes;
     for (int i = 0; i < size.width * size.height; ++i) {
-        const double x = i % size.width;
-        const double y = static_cast<double>(i / size.width);
+        const auto x = static_cast<double>(i % size.width);
+        const auto y = static_cast<double>(i / size.width);
         codes.insert(codes.end(), {300.0 + 9.0 * x, 250.0 + 12.0 * y, 480.0});
     }
     samples::WriteJxl(path, size, codes,
