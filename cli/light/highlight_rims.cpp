@@ -29,8 +29,11 @@ void HighlightRims::operator()(float* rgb, std::size_t pixels) const
     for (std::size_t i = 0; i < pixels; ++i) {
         float* pixel = rgb + i * 3;
         const float highest = std::max({pixel[0], pixel[1], pixel[2]});
+        if (!(highest > dimmest) || !std::isfinite(highest)) {
+            continue;
+        }
         const float ratio = std::min({pixel[0], pixel[1], pixel[2]}) / highest;
-        if (!(highest > dimmest) || !(ratio > coloured) || !std::isfinite(highest)) {
+        if (!(ratio > coloured)) {
             continue;
         }
         const auto level = static_cast<float>(std::log(static_cast<double>(highest / dimmest)));

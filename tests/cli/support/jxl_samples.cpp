@@ -32,15 +32,14 @@ std::vector<unsigned char> Pixels(const std::vector<double>& samples, const JxlK
 {
     std::vector<unsigned char> bytes;
     for (const double sample : samples) {
-        const auto value = static_cast<float>(sample);
-        const auto byte = static_cast<std::uint8_t>(sample);
-        const auto code = static_cast<std::uint16_t>(
-            kind.isFloat ? 0.0 : std::round(sample * 65535.0 / (std::exp2(kind.bits) - 1.0)));
         if (kind.isFloat) {
+            const auto value = static_cast<float>(sample);
             Append(bytes, &value, sizeof value);
         } else if (kind.bits == 8) {
-            Append(bytes, &byte, sizeof byte);
+            bytes.push_back(static_cast<std::uint8_t>(sample));
         } else {
+            const auto code = static_cast<std::uint16_t>(
+                std::round(sample * 65535.0 / (std::exp2(kind.bits) - 1.0)));
             Append(bytes, &code, sizeof code);
         }
     }
