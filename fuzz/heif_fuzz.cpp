@@ -25,13 +25,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     try {
         const qva::HeifItems items("name", {data, size});
-        for (const auto& [id, item] : items.All()) {
+        for (const auto& entry : items.All()) {
+            const auto& item = entry.second;
             const std::vector<qva::HeifProperty> properties = items.PropertiesOf(item);
             qva::ViewOf(properties, {640, 480});
             qva::ColourOf(properties, {});
             qva::LightFindings(properties);
             qva::MetadataOf(items, item);
-            items.HasPicturesBeside(id);
+            items.HasPicturesBeside(entry.first);
             ReadHeader([&] { qva::ReadAv1Header(items.DataOf(item)); });
             ReadHeader([&] {
                 qva::ReadHevcHeader(items.PropertyOf(item, qva::FourLetters("hvcC")),
