@@ -1,9 +1,12 @@
 /* Usage: reload PLUG_IN KILOBYTES. Loads and unloads a plug-in a hundred times and runs its main
- * every tenth time; files and threads must not add up, nor memory beyond that much. */
+ * every tenth time; files and threads must not add up, nor memory beyond that much. Huge pages are
+ * off, since one of them outweighs any leak; a thread that was joined may stay listed for a moment,
+ * so that a count which falls is no fault. */
 #include <dirent.h>
 #include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 static int CountEntries(const char* path)
@@ -32,6 +35,7 @@ int main(int argc, char** argv)
 {
     int files = 0, threads = 0;
     long memory = 0;
+    prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0);
     for (int round = 0; round < 100 && argc == 3; ++round) {
         int (*run)(void) = NULL;
         void* plugIn = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
@@ -52,5 +56,5 @@ int main(int argc, char** argv)
     threads -= CountEntries("/proc/self/task");
     memory -= ResidentKilobytes();
     printf("files %+d, threads %+d, memory %+ld kB\n", -files, -threads, -memory);
-    return argc == 3 && files == 0 && threads == 0 && -memory < atol(argv[2]) ? 0 : 1;
+    return argc == 3 && files >= 0 && threads >= 0 && -memory < atol(argv[2]) ? 0 : 1;
 }
