@@ -48,8 +48,8 @@ struct Interpretation {
     bool isInteger = false; ///< samples are whole numbers 0 ... largestCode
     double largestCode = 1.0;
     /// cd/m² of signal 0 and 1; for Transfer::Pq the signals in between lie on a straight line
-    /// between the PQ signals of both, for others their light does. For HLG the peak is that of
-    /// the display, and the minimum is not used.
+    /// between the PQ signals of both, for others their light does. For HLG the second is the peak
+    /// of the display, and the first is not used.
     double signalZeroLuminance = 0.0;
     double signalOneLuminance = defaultWhite;
     bool hasScale = true; ///< false: scene values of which nobody says what light they are
