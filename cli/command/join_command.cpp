@@ -146,7 +146,8 @@ void JoinCommand::Run()
         CheckStrips(file, progress);
     }
     const BandPlan plan = files.front().record.plan;
-    const WriteSettings settings = files.front().reader.Page().settings;
+    WriteSettings settings = files.front().reader.Page().settings;
+    settings.metadata = files.front().record.metadata;
     std::vector<StripReader> readers;
     for (ShareFile& file : files) {
         readers.push_back(std::move(file.reader));

@@ -104,7 +104,7 @@ void PrintCommand::RunAtOnce(const PrinterProfile& profile, const Examination& f
     if (sheet != nullptr) {
         WriteSideBySide(*sheet, clipped, ReducePage(page, RenderedLight()));
     }
-    WritePage(output, page, SettingsFor(options_.write, found.description), progress);
+    WritePage(output, page, SettingsFor(options_, found.description), progress);
 }
 
 void PrintCommand::RunInBands(const PrinterProfile& profile, const Examination& found,

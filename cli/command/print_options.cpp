@@ -4,6 +4,7 @@
 #include "base/output_file.h"
 #include "command/option_checks.h"
 #include "formats/writer_table.h"
+#include "picture/print_metadata.h"
 
 #include <fmt/format.h>
 
@@ -72,6 +73,10 @@ void AddOutputOptions(CLI::App& app, PrintOptions& options)
     AddNumber(app, "--dpi", "Pixels per inch to state in the result", 1.0, 100000.0,
               [&options](double value) { options.write.dpi = value; })
         ->group(group);
+    app.add_flag_callback(
+           "--no-metadata", [&options] { options.keepsMetadata = false; },
+           "Leave out what the picture says about itself: Exif, XMP, IPTC")
+        ->group(group);
     AddNoClobberOption(app, options.noClobber)->group(group);
     CLI::Option* quiet =
         app.add_flag("-q,--quiet", options.quiet, "No progress and no remarks")->group(group);
@@ -122,10 +127,13 @@ void CheckNames(const PrintOptions& options)
     }
 }
 
-WriteSettings SettingsFor(const WriteSettings& write, const SourceDescription& source)
+WriteSettings SettingsFor(const PrintOptions& options, const SourceDescription& source)
 {
-    WriteSettings settings = write;
+    WriteSettings settings = options.write;
     settings.dpi = settings.dpi > 0.0 ? settings.dpi : source.dpi;
+    if (options.keepsMetadata) {
+        settings.metadata = MetadataForPrint(source);
+    }
     return settings;
 }
 
@@ -135,7 +143,7 @@ PageRequest RequestFor(const PrintOptions& options, const SourceDescription& sou
     request.photo = options.photo.path;
     request.limits = options.photo.limits;
     request.render = options.render;
-    request.write = SettingsFor(options.write, source);
+    request.write = SettingsFor(options, source);
     request.output = options.output;
     request.sideBySide = options.sideBySide;
     return request;

@@ -17,6 +17,7 @@ struct PrintOptions {
     std::string output;
     std::string sideBySide; ///< empty: none
     WriteSettings write;
+    bool keepsMetadata = true;
     bool noClobber = false;
     bool quiet = false;
     bool verbose = false;
@@ -32,8 +33,9 @@ void FinishPrint(PrintOptions& options);
 /// @throws Failure where an output exists that is to be kept.
 void CheckNames(const PrintOptions& options);
 
-/// How to write, with the resolution of the source where none is asked for.
-WriteSettings SettingsFor(const WriteSettings& write, const SourceDescription& source);
+/// How to write, with the resolution of the source where none is asked for, and what of its
+/// metadata stays true of a print.
+WriteSettings SettingsFor(const PrintOptions& options, const SourceDescription& source);
 
 /// What a page's run takes from the options, for a picture that has been looked at.
 PageRequest RequestFor(const PrintOptions& options, const SourceDescription& source);

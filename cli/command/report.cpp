@@ -2,6 +2,7 @@
 
 #include "base/errors.h"
 #include "base/json_text.h"
+#include "picture/print_metadata.h"
 #include "render/renderer.h"
 
 #include <fmt/format.h>
@@ -42,6 +43,14 @@ std::string HandedOver(const RenderRange& range)
 bool HasFlaws(const SampleCounts& counts)
 {
     return counts.notANumber + counts.infinite + counts.negative > 0;
+}
+
+std::vector<Finding> AllFindings(const SourceDescription& description)
+{
+    std::vector<Finding> findings = description.findings;
+    const std::vector<Finding> metadata = MetadataFindings(description);
+    findings.insert(findings.end(), metadata.begin(), metadata.end());
+    return findings;
 }
 
 std::vector<std::string> AllNotes(const Examination& found)
@@ -85,7 +94,7 @@ std::string ReportText(const Examination& found, double threshold)
     for (const std::string& step : StepsOf(found.light)) {
         line("first", step);
     }
-    for (const Finding& finding : description.findings) {
+    for (const Finding& finding : AllFindings(description)) {
         line(finding.label.c_str(), finding.text);
     }
     line("range", fmt::format("{:.6g} to {:.6g} cd/m2 ({})", found.range.bottom, found.range.top,
@@ -162,7 +171,7 @@ std::string ReportJson(const Examination& found, double threshold)
     json.Close();
     json.Add("threshold", FitThreshold(threshold, found.range));
     json.OpenArray("findings");
-    for (const Finding& finding : description.findings) {
+    for (const Finding& finding : AllFindings(description)) {
         json.OpenObject();
         json.Add("label", finding.label);
         json.Add("text", finding.text);

@@ -51,7 +51,8 @@ void PngFile::SetHeader(ImageSize size, int bits, int level)
 
 void PngFile::Finish()
 {
-    Guard([](png_structp png, png_infop info) { png_write_end(png, info); });
+    // All that describes the picture stands before its pixels; the library would write some twice.
+    Guard([](png_structp png, png_infop) { png_write_end(png, nullptr); });
     std::FILE* file = file_;
     file_ = nullptr;
     if (std::fclose(file) != 0) {

@@ -1,11 +1,13 @@
 // Rendered pages as 16-bit PNG.
 #include "colour/icc_builder.h"
 #include "formats/png_file.h"
+#include "formats/png_metadata.h"
 #include "formats/writer_table.h"
 
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace qva {
@@ -22,6 +24,44 @@ png_unknown_chunk CodePointsChunk(unsigned char (&data)[4])
     chunk.size = sizeof data;
     chunk.location = PNG_HAVE_IHDR;
     return chunk;
+}
+
+/// A text of a PNG. The library takes what it may not change as if it could.
+png_text Text(const char* keyword, const std::string& text, int compression)
+{
+    static char none[] = "";
+    png_text chunk{};
+    chunk.compression = compression;
+    chunk.key = const_cast<char*>(keyword);
+    chunk.text = const_cast<char*>(text.data());
+    chunk.lang = none;
+    chunk.lang_key = none;
+    if (compression == PNG_ITXT_COMPRESSION_NONE) {
+        chunk.itxt_length = text.size();
+    } else {
+        chunk.text_length = text.size();
+    }
+    return chunk;
+}
+
+void SetMetadata(PngFile& file, const Metadata& metadata)
+{
+    std::vector<unsigned char> exif = metadata.exif;
+    const std::string xmp(metadata.xmp.begin(), metadata.xmp.end());
+    const std::string iptc = metadata.iptc.empty() ? "" : PngIptcText(metadata.iptc);
+    const png_text packet = Text(pngXmpKeyword, xmp, PNG_ITXT_COMPRESSION_NONE);
+    const png_text datasets = Text(pngIptcKeyword, iptc, PNG_TEXT_COMPRESSION_zTXt);
+    file.Guard([&](png_structp out, png_infop info) {
+        if (!exif.empty()) {
+            png_set_eXIf_1(out, info, static_cast<png_uint_32>(exif.size()), exif.data());
+        }
+        if (!xmp.empty()) {
+            png_set_text(out, info, &packet, 1);
+        }
+        if (!iptc.empty()) {
+            png_set_text(out, info, &datasets, 1);
+        }
+    });
 }
 
 class PngWriter : public RowWriter {
@@ -53,6 +93,7 @@ PngWriter::PngWriter(const OutputFile& file, ImageSize size, const WriteSettings
     unsigned char codePoints[4] = {9, 4, 0, 1};
     const png_unknown_chunk chunk = CodePointsChunk(codePoints);
     const auto perMetre = static_cast<png_uint_32>(std::lround(settings.dpi / 0.0254));
+    SetMetadata(png_, settings.metadata);
     png_.Guard([&](png_structp out, png_infop info) {
         png_set_iCCP(out, info, "BT.2020 gamma 2.2", PNG_COMPRESSION_TYPE_BASE, profile.data(),
                      static_cast<png_uint_32>(profile.size()));

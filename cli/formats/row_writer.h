@@ -1,6 +1,8 @@
 // The row interface that every format of rendered pages stands behind.
 #pragma once
 
+#include "picture/source_description.h"
+
 #include <cstdint>
 
 namespace qva {
@@ -10,7 +12,8 @@ enum class Compression { None, Lzw, Deflate };
 /// How a page is written.
 struct WriteSettings {
     Compression compression = Compression::Deflate;
-    double dpi = 0.0; ///< pixels per inch; 0: not stated
+    double dpi = 0.0;       ///< pixels per inch; 0: not stated
+    Metadata metadata = {}; ///< written as it is
 };
 
 /// A rendered page written row by row, with the profile of RenderedProfile. A format is one class

@@ -1,6 +1,7 @@
 // TIFF pictures of 8- or 16-bit integers or 16- or 32-bit floating-point samples.
 #include "base/errors.h"
 #include "formats/format_table.h"
+#include "formats/tiff_metadata.h"
 #include "picture/input_file.h"
 
 #include <Imath/half.h>
@@ -134,6 +135,7 @@ void TiffSource::Open(const std::string& path, const SizeLimits& limits)
     DescribeSamples();
     DescribeColour();
     DescribeResolution();
+    description_.metadata = ReadTiffMetadata(path);
     PlanBands(limits);
 }
 

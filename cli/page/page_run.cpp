@@ -189,8 +189,13 @@ PageSummary PageRun::Run()
     const auto start = std::chrono::steady_clock::now();
     Reduce();
     const LineRun lines = plan_.LinesOf(plan_.BandsOfShare(job_.share.number, job_.share.count));
-    PageResult result(request_.output, StripsOf(plan_, lines, request_.write), plan_.bandLines,
-                      ShareText(job_), request_.continuation);
+    TiffPage page = StripsOf(plan_, lines, request_.write);
+    if (request_.cut.share) {
+        // It stands in the description, for the page that is joined.
+        page.settings.metadata = {};
+    }
+    PageResult result(request_.output, page, plan_.bandLines, ShareText(job_),
+                      request_.continuation);
     SetFarewell(fmt::format("\nqva: stopped; {} goes on with {}\n",
                             request_.continuation == Continuation::Any ? "the same command"
                                                                        : "'qva page --resume'",
