@@ -36,6 +36,7 @@ public:
             png_.Guard([bytes](png_structp out, png_infop) { png_write_row(out, bytes); });
         }
     }
+    std::int64_t RowsAtOnce() const override { return 1; }
     void Finish() override { png_.Finish(); }
 
 private:
