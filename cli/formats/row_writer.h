@@ -25,6 +25,9 @@ public:
     /// Takes the next rows.
     virtual void Write(const std::uint16_t* codes, std::int64_t count) = 0;
 
+    /// Rows that are best written in one call; others are gathered first.
+    virtual std::int64_t RowsAtOnce() const = 0;
+
     /// Completes the file; every row must have come.
     virtual void Finish() = 0;
 };
