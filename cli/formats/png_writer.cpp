@@ -53,7 +53,16 @@ PngWriter::PngWriter(const OutputFile& file, ImageSize size, const WriteSettings
     unsigned char codePoints[4] = {9, 4, 0, 1};
     const png_unknown_chunk chunk = CodePointsChunk(codePoints);
     const auto perMetre = static_cast<png_uint_32>(std::lround(settings.dpi / 0.0254));
+    char key[] = "Software";
+    std::string software = SoftwareText(settings.renderedFor);
+    png_text text{};
+    text.compression = PNG_TEXT_COMPRESSION_NONE;
+    text.key = key;
+    text.text = software.data();
     png_.Guard([&](png_structp out, png_infop info) {
+        if (settings.renderedFor) {
+            png_set_text(out, info, &text, 1);
+        }
         png_set_iCCP(out, info, "BT.2020 gamma 2.2", PNG_COMPRESSION_TYPE_BASE, profile.data(),
                      static_cast<png_uint_32>(profile.size()));
         png_set_unknown_chunks(out, info, &chunk, 1);

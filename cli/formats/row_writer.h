@@ -1,7 +1,10 @@
 // The row interface that every format of rendered pages stands behind.
 #pragma once
 
+#include "picture/rendered_for.h"
+
 #include <cstdint>
+#include <optional>
 
 namespace qva {
 
@@ -10,7 +13,8 @@ enum class Compression { None, Lzw, Deflate };
 /// How a page is written.
 struct WriteSettings {
     Compression compression = Compression::Deflate;
-    double dpi = 0.0; ///< pixels per inch; 0: not stated
+    double dpi = 0.0;                            ///< pixels per inch; 0: not stated
+    std::optional<RenderedFor> renderedFor = {}; ///< stated where given
 };
 
 /// A rendered page written row by row, with the profile of RenderedProfile. A format is one class
