@@ -35,5 +35,6 @@ std::unique_ptr<Command> MakeJoinCommand();
 std::unique_ptr<Command> MakePageCommand();
 std::unique_ptr<Command> MakePreviewCommand();
 std::unique_ptr<Command> MakePrintCommand();
+std::unique_ptr<Command> MakeProofCommand();
 
 } // namespace qva

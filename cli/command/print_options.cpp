@@ -12,41 +12,6 @@ namespace qva {
 
 namespace {
 
-void AddRenderOptions(CLI::App& app, PrintOptions& options)
-{
-    const char* group = "Rendering";
-    app.add_option("--profile", options.profile,
-                   "ICC profile of printer and paper (a generic photo paper)")
-        ->check(NotEmpty())
-        ->type_name("FILE")
-        ->group(group);
-    app.add_option_function<std::string>(
-           "--paper-white",
-           [&options](const std::string& text) { options.render.paperWhite = std::stoi(text); },
-           "cd/m2 of paper white where the print will hang: 100, 200 or 400 (100)")
-        ->check(OneOf({"100", "200", "400"}))
-        ->type_name("NUMBER")
-        ->group(group);
-    AddNumber(app, "--threshold", "cd/m2, tones below it keep their contrast (1.3)", 0.0, 100.0,
-              [&options](double value) { options.render.threshold = value; })
-        ->group(group);
-    app.add_option_function<std::string>(
-           "--intent",
-           [&options](const std::string& text) {
-               options.render.saturation = text == "saturation";
-           },
-           "Rendering intent: relative or saturation (relative)")
-        ->check(OneOf({"relative", "saturation"}))
-        ->type_name("NAME")
-        ->group(group);
-    app.add_flag_callback(
-           "--no-black-point-compensation",
-           [&options] { options.render.blackPointCompensation = false; },
-           "Do not fit the picture's black to the printer's")
-        ->group(group);
-    AddThreadsOption(app, options.threads)->group(group);
-}
-
 void AddOutputOptions(CLI::App& app, PrintOptions& options)
 {
     const char* group = "Output";
@@ -85,6 +50,39 @@ void AddOutputOptions(CLI::App& app, PrintOptions& options)
         ->group(group);
 }
 
+} // namespace
+
+void AddRenderOptions(CLI::App& app, std::string& profile, RenderSettings& render, int& threads)
+{
+    const char* group = "Rendering";
+    app.add_option("--profile", profile, "ICC profile of printer and paper (a generic photo paper)")
+        ->check(NotEmpty())
+        ->type_name("FILE")
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--paper-white",
+           [&render](const std::string& text) { render.paperWhite = std::stoi(text); },
+           "cd/m2 of paper white where the print will hang: 100, 200 or 400 (100)")
+        ->check(OneOf({"100", "200", "400"}))
+        ->type_name("NUMBER")
+        ->group(group);
+    AddNumber(app, "--threshold", "cd/m2, tones below it keep their contrast (1.3)", 0.0, 100.0,
+              [&render](double value) { render.threshold = value; })
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--intent",
+           [&render](const std::string& text) { render.saturation = text == "saturation"; },
+           "Rendering intent: relative or saturation (relative)")
+        ->check(OneOf({"relative", "saturation"}))
+        ->type_name("NAME")
+        ->group(group);
+    app.add_flag_callback(
+           "--no-black-point-compensation", [&render] { render.blackPointCompensation = false; },
+           "Do not fit the picture's black to the printer's")
+        ->group(group);
+    AddThreadsOption(app, threads)->group(group);
+}
+
 void RefuseSameFile(const std::string& output, const std::string& other, const char* what)
 {
     if (!output.empty() && !other.empty() && AreSameFile(output, other)) {
@@ -92,12 +90,10 @@ void RefuseSameFile(const std::string& output, const std::string& other, const c
     }
 }
 
-} // namespace
-
 void AddPrintOptions(CLI::App& app, PrintOptions& options)
 {
     AddPhotoOptions(app, options.photo);
-    AddRenderOptions(app, options);
+    AddRenderOptions(app, options.profile, options.render, options.threads);
     AddOutputOptions(app, options);
 }
 
@@ -125,6 +121,14 @@ void CheckNames(const PrintOptions& options)
             EnsureNew(output);
         }
     }
+}
+
+std::optional<RenderedFor> PaperOf(const PrinterProfile& profile, const RenderSettings& render)
+{
+    if (render.preview) {
+        return std::nullopt;
+    }
+    return RenderedFor{DigestOf(profile.bytes), {render.saturation, render.blackPointCompensation}};
 }
 
 WriteSettings SettingsFor(const PrintOptions& options, const SourceDescription& source)

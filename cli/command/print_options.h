@@ -25,6 +25,13 @@ struct PrintOptions {
 
 void AddPrintOptions(CLI::App& app, PrintOptions& options);
 
+/// How a picture is rendered, and for which paper.
+void AddRenderOptions(CLI::App& app, std::string& profile, RenderSettings& render, int& threads);
+
+/// @throws Misuse where an output is the other file, or would be.
+/// @param what  the other file is, for people: "the photograph".
+void RefuseSameFile(const std::string& output, const std::string& other, const char* what);
+
 /// What only all options together can tell.
 /// @throws Misuse.
 void FinishPrint(PrintOptions& options);
@@ -32,6 +39,9 @@ void FinishPrint(PrintOptions& options);
 /// @throws Misuse where an output is one of the inputs, or two outputs are one file.
 /// @throws Failure where an output exists that is to be kept.
 void CheckNames(const PrintOptions& options);
+
+/// What a result states about its paper; nothing for a preview.
+std::optional<RenderedFor> PaperOf(const PrinterProfile& profile, const RenderSettings& render);
 
 /// How to write, with the resolution of the source where none is asked for, and what of its
 /// metadata stays true of a print.

@@ -5,6 +5,7 @@
 #include "formats/png_metadata.h"
 #include "picture/exif_data.h"
 #include "picture/input_file.h"
+#include "picture/rendered_for.h"
 
 #include <cerrno>
 #include <csetjmp>
@@ -156,6 +157,12 @@ void PngSource::ReadColour()
     double gamma = 0.0;
     if (png_get_gAMA(png_, info_, &gamma) != 0 && gamma > 0.0) {
         tags.gamma = 1.0 / gamma;
+    }
+    png_textp texts = nullptr;
+    for (int i = png_get_text(png_, info_, &texts, nullptr) - 1; i >= 0; --i) {
+        if (std::strcmp(texts[i].key, "Software") == 0) {
+            AddPaper(texts[i].text, description_);
+        }
     }
     Chromaticities c;
     if (png_get_cHRM(png_, info_, &c.white.x, &c.white.y, &c.red.x, &c.red.y, &c.green.x,

@@ -116,7 +116,12 @@ void PngWriter::WriteHeader(const WriteSettings& settings)
     const png_unknown_chunk chunk = CodePointsChunk(codePoints);
     const auto perMetre = static_cast<png_uint_32>(std::lround(settings.dpi / 0.0254));
     SetMetadata(png_, settings.metadata);
+    const std::string software = SoftwareText(settings.renderedFor);
+    const png_text text = Text("Software", software, PNG_TEXT_COMPRESSION_NONE);
     png_.Guard([&](png_structp out, png_infop info) {
+        if (settings.renderedFor) {
+            png_set_text(out, info, &text, 1);
+        }
         png_set_iCCP(out, info, "BT.2020 gamma 2.2", PNG_COMPRESSION_TYPE_BASE, profile.data(),
                      static_cast<png_uint_32>(profile.size()));
         png_set_unknown_chunks(out, info, &chunk, 1);

@@ -1,9 +1,11 @@
 // The row interface that every format of rendered pages stands behind.
 #pragma once
 
+#include "picture/rendered_for.h"
 #include "picture/source_description.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace qva {
 
@@ -12,8 +14,9 @@ enum class Compression { None, Lzw, Deflate };
 /// How a page is written.
 struct WriteSettings {
     Compression compression = Compression::Deflate;
-    double dpi = 0.0;       ///< pixels per inch; 0: not stated
-    Metadata metadata = {}; ///< written as it is
+    double dpi = 0.0;                            ///< pixels per inch; 0: not stated
+    Metadata metadata = {};                      ///< written as it is
+    std::optional<RenderedFor> renderedFor = {}; ///< stated where given
 };
 
 /// A rendered page written row by row, with the profile of RenderedProfile. A format is one class

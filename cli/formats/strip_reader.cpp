@@ -55,6 +55,9 @@ StripReader::StripReader(const std::string& path) : path_(path), file_(std::make
     if (TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &dpi) == 1) {
         page_.settings.dpi = static_cast<double>(dpi);
     }
+    if (TIFFGetField(tiff, TIFFTAG_SOFTWARE, &text) == 1) {
+        page_.settings.renderedFor = ParseSoftware(text);
+    }
     if (TIFFGetField(tiff, TIFFTAG_IMAGEDESCRIPTION, &text) == 1) {
         page_.description = text;
     }

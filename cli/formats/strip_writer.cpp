@@ -16,7 +16,8 @@ namespace {
 
 bool SetText(TIFF* tiff, const TiffPage& page)
 {
-    bool done = TIFFSetField(tiff, TIFFTAG_SOFTWARE, "qva") == 1;
+    bool done =
+        TIFFSetField(tiff, TIFFTAG_SOFTWARE, SoftwareText(page.settings.renderedFor).c_str()) == 1;
     if (!page.profile.empty()) {
         done = done && TIFFSetField(tiff, TIFFTAG_ICCPROFILE,
                                     static_cast<std::uint32_t>(page.profile.size()),

@@ -3,6 +3,7 @@
 #include "formats/format_table.h"
 #include "formats/tiff_metadata.h"
 #include "picture/input_file.h"
+#include "picture/rendered_for.h"
 
 #include <Imath/half.h>
 #include <algorithm>
@@ -189,6 +190,10 @@ void TiffSource::DescribeColour()
         description_.tags.profile.assign(bytes, bytes + size);
     } else if (profileRefused_) {
         description_.tags.profile.assign(1, 0);
+    }
+    const char* software = nullptr;
+    if (TIFFGetField(file_.get(), TIFFTAG_SOFTWARE, &software) == 1) {
+        AddPaper(software, description_);
     }
 }
 

@@ -28,9 +28,6 @@ struct PageJob {
     Share share;                  ///< of this run; not part of JobText
 };
 
-/// A digest of bytes.
-std::uint64_t DigestOf(const std::vector<unsigned char>& bytes);
-
 /// Writes the members of a job into an object that is open.
 void WriteJob(JsonWriter& json, const PageJob& job);
 

@@ -7,6 +7,7 @@
 #include "page/page_assembly.h"
 #include "page/page_lines.h"
 #include "page/reduced_page.h"
+#include "picture/rendered_for.h"
 #include "render/side_by_side.h"
 
 #include <algorithm>

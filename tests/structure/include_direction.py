@@ -18,7 +18,7 @@ FLOORS = {
     "src": [["core"], ["colorspace", "smoothing"], ["segmentation"], ["tone"], ["print"],
             ["controller"], ["api"]],
     "cli": [["base"], ["picture"], ["colour"], ["light"], ["formats"], ["render"], ["page"],
-            ["command"]],
+            ["proof"], ["command"]],
 }
 # Superpixels need no smoother: the tone operator brings the two together.
 APART = {("segmentation", "smoothing")}
@@ -100,6 +100,7 @@ FAULTS = [
     ({"src/core/a.h": ["<api/x.h>"], "src/api/x.h": []}, "core may not see api"),
     ({"src/segmentation/g.cpp": ["smoothing/s.h"]}, "segmentation may not see smoothing"),
     ({"cli/base/b.h": ["page/r.h"], "cli/page/r.h": []}, "base may not see page"),
+    ({"cli/page/p.h": ["proof/r.h"], "cli/proof/r.h": []}, "page may not see proof"),
     ({"cli/page/p.h": ["page/q.h"]}, "circle page/p.h -> page/q.h -> page/p.h"),
     ({"cli/page/p.h": ["page/p.h"]}, "circle page/p.h -> page/p.h"),
     ({"cli/attic/x.h": []}, "attic has no place"),

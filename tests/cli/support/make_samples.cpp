@@ -151,6 +151,13 @@ int main(int count, char** arguments)
     samples::WriteBytes(folder + "device.icc", std::string(profile.begin(), profile.end()));
     std::string damaged = samples::PrinterSample();
     samples::WriteBytes(folder + "printer.icc", damaged);
+    samples::WriteBytes(folder + "paper.icc", samples::PrinterSample({.whiteY = 0.8}));
+    samples::WriteBytes(folder + "press.icc", samples::PrinterSample({.isCmyk = true}));
+    samples::WriteBytes(folder + "no_way_back.icc",
+                        samples::PrinterSample({.hasFromDevice = false}));
+    std::string link = damaged;
+    link.replace(12, 4, "link");
+    samples::WriteBytes(folder + "link.icc", link);
     // The first table's place in the directory: outside the file, while others lie in it.
     damaged[136] = 1;
     samples::WriteBytes(folder + "damaged.icc", damaged);
