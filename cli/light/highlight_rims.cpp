@@ -1,6 +1,7 @@
 #include "light/highlight_rims.h"
 
 #include "colour/luminance.h"
+#include "light/smooth_step.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,12 +15,6 @@ constexpr float dimmest = 1500.0f; // cd/m²
 constexpr float bright = 8000.0f;
 constexpr float coloured = 0.35f;
 constexpr float nearlyWhite = 0.62f;
-
-float SmoothStep(float position)
-{
-    const float x = std::clamp(position, 0.0f, 1.0f);
-    return x * x * (3.0f - 2.0f * x);
-}
 
 } // namespace
 

@@ -36,7 +36,8 @@ LightPlan PlanLight(const LightOptions& options, Interpretation& meaning,
 {
     LightPlan plan;
     ChooseExposure(options, meaning, statistics, plan);
-    plan.repairs = options.repairs && statistics.DarkerThanBlack() > 0;
+    plan.repairs = options.repairs && statistics.DarkerThanBlack() > 0 &&
+                   statistics.Peak() >= defaultWhite;
     plan.fitsColour = options.fitsColour && statistics.PixelsBelowZero() > 0;
     const double brightest = BrightestOf(statistics);
     if (brightest > pqPeak) {
@@ -50,7 +51,7 @@ std::vector<std::string> StepsOf(const LightPlan& plan)
 {
     std::vector<std::string> steps;
     if (plan.repairs) {
-        steps.emplace_back("undershoot filled");
+        steps.emplace_back("undershoot beside bright light filled");
     }
     if (plan.fitsColour) {
         steps.emplace_back("colours outside BT.2020 moved in");

@@ -22,7 +22,7 @@ expect 0 "" info photo.exr --exposure -1
 expect_output "-1.00 EV (--exposure)"
 expect_output "peak 810."
 expect 0 "" info light.tif
-expect_output "undershoot filled"
+expect_output "undershoot beside bright light filled"
 expect_output "colours outside BT.2020 moved in"
 expect_output "rims of the brightest light mixed"
 expect_output "bent to 10000"

@@ -157,9 +157,24 @@ TEST(ColourFit, KeepsLuminanceAndTheLineToGrey)
     EXPECT_NEAR(0.0, fitted[2], 1e-5);
     EXPECT_NEAR((pixel[0] - grey) / (pixel[1] - grey), (fitted[0] - grey) / (fitted[1] - grey),
                 1e-3);
-    Row darker = {-5.0f, 1.0f, 0.5f};
-    ColourFit()(darker.data(), 1);
-    EXPECT_EQ(Row(3, 0.0f), darker);
+}
+
+// What has next to no light, or less than none, has no colour that could be kept: a shadow would
+// turn to black dots where one of its channels carries what there is.
+TEST(ColourFit, CutsWhatHasNextToNoLight)
+{
+    Row errors = {-5.0f, 1.0f, 0.5f, 0.6f, -0.2f, 0.4f, 2.0f, -0.6f, -0.3f};
+    ColourFit()(errors.data(), 3);
+    EXPECT_EQ((Row{0, 1.0f, 0.5f, 0.6f, 0, 0.4f, 2.0f, 0, 0}), errors);
+    float last = 0.5f; // of red, on the way to a colour
+    for (float green = -0.25f; green < 0.1f; green += 0.002f) {
+        Row pixel = {0.5f, green, -0.1f};
+        ColourFit()(pixel.data(), 1);
+        EXPECT_NEAR(last, pixel[0], 0.02f);
+        EXPECT_GE(std::min(pixel[1], pixel[2]), 0.0f);
+        last = pixel[0];
+    }
+    EXPECT_LT(last, 0.45f);
 }
 
 TEST(HighlightRims, TakesOnlyWhatIsBrightAndNearlyWhite)
@@ -184,32 +199,89 @@ TEST(HighlightRims, TakesOnlyWhatIsBrightAndNearlyWhite)
     }
 }
 
-TEST(NegativeRepair, FillsRunsFromTheirDarkerEnd)
-{
-    const auto greys = [](const Row& lights) {
-        Row rgb;
-        for (const float light : lights) {
-            rgb.insert(rgb.end(), 3, light);
-        }
-        return rgb;
-    };
-    const struct {
-        Row lights;
-        Row repaired;
-    } cases[] = {{{20, -400, 7000, -3, -1, 25, 0}, {20, 20, 7000, 25, 25, 25, 0}},
-                 {{-1, -2, 9}, {9, 9, 9}},
-                 {{9, -2}, {9, 9}},
-                 {{-1, -2}, {-1, -2}},
-                 {{0, -1, 5}, {0, 0, 5}}};
-    for (const auto& c : cases) {
-        Row row = greys(c.lights);
-        NegativeRepair()(row.data(), c.lights.size());
-        EXPECT_EQ(greys(c.repaired), row);
+/// A made picture with pixels of one grey each, or of one colour.
+struct Picture {
+    std::int64_t width;
+    Row rgb;
+
+    Picture(std::int64_t columns, std::int64_t rows, float grey)
+        : width(columns), rgb(static_cast<std::size_t>(columns * rows * 3), grey)
+    {
     }
-    Row colour = {-1, 3, 0, 5, 5, 5}; // negative in one channel only
-    const Row before = colour;
-    NegativeRepair()(colour.data(), 2);
-    EXPECT_EQ(before, colour);
+    float* At(std::int64_t x, std::int64_t y) { return rgb.data() + (y * width + x) * 3; }
+    void Set(std::int64_t x, std::int64_t y, float grey) { std::fill_n(At(x, y), 3, grey); }
+    Picture Turned() const
+    {
+        const auto height = static_cast<std::int64_t>(rgb.size()) / 3 / width;
+        Picture turned(height, width, 0.0f);
+        for (std::int64_t y = 0; y < height; ++y) {
+            for (std::int64_t x = 0; x < width; ++x) {
+                std::copy_n(rgb.data() + (y * width + x) * 3, 3, turned.At(y, x));
+            }
+        }
+        return turned;
+    }
+    Picture Repaired() const
+    {
+        Picture repaired = *this;
+        const auto height = static_cast<std::int64_t>(rgb.size()) / 3 / width;
+        for (std::int64_t y = 0; y < height; ++y) {
+            NegativeRepair()({rgb.data(), width, height}, y, repaired.At(0, y));
+        }
+        return repaired;
+    }
+};
+
+// A lamp of 7000 cd/m² with undershoot around it, two pixels wide below.
+TEST(NegativeRepair, FillsRingsAroundBrightLightFromTheirDarkSide)
+{
+    Picture picture(9, 9, 30.0f);
+    for (const auto& [x, y] : {std::pair(4, 3), {3, 4}, {5, 4}, {4, 5}, {4, 6}, {3, 3}}) {
+        picture.Set(x, y, -400.0f);
+    }
+    picture.Set(4, 4, 7000.0f);
+    picture.Set(2, 3, 20.0f);
+    std::copy_n(Row{60.0f, 1.0f, -5.0f}.data(), 3, picture.At(3, 7)); // dark, and no colour
+    Picture expected = picture;
+    for (const auto& [x, y] : {std::pair(4, 3), {5, 4}, {4, 5}, {4, 6}}) {
+        expected.Set(x, y, 30.0f);
+    }
+    expected.Set(3, 3, 20.0f);
+    expected.Set(3, 4, 20.0f);
+    EXPECT_EQ(expected.rgb, picture.Repaired().rgb);
+    EXPECT_EQ(expected.Turned().rgb, picture.Turned().Repaired().rgb);
+}
+
+// Errors of a shadow: below 0 over an area, in front of something lit, but beside nothing that
+// could have rung so deep.
+TEST(NegativeRepair, LeavesWhatIsNoUndershoot)
+{
+    const struct {
+        const char* what;
+        float lit;
+        float depth;
+    } cases[] = {{"nothing bright", 150.0f, 1.0f}, {"too deep", 1000.0f, 201.0f}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Picture picture(9, 5, -c.depth);
+        for (std::int64_t y = 0; y < 5; ++y) {
+            picture.Set(0, y, c.lit);
+            picture.Set(8, y, 1.0f);
+        }
+        EXPECT_EQ(picture.rgb, picture.Repaired().rgb);
+    }
+    Picture wide(12, 1, -1.0f);
+    wide.Set(0, 0, 500.0f);
+    wide.Set(1, 0, 20.0f);
+    Picture expected = wide; // only as far as a resampler reaches
+    expected.Set(2, 0, 20.0f);
+    expected.Set(3, 0, 20.0f);
+    EXPECT_EQ(expected.rgb, wide.Repaired().rgb);
+    Picture colour(2, 1, 5000.0f);
+    std::copy_n(Row{-1, 3, 0}.data(), 3, colour.At(0, 0)); // negative in one channel only
+    EXPECT_EQ(colour.rgb, colour.Repaired().rgb);
+    Picture none(2, 1, -1.0f);
+    EXPECT_EQ(none.rgb, none.Repaired().rgb);
 }
 
 TEST(LightSteps, LeaveGreyGreyAndWithoutAPlanEverything)
