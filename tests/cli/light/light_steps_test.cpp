@@ -177,17 +177,17 @@ TEST(ColourFit, CutsWhatHasNextToNoLight)
     EXPECT_LT(last, 0.45f);
 }
 
-TEST(HighlightRims, TakesOnlyWhatIsBrightAndNearlyWhite)
+// A candle's flame becomes white, glass before the sky stays coloured.
+TEST(HighlightRims, TakesFarTooBrightLightToWhite)
 {
     const struct {
         Row pixel;
         float share; ///< of the way to grey
     } cases[] = {
-        {{1000, 1490, 1100}, 0.0f},    // not bright
-        {{20000, 9000, 500}, 0.0f},    // a red light
-        {{9000, 8500, 6000}, 1.0f},    // bright and nearly white
-        {{3464.1f, 3300, 2300}, 0.5f}, // half way from 1500 to 8000 on a logarithmic axis
-        {{9000, 7000, 4365}, 0.5f},    // half way from 0.35 to 0.62
+        {{9000, 29000, 26000}, 0.0f},   // turquoise glass
+        {{54772, 33000, 2000}, 0.5f},   // half way from 30000 to 100000 on a logarithmic axis
+        {{100000, 40000, 1000}, 1.0f},  // a flame
+        {{3e6f, 2.8e6f, 2.5e6f}, 1.0f}, // the sun
     };
     for (const auto& c : cases) {
         Row mixed = c.pixel;
