@@ -6,7 +6,7 @@
 namespace qva {
 
 LightSteps::LightSteps(const LightPlan& plan)
-    : plan_(plan), shoulder_(plan.shoulderEnd)
+    : plan_(plan), shoulder_(plan.shoulderEnd, plan.shoulderTop)
 {
 }
 

@@ -68,7 +68,7 @@ TEST(ExposureAnchor, HoldsOverSixOrdersOfMagnitude)
             std::clamp(mean, ExposureAnchor::darkest, ExposureAnchor::brightest);
         Interpretation meaning = Unscaled();
         PictureStatistics statistics = StatisticsOf(scene);
-        const LightPlan plan = PlanLight({}, meaning, statistics);
+        const LightPlan plan = PlanLight({}, {}, meaning, statistics);
         EXPECT_NEAR(expected, LogMean(scene, std::exp2(plan.exposure)), 0.01 * expected);
         EXPECT_NEAR(expected, statistics.LogMeanLuminance(), 0.02 * expected);
         EXPECT_DOUBLE_EQ(defaultWhite * std::exp2(plan.exposure), meaning.signalOneLuminance);
@@ -104,7 +104,7 @@ TEST(PlanLight, ExposesOnlyWhereNothingStatesTheScale)
     pq.transfer = Transfer::Pq;
     const auto exposure = [&dark](const LightOptions& options, Interpretation meaning) {
         PictureStatistics statistics = StatisticsOf(dark);
-        return PlanLight(options, meaning, statistics).exposure;
+        return PlanLight(options, {}, meaning, statistics).exposure;
     };
     EXPECT_GT(exposure({}, Unscaled()), 5.0);
     EXPECT_EQ(0.0, exposure(none, Unscaled()));
@@ -114,11 +114,47 @@ TEST(PlanLight, ExposesOnlyWhereNothingStatesTheScale)
     EXPECT_ANY_THROW(exposure(asked, pq));
 }
 
+TEST(PlanLight, BendsToTheTopThatIsAskedForUnlessCodesPass)
+{
+    const Row bright(30, 5000.0f);
+    const auto end = [&bright](std::optional<double> top, Interpretation meaning) {
+        PictureStatistics statistics = StatisticsOf(bright);
+        const LightPlan plan = PlanLight({}, top, meaning, statistics);
+        return std::pair(plan.shoulderEnd > 0.0, plan.shoulderTop);
+    };
+    Interpretation scaled = Unscaled();
+    scaled.hasScale = true;
+    EXPECT_EQ(std::pair(false, 10000.0), end({}, scaled));
+    EXPECT_EQ(std::pair(true, 3000.0), end(3000.0, scaled));
+    Interpretation pq = scaled;
+    pq.transfer = Transfer::Pq;
+    pq.isInteger = true;
+    pq.codeWhite = 65535.0;
+    pq.signalOneLuminance = 10000.0;
+    EXPECT_FALSE(end(3000.0, pq).first);
+}
+
+TEST(PlanLight, WritesAnExposureAsExactAsItIs)
+{
+    for (const auto& [stops, text] :
+         {std::pair(1.5, "+1.50 EV"), {-0.001, "-0.001 EV"}, {0.0, "none"}, {-12.34, "-12.34 EV"}})
+    {
+        LightPlan plan;
+        plan.exposure = stops;
+        EXPECT_EQ(text, ExposureText(plan));
+    }
+}
+
 TEST(HighlightShoulder, IsSmoothRisesAndKeepsTheColour)
 {
-    for (const double end : {10500.0, 40000.0, 2.6e5, 4e7}) {
-        SCOPED_TRACE(end);
-        const HighlightShoulder shoulder(end);
+    for (const auto& [end, top] : {std::pair(10500.0, 10000.0),
+                                   {40000.0, 10000.0},
+                                   {2.6e5, 10000.0},
+                                   {4e7, 10000.0},
+                                   {2.6e5, 3000.0}})
+    {
+        SCOPED_TRACE(testing::Message() << end << " to " << top);
+        const HighlightShoulder shoulder(end, top);
         double last = 0.0;
         double lastSlope = 1.0;
         for (double light = 500.0; light < end; light *= 1.01) {
@@ -126,7 +162,7 @@ TEST(HighlightShoulder, IsSmoothRisesAndKeepsTheColour)
                          static_cast<float>(0.01 * light)};
             const Row before = pixel;
             shoulder(pixel.data(), 1);
-            if (light < HighlightShoulder::knee) {
+            if (light < top / 5.0) {
                 ASSERT_EQ(before, pixel);
             }
             ASSERT_NEAR(0.3, pixel[0] / pixel[1], 1e-6);
@@ -142,8 +178,8 @@ TEST(HighlightShoulder, IsSmoothRisesAndKeepsTheColour)
         }
         Row ends = {static_cast<float>(end), 0, 0, static_cast<float>(end * 50.0), 1, 1};
         shoulder(ends.data(), 2);
-        EXPECT_NEAR(HighlightShoulder::top, ends[0], 1.0);
-        EXPECT_NEAR(HighlightShoulder::top, ends[3], 1.0);
+        EXPECT_NEAR(top, ends[0], 1.0);
+        EXPECT_NEAR(top, ends[3], 1.0);
     }
 }
 
