@@ -38,6 +38,9 @@ constexpr double highestHlgPeak = 10000.0;
 /// cd/m² of diffuse white where nothing says otherwise (ITU-R BT.2408-7, 2.2).
 constexpr double defaultWhite = 203.0;
 
+/// What an interpretation says of where that came from.
+constexpr const char* defaultScale = "default";
+
 /// The meaning of a picture's samples: signal = (sample - codeBlack) / (codeWhite - codeBlack).
 struct Interpretation {
     Transfer transfer = Transfer::Linear;

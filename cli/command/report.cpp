@@ -86,13 +86,17 @@ std::string ReportText(const Examination& found, double threshold)
                            : "not stated");
     line("encoding", fmt::format("{} ({})", NameOfTransfer(meaning), meaning.transferFrom));
     line("primaries", fmt::format("{} ({})", PrimariesOf(meaning), meaning.primariesFrom));
-    line("scale", fmt::format("{:.6g} to {:.6g} cd/m2 ({})", meaning.signalZeroLuminance,
-                              meaning.signalOneLuminance, meaning.luminanceFrom));
-    line("light", fmt::format("peak {:.6g} cd/m2, 99.99 % of the pixels up to {:.6g} cd/m2",
-                              light.Peak(), light.Percentile(brightShare)));
+    const char* exposed = found.light.exposure == 0.0 ? "" : ", exposed";
+    line("scale", fmt::format("{:.6g} to {:.6g} cd/m2 ({}{})", meaning.signalZeroLuminance,
+                              meaning.signalOneLuminance, meaning.luminanceFrom, exposed));
+    line("light", fmt::format("peak {:.6g} cd/m2, 99.99 % of the pixels up to {:.6g} cd/m2{}",
+                              light.Peak(), light.Percentile(brightShare), exposed));
     line("exposure", fmt::format("{} ({})", ExposureText(found.light), found.light.exposureFrom));
     for (const std::string& step : StepsOf(found.light)) {
         line("first", step);
+    }
+    for (const std::string& option : found.light.off) {
+        line("off", option);
     }
     for (const Finding& finding : AllFindings(description)) {
         line(finding.label.c_str(), finding.text);
@@ -155,6 +159,12 @@ std::string ReportJson(const Examination& found, double threshold)
     json.Add("colourFit", found.light.fitsColour);
     json.Add("rimMix", found.light.mixesRims);
     json.Add("shoulderEnd", found.light.shoulderEnd);
+    json.Add("shoulderTop", found.light.shoulderTop);
+    json.OpenArray("off");
+    for (const std::string& option : found.light.off) {
+        json.Add({}, option);
+    }
+    json.Close();
     json.Close();
     json.OpenObject("flaws");
     json.Add("notANumber", found.counts.notANumber);
