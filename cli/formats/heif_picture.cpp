@@ -244,8 +244,17 @@ std::unique_ptr<CodedPicture> HeifPicture::DecodeTile(std::size_t tile, int thre
 {
     const HeifItem& item = *tiles_[tile];
     const std::vector<unsigned char> data = items_.DataOf(item);
-    return IsAv1() ? DecodeAv1(path_, data, header_, threads)
-                   : DecodeHevc(path_, items_.PropertyOf(item, FourLetters("hvcC")), data, header_);
+    // Not even named where the build lacks it: the library would be missed at its end.
+    if constexpr (missingForAv1 == nullptr) {
+        if (IsAv1()) {
+            return DecodeAv1(path_, data, header_, threads);
+        }
+    }
+    if constexpr (missingForHevc == nullptr) {
+        return DecodeHevc(path_, items_.PropertyOf(item, FourLetters("hvcC")), data, header_);
+    }
+    // The constructor has refused it.
+    throw Failure(path_, "its pictures cannot be decoded");
 }
 
 void HeifPicture::Decode()
