@@ -4,9 +4,12 @@
 #include "picture/rendered_for.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 namespace qva {
+
+class DeviceOutput;
 
 enum class Compression { None, Lzw, Deflate };
 
@@ -15,6 +18,8 @@ struct WriteSettings {
     Compression compression = Compression::Deflate;
     double dpi = 0.0;                            ///< pixels per inch; 0: not stated
     std::optional<RenderedFor> renderedFor = {}; ///< stated where given
+    std::shared_ptr<const DeviceOutput> device =
+        {}; ///< device values are written in place of codes
 };
 
 /// A rendered page written row by row, with the profile of RenderedProfile. A format is one class
