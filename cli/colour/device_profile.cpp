@@ -39,11 +39,29 @@ void CheckDirections(cmsHPROFILE profile, bool saturation, const std::string& na
     }
 }
 
+/// The names of the profile's colorants (tag clrt), or numbers.
+std::vector<std::string> ColorantNames(cmsHPROFILE profile)
+{
+    const auto count = static_cast<cmsUInt32Number>(cmsChannelsOf(cmsGetColorSpace(profile)));
+    const auto* table =
+        static_cast<const cmsNAMEDCOLORLIST*>(cmsReadTag(profile, cmsSigColorantTableTag));
+    std::vector<std::string> names;
+    for (cmsUInt32Number i = 0; i < count; ++i) {
+        char name[cmsMAX_PATH] = "";
+        const bool isNamed =
+            table != nullptr && cmsNamedColorCount(table) == count &&
+            cmsNamedColorInfo(table, i, name, nullptr, nullptr, nullptr, nullptr) != 0;
+        names.push_back(isNamed && *name != 0 ? OneLine(name) : fmt::format("Ink {}", i + 1));
+    }
+    return names;
+}
+
 } // namespace
 
 struct DeviceProfile::Engine {
     ContextHandle context = MakeContext();
     cmsColorSpaceSignature space{};
+    std::vector<std::string> names; ///< of the channels, where the space does not say
     TransformHandle toDevice;
     TransformHandle asked;
     TransformHandle relative;
@@ -62,6 +80,7 @@ DeviceProfile::DeviceProfile(const PrinterProfile& profile, const DeviceIntent& 
     }
     CheckDirections(device.get(), intent.saturation, name);
     engine.space = cmsGetColorSpace(device.get());
+    engine.names = ColorantNames(device.get());
     const ProfileHandle codes = OpenProfile(context, RenderedProfile());
     const ProfileHandle lab(cmsCreateLab4ProfileTHR(context, nullptr));
     const cmsUInt32Number format = Device16(device.get());
@@ -128,11 +147,7 @@ std::vector<std::string> DeviceProfile::ChannelNames() const
     default:
         break;
     }
-    std::vector<std::string> names;
-    for (int channel = 1; channel <= Channels(); ++channel) {
-        names.push_back(fmt::format("Ink {}", channel));
-    }
-    return names;
+    return engine_->names;
 }
 
 void DeviceProfile::FromCodes(const std::uint16_t* codes, std::size_t count,

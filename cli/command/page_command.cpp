@@ -136,7 +136,7 @@ void PageCommand::Run()
     SetThreads(options_.print.threads);
     const PrinterProfile profile = ProfileOf(options_.print.profile);
     TryProfile(profile, options_.print.render, options_.print.profile);
-    options_.print.write.renderedFor = PaperOf(profile, options_.print.render);
+    SetPaper(profile, options_.print);
     if (!options_.dryRun) {
         TellLeftovers(options_.print.output, options_.print.quiet);
         EnsureFolder(options_.print.output);

@@ -125,7 +125,7 @@ void PrintCommand::Run()
     SetThreads(options_.threads);
     const PrinterProfile profile = ProfileOf(options_.profile);
     TryProfile(profile, options_.render, options_.profile);
-    options_.write.renderedFor = PaperOf(profile, options_.render);
+    SetPaper(profile, options_);
     // Before the work, so that a folder that cannot be written is known at once.
     std::optional<OutputFile> output(options_.output);
     std::optional<OutputFile> sheet;

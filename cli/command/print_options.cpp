@@ -95,6 +95,9 @@ void AddPrintOptions(CLI::App& app, PrintOptions& options)
     AddPhotoOptions(app, options.photo);
     AddRenderOptions(app, options.profile, options.render, options.threads);
     AddOutputOptions(app, options);
+    if (!options.render.preview) {
+        AddDeviceOptions(app, options.device);
+    }
 }
 
 void FinishPrint(PrintOptions& options)
@@ -107,6 +110,7 @@ void FinishPrint(PrintOptions& options)
     if (options.write.compression == Compression::Lzw && !format.hasLzw) {
         throw Misuse("--compression", fmt::format("{} knows none and deflate", format.name));
     }
+    CheckDevice(options.device, options.output, options.write.compression);
 }
 
 void CheckNames(const PrintOptions& options)
@@ -123,12 +127,52 @@ void CheckNames(const PrintOptions& options)
     }
 }
 
-std::optional<RenderedFor> PaperOf(const PrinterProfile& profile, const RenderSettings& render)
+void AddDeviceOptions(CLI::App& app, DeviceOptions& device)
 {
-    if (render.preview) {
-        return std::nullopt;
+    const char* group = "Output";
+    app.add_flag("--to-device", device.isWanted,
+                 "Write device values: RGB, CMYK, grey or inks of the profile, as TIFF")
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--bits", [&device](const std::string& text) { device.bits = std::stoi(text); },
+           "Of a device value: 8 (dithered) or 16 (16)")
+        ->check(OneOf({"8", "16"}))
+        ->type_name("NUMBER")
+        ->group(group);
+}
+
+void CheckDevice(const DeviceOptions& device, const std::string& output, Compression compression)
+{
+    if (device.bits && !device.isWanted) {
+        throw Misuse("--bits", "belongs to --to-device");
     }
-    return RenderedFor{DigestOf(profile.bytes), {render.saturation, render.blackPointCompensation}};
+    if (device.isWanted && !OutputFormatOf(output).isStrips) {
+        throw Misuse("--to-device", "goes into TIFF: the name must end in .tif or .tiff");
+    }
+    if (device.isWanted && compression == Compression::Lzw) {
+        throw Misuse("--compression", "device values know none and deflate");
+    }
+}
+
+std::shared_ptr<const DeviceOutput> DeviceOf(const DeviceOptions& options,
+                                             const PrinterProfile& profile,
+                                             const DeviceIntent& intent, const std::string& name)
+{
+    constexpr int deepBits = 16;
+    return options.isWanted
+               ? std::make_shared<DeviceOutput>(profile, DeviceProfile(profile, intent, name),
+                                                options.bits.value_or(deepBits))
+               : nullptr;
+}
+
+void SetPaper(const PrinterProfile& profile, PrintOptions& options)
+{
+    if (!options.render.preview) {
+        const DeviceIntent intent = {options.render.saturation,
+                                     options.render.blackPointCompensation};
+        options.write.renderedFor = {DigestOf(profile.bytes), intent};
+        options.write.device = DeviceOf(options.device, profile, intent, options.profile);
+    }
 }
 
 WriteSettings SettingsFor(const PrintOptions& options, const SourceDescription& source)

@@ -5,9 +5,12 @@
 #include "picture/source_description.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 namespace qva {
+
+class DeviceOutput;
 
 enum class Compression { None, Lzw, Deflate };
 
@@ -17,6 +20,8 @@ struct WriteSettings {
     double dpi = 0.0;                            ///< pixels per inch; 0: not stated
     Metadata metadata = {};                      ///< written as it is
     std::optional<RenderedFor> renderedFor = {}; ///< stated where given
+    std::shared_ptr<const DeviceOutput> device =
+        {}; ///< device values are written in place of codes
 };
 
 /// A rendered page written row by row, with the profile of RenderedProfile. A format is one class

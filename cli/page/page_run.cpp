@@ -153,7 +153,7 @@ void PageRun::Finish(PageResult& result)
     } else {
         result.Finish();
     }
-    if (request_.cut.share || StripsAreResult(plan_, request_.output)) {
+    if (request_.cut.share || StripsAreResult(plan_, request_.write, request_.output)) {
         result.Commit();
         return;
     }
@@ -218,6 +218,10 @@ PageSummary PageRun::Run()
 PageSummary RunPage(const PageRequest& request, const PrinterProfile& profile,
                     const Examination& found, ImageSource& source)
 {
+    if (request.write.device && !request.sideBySide.empty()) {
+        throw Misuse("--side-by-side",
+                     "shows no device values: a page in bands with --to-device has none");
+    }
     EnsureFolder(request.output);
     return PageRun(request, profile, found, source).Run();
 }

@@ -25,6 +25,10 @@ ProofSource::ProofSource(const ProofInput& input)
 {
     description_ = source_->Describe();
     isResult_ = IsRendered(description_);
+    if (!isResult_ && PaperOf(description_)) {
+        throw Failure(input.path, "holds device values already: proof the result without "
+                                  "--to-device");
+    }
     if (isResult_ && description_.orientation != 1) {
         throw Failure(input.path, "is stored on its side: a share of a page is joined first");
     }
