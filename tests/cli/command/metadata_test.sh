@@ -4,13 +4,12 @@
 
 command -v exiftool >/dev/null || { echo "exiftool is missing: scripts/setup installs it"; exit 1; }
 
-# tag FILE NAME: the value of a tag, empty where there is none.
-tag() {
-    exiftool -s3 -n "-$2" "$1" 2>/dev/null
-}
-
+# has GROUP NAME VALUE: what tags.txt says of the result at hand; VALUE is empty for a tag that may not
+# be there.
 has() {
-    [ "$(tag "$1" "$2")" = "$3" ] || fail "$1: $2 is '$(tag "$1" "$2")' instead of '$3'"
+    local value
+    value=$(sed -n "s/^\[$1\] *$2 *: //p" tags.txt)
+    [ "$value" = "$3" ] || fail "$result: $1 $2 is '$value' instead of '$3'"
 }
 
 cp turned.tif described.tif
@@ -34,22 +33,22 @@ expect 0 "" print described.tif -o print.tif -q
 expect 0 "" print described.tif -o print.png -q
 expect 0 "" print print.png -o next.tif -q
 for result in page.tif joined.png print.tif print.png next.tif; do
-    has $result IFD0:Artist "Ada Lovelace"
-    has $result IFD0:Copyright "(c) Ada"
-    has $result IFD0:Model "Camera 1"
-    has $result ExifIFD:ExposureTime 0.01666666667
-    has $result ExifIFD:ISO 400
-    has $result ExifIFD:UserComment "Grüße"
-    has $result ExifIFD:DateTimeOriginal "2024:05:06 07:08:09"
-    has $result Composite:GPSLatitude 51.5
-    has $result XMP-photoshop:City Bath
-    has $result IPTC:By-line Ada
-    has $result IFD0:Orientation 1
-    for absent in ExifIFD:ColorSpace XMP-tiff:Orientation XMP-crs:Exposure2012; do
-        has $result $absent ""
-    done
-    exiftool -a -Warning $result | grep -qi "pointer\|offset\|bad\|after PNG IDAT" &&
-        fail "$result: $(exiftool -a -Warning $result)"
+    exiftool -a -n -G1 -s $result >tags.txt
+    has IFD0 Artist "Ada Lovelace"
+    has IFD0 Copyright "(c) Ada"
+    has IFD0 Model "Camera 1"
+    has IFD0 Orientation 1
+    has ExifIFD ExposureTime 0.01666666667
+    has ExifIFD ISO 400
+    has ExifIFD UserComment "Grüße"
+    has ExifIFD DateTimeOriginal "2024:05:06 07:08:09"
+    has ExifIFD ColorSpace ""
+    has Composite GPSLatitude 51.5
+    has XMP-photoshop City Bath
+    has XMP-tiff Orientation ""
+    has XMP-crs Exposure2012 ""
+    has IPTC By-line Ada
+    grep "Warning.*\(pointer\|offset\|Bad\|after PNG IDAT\)" tags.txt && fail "$result: warnings"
 done
 
 # The pixels are those of the picture without any of it, and so is the file.

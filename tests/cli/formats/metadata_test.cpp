@@ -4,6 +4,7 @@
 #include "formats/tiff_metadata.h"
 #include "formats/writer_table.h"
 #include "hostile_reading.h"
+#include "picture/exif_copy.h"
 #include "picture/print_metadata.h"
 #include "picture/tiff_structure.h"
 #include "picture_kinds.h"
@@ -170,6 +171,38 @@ TEST(TiffMetadata, IsReadInEveryOrderAndWidth)
         }
     }
     EXPECT_TRUE(ReadTiffMetadata(folder / "none").exif.empty());
+}
+
+// Results of more than 4 GB have places of 8 bytes.
+TEST(TiffMetadata, IsWrittenInBothWidths)
+{
+    const Folder folder;
+    const std::string path = folder / "a.tif";
+    const std::vector<NewEntry> exif = {
+        MakeEntry(33434, 5, 1, AsBytes(Number(1, 4, true) + Number(60, 4, true)), true),
+        MakeEntry(34855, 3, 1, AsBytes(Number(400, 2, true)), true),
+        MakeEntry(42036, 2, 13, AsBytes(std::string("a lens of Ada", 13)), true)};
+    for (const bool isBig : {false, true}) {
+        const std::size_t first = isBig ? 16 : 8;
+        const std::size_t place = 256;
+        const NewEntry pointer = MakeEntry(34665, 4, 1, AsBytes(Number(place, 4, true)), true);
+        std::string bytes = isBig ? "II" + Number(43, 2, true) + Number(8, 2, true) +
+                                        Number(0, 2, true) + Number(first, 8, true)
+                                  : samples::Header(true);
+        for (const auto& [entries, at] :
+             {std::pair{std::vector<NewEntry>{pointer}, first}, std::pair{exif, place}})
+        {
+            bytes.resize(at);
+            const std::vector<unsigned char> directory = WriteDirectory(entries, at, isBig);
+            bytes.append(directory.begin(), directory.end());
+        }
+        samples::WriteBytes(path, bytes);
+        const ExifDirectories found = CopyExif(ReadTiffMetadata(path).exif);
+        ASSERT_EQ(3U, found.exif.size());
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(exif[i].values, found.exif[i].values) << isBig << i;
+        }
+    }
 }
 
 } // namespace
