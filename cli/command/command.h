@@ -36,5 +36,6 @@ std::unique_ptr<Command> MakePageCommand();
 std::unique_ptr<Command> MakePreviewCommand();
 std::unique_ptr<Command> MakePrintCommand();
 std::unique_ptr<Command> MakeProofCommand();
+std::unique_ptr<Command> MakeReportCommand();
 
 } // namespace qva

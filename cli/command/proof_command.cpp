@@ -177,9 +177,11 @@ void ProofCommand::Run()
     ProofFiles files(outputs_);
     Progress progress(quiet_ ? ProgressStyle::None : ProgressStyle::Terminal);
     source.Prepare(profile, render_, progress);
-    files.Begin({ViewSize(source.Size(), proof_), bits_, viewer.Profile(), proof_.inkLimit});
+    const ImageSize view = ViewSize(source.Size(), proof_);
+    files.Begin({view, bits_, viewer.Profile(), proof_.inkLimit});
     const ProofResult result = MakeProof(
-        source, device, viewer, proof_, [&files](const float* row) { files.Write(row); }, progress);
+        source, device, viewer, proof_, view, [&files](const float* row) { files.Write(row); },
+        progress);
     files.Commit();
     progress.Clear();
     const ProofSubject subject = {photo_.path, profile, device, viewer, proof_};

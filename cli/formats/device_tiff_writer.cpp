@@ -1,7 +1,10 @@
 // Device values as TIFF of 8 or 16 bits.
 #include "base/descriptor.h"
 #include "base/errors.h"
+#include "base/workers.h"
 #include "colour/device_output.h"
+#include "formats/deflater.h"
+#include "formats/row_gatherer.h"
 #include "formats/tiff_messages.h"
 #include "formats/tiff_strips.h"
 #include "formats/writer_table.h"
@@ -12,13 +15,12 @@
 #include <memory>
 #include <tiffio.h>
 #include <unistd.h>
-#include <zlib.h>
 
 namespace qva {
 
 namespace {
 
-constexpr std::int64_t stripsAtOnce = 32;
+constexpr std::int64_t stripsAtOnce = 64;
 
 /// Every sample but a line's first pixel becomes its difference to that of the pixel before
 /// (TIFF 6.0, section 14); from the end, so that no difference is taken of a difference.
@@ -34,7 +36,8 @@ class DeviceTiffWriter : public RowWriter {
 public:
     DeviceTiffWriter(const OutputFile& file, ImageSize size, const WriteSettings& settings);
 
-    void Write(const std::uint16_t* codes, std::int64_t count) override;
+    void Write(const std::uint16_t* codes, std::int64_t count) override { rows_.Add(codes, count); }
+    std::int64_t RowsAtOnce() const override { return rows_.AtOnce(); }
     void Finish() override;
 
 private:
@@ -43,9 +46,11 @@ private:
     void Set(std::uint32_t tag, Values... values);
     void SetSamples();
     void SetInks();
-    void Flush(std::int64_t strips);
-    /// @return false for want of memory.
-    bool Encode(std::int64_t strip, const std::uint16_t* codes, EncodedStrip& out) const;
+    /// @param lines  whole strips, or all that are left.
+    void Encode(const std::uint16_t* codes, std::int64_t lines);
+    void MakeStrip(std::int64_t strip, const std::uint16_t* codes, Deflater& deflater,
+                   EncodedStrip& out) const;
+    void Append(EncodedStrip& strip);
 
     std::string path_;
     std::string message_;
@@ -53,8 +58,8 @@ private:
     WriteSettings settings_;
     std::int64_t stripLines_;
     std::unique_ptr<TIFF, void (*)(TIFF*)> tiff_{nullptr, TIFFClose};
-    std::vector<std::uint16_t> waiting_; ///< codes of rows that are not converted yet
-    std::int64_t next_ = 0;              ///< their first strip
+    RowGatherer rows_;
+    std::int64_t next_ = 0; ///< the first strip that is not in the file yet
 };
 
 DeviceTiffWriter::DeviceTiffWriter(const OutputFile& file, ImageSize size,
@@ -62,7 +67,9 @@ DeviceTiffWriter::DeviceTiffWriter(const OutputFile& file, ImageSize size,
     : path_(file.Path()),
       size_(size),
       settings_(settings),
-      stripLines_(StripLines(size.width, size.height))
+      stripLines_(StripLines(size.width, size.height)),
+      rows_(size.width * 3, size.height, stripsAtOnce * stripLines_,
+            [this](const std::uint16_t* codes, std::int64_t lines) { Encode(codes, lines); })
 {
     const DeviceOutput& device = *settings.device;
     const auto bytes = static_cast<std::int64_t>(device.PixelBytes()) * size.width * size.height;
@@ -136,8 +143,8 @@ void DeviceTiffWriter::SetInks()
     Set(TIFFTAG_INKNAMES, static_cast<int>(names.size()), names.c_str());
 }
 
-bool DeviceTiffWriter::Encode(std::int64_t strip, const std::uint16_t* codes,
-                              EncodedStrip& out) const
+void DeviceTiffWriter::MakeStrip(std::int64_t strip, const std::uint16_t* codes, Deflater& deflater,
+                                 EncodedStrip& out) const
 {
     const DeviceOutput& device = *settings_.device;
     const std::int64_t first = strip * stripLines_;
@@ -160,62 +167,43 @@ bool DeviceTiffWriter::Encode(std::int64_t strip, const std::uint16_t* codes,
     }
     if (settings_.compression == Compression::None) {
         out = std::move(values);
-        return true;
+    } else {
+        deflater.MakeStream(values, out);
     }
-    constexpr int quickLevel = 1;
-    uLongf bytes = compressBound(values.size());
-    out.resize(bytes);
-    const int status = compress2(out.data(), &bytes, values.data(), values.size(), quickLevel);
-    out.resize(bytes);
-    return status == Z_OK;
 }
 
-void DeviceTiffWriter::Flush(std::int64_t strips)
+void DeviceTiffWriter::Append(EncodedStrip& strip)
 {
-    const std::int64_t samples = stripLines_ * size_.width * 3;
-    std::vector<EncodedStrip> encoded(static_cast<std::size_t>(strips));
-    bool failed = false;
-#pragma omp parallel for schedule(dynamic)
-    for (std::int64_t i = 0; i < strips; ++i) {
-        bool isDone = false;
-        try {
-            isDone = Encode(next_ + i, waiting_.data() + i * samples,
-                            encoded[static_cast<std::size_t>(i)]);
-        } catch (const std::bad_alloc&) {
-            isDone = false;
-        }
-        if (!isDone) {
-#pragma omp atomic write
-            failed = true;
-        }
+    errno = 0;
+    if (TIFFWriteRawStrip(tiff_.get(), static_cast<std::uint32_t>(next_++), strip.data(),
+                          static_cast<tmsize_t>(strip.size())) < 0)
+    {
+        Fail();
     }
-    if (failed) {
-        throw std::bad_alloc();
-    }
-    for (EncodedStrip& strip : encoded) {
-        errno = 0;
-        if (TIFFWriteRawStrip(tiff_.get(), static_cast<std::uint32_t>(next_++), strip.data(),
-                              static_cast<tmsize_t>(strip.size())) < 0)
-        {
-            Fail();
-        }
-    }
-    const auto used = std::min(static_cast<std::size_t>(strips * samples), waiting_.size());
-    waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(used));
 }
 
-void DeviceTiffWriter::Write(const std::uint16_t* codes, std::int64_t count)
+void DeviceTiffWriter::Encode(const std::uint16_t* codes, std::int64_t lines)
 {
-    waiting_.insert(waiting_.end(), codes, codes + count * size_.width * 3);
-    const std::int64_t lines = static_cast<std::int64_t>(waiting_.size()) / (size_.width * 3);
-    if (lines >= stripsAtOnce * stripLines_) {
-        Flush(lines / stripLines_);
-    }
+    const std::int64_t first = next_;
+    std::vector<EncodedStrip> strips(static_cast<std::size_t>(UsualSlots()));
+    std::vector<Deflater> deflaters(
+        static_cast<std::size_t>(std::min<std::int64_t>(UsualSlots(), Workers())));
+    SlotSteps steps;
+    steps.count = (lines + stripLines_ - 1) / stripLines_;
+    steps.slots = UsualSlots();
+    steps.shared = [&](std::int64_t item, int worker) {
+        MakeStrip(first + item, codes + item * stripLines_ * size_.width * 3,
+                  deflaters[static_cast<std::size_t>(worker)],
+                  strips[static_cast<std::size_t>(item % steps.slots)]);
+    };
+    steps.ordered = [&](std::int64_t item) {
+        Append(strips[static_cast<std::size_t>(item % steps.slots)]);
+    };
+    RunSharedFirst(steps);
 }
 
 void DeviceTiffWriter::Finish()
 {
-    Flush((size_.height + stripLines_ - 1) / stripLines_ - next_);
     errno = 0;
     if (TIFFWriteDirectory(tiff_.get()) != 1 || TIFFFlush(tiff_.get()) != 1) {
         Fail();

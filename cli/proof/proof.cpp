@@ -31,10 +31,11 @@ PaperColours PaperOf(const DeviceProfile& device)
 }
 
 ProofResult MakeProof(ProofSource& source, const DeviceProfile& device, const ViewerSpace& viewer,
-                      const ProofSettings& settings, const ViewRows& show, Progress& progress)
+                      const ProofSettings& settings, ImageSize view, const ViewRows& show,
+                      Progress& progress)
 {
     const ColourTable table = MakeProofTable(device, viewer, settings.white);
-    const ProofSizes sizes = {source.Size(), ViewSize(source.Size(), settings)};
+    const ProofSizes sizes = {source.Size(), view};
     const auto read = [&source](std::int64_t count, std::uint16_t* codes) {
         source.Read(count, codes);
     };

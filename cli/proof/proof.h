@@ -42,8 +42,10 @@ struct ProofResult {
 };
 
 /// Proofs a prepared source.
-/// @param show  takes the rows of the picture.
+/// @param view  the size of the picture, of ViewSize or another.
+/// @param show  takes its rows.
 ProofResult MakeProof(ProofSource& source, const DeviceProfile& device, const ViewerSpace& viewer,
-                      const ProofSettings& settings, const ViewRows& show, Progress& progress);
+                      const ProofSettings& settings, ImageSize view, const ViewRows& show,
+                      Progress& progress);
 
 } // namespace qva

@@ -35,7 +35,7 @@ ProofSource::ProofSource(const ProofInput& input)
 }
 
 void ProofSource::Prepare(const PrinterProfile& profile, const RenderSettings& settings,
-                          Progress& progress)
+                          Progress& progress, const Look& look)
 {
     if (isResult_) {
         return;
@@ -49,6 +49,9 @@ void ProofSource::Prepare(const PrinterProfile& profile, const RenderSettings& s
     const SceneDecoder decoder(found_->meaning, input_.path);
     page_ = LoadPage(*source_, decoder, LightSteps(found_->light), found_->range, progress);
     source_->Close();
+    if (look) {
+        look(page_, found_->range);
+    }
     progress.Show("rendering", -1.0);
     Render(page_, found_->range, profile, settings, input_.path);
 }

@@ -6,6 +6,7 @@
 #include "render/render_settings.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -32,9 +33,16 @@ public:
     const SourceDescription& Describe() const { return description_; }
     ImageSize Size() const { return UprightSize(description_); }
 
+    /// Sees the page of a picture before it is rendered.
+    using Look = std::function<void(const Page& page, const RenderRange& range)>;
+
     /// Renders a picture; nothing is done to a result.
     /// @throws Failure where it does not fit memory, or cannot be rendered.
-    void Prepare(const PrinterProfile& profile, const RenderSettings& settings, Progress& progress);
+    void Prepare(const PrinterProfile& profile, const RenderSettings& settings, Progress& progress,
+                 const Look& look = {});
+
+    /// A picture that has been rendered.
+    const Page& Rendered() const { return page_; }
 
     /// What was found in a picture; nothing for a result.
     const std::optional<Examination>& Found() const { return found_; }

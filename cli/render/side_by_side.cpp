@@ -41,7 +41,12 @@ ImageSize PanelSize(ImageSize size)
 
 Panel ReducePage(const Page& page, const std::vector<float>& light)
 {
-    Panel panel{PanelSize(page.size), {}};
+    return ReducePage(page, light, PanelSize(page.size));
+}
+
+Panel ReducePage(const Page& page, const std::vector<float>& light, ImageSize size)
+{
+    Panel panel{size, {}};
     const auto rowValues = static_cast<std::size_t>(panel.size.width * 3);
     BoxReducer reducer(page.size, panel.size, 3, [&panel, rowValues](const float* row) {
         AppendSrgb(row, rowValues, panel.rgb);
