@@ -8,13 +8,6 @@
 
 namespace qva {
 
-namespace {
-
-constexpr float dimmest = HighlightRims::dimmest;
-constexpr float white = HighlightRims::white;
-
-} // namespace
-
 void HighlightRims::operator()(float* rgb, std::size_t pixels) const
 {
     const auto width = static_cast<float>(std::log(static_cast<double>(white / dimmest)));
