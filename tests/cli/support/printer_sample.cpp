@@ -50,7 +50,7 @@ int CmykToLab(const cmsUInt16Number* device, cmsUInt16Number* lab, void*)
 {
     cmsUInt16Number rgb[3];
     for (int k = 0; k < 3; ++k) {
-        rgb[k] = static_cast<cmsUInt16Number>((65535 - device[k]) * (65535 - device[3]) / 65535);
+        rgb[k] = static_cast<cmsUInt16Number>((65535U - device[k]) * (65535U - device[3]) / 65535U);
     }
     return ToLab(rgb, lab, nullptr);
 }
