@@ -7,7 +7,7 @@
 
 namespace qva {
 
-/// The keyword of a text with an XMP packet (XMP specification, part 3, 1.1.5).
+/// The keyword of a text with an XMP packet (XMP, part 3, 1.1.5).
 constexpr const char* pngXmpKeyword = "XML:com.adobe.xmp";
 
 /// The keyword of a text with resources of an image editor as hexadecimal digits; no standard, but
