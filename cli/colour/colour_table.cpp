@@ -1,8 +1,9 @@
 #include "colour/colour_table.h"
 
+#include "base/workers.h"
+
 #include <algorithm>
 #include <cassert>
-#include <exception>
 
 namespace qva {
 
@@ -34,19 +35,8 @@ ColourTable::ColourTable(int steps, int outputs, const Function& function)
       values_(nodes_ * nodes_ * nodes_ * stride_)
 {
     assert(codeMax % static_cast<std::uint32_t>(steps) == 0 && outputs <= mostOutputs);
-    std::exception_ptr failure;
-#pragma omp parallel for schedule(dynamic)
-    for (std::size_t red = 0; red < nodes_; ++red) {
-        try {
-            SampleSlab(red, function);
-        } catch (...) {
-#pragma omp critical(colourTableFailure)
-            failure = std::current_exception();
-        }
-    }
-    if (failure) {
-        std::rethrow_exception(failure);
-    }
+    ForEach(static_cast<std::int64_t>(nodes_),
+            [&](std::int64_t red, int) { SampleSlab(static_cast<std::size_t>(red), function); });
 }
 
 void ColourTable::SampleSlab(std::size_t red, const Function& function)
