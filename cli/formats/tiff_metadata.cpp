@@ -2,6 +2,7 @@
 
 #include "base/descriptor.h"
 #include "picture/exif_copy.h"
+#include "picture/exif_tags.h"
 #include "picture/iptc_copy.h"
 #include "picture/print_metadata.h"
 
@@ -16,12 +17,10 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-// TIFF 6.0; Adobe, "TIFF technical notes"; Exif 2.32, section 4.6.3.
+// TIFF 6.0; Adobe, "TIFF technical notes".
 constexpr std::uint16_t xmpTag = 700;
 constexpr std::uint16_t iptcTag = 33723;
 constexpr std::uint16_t resourcesTag = 34377;
-constexpr std::uint16_t exifTag = 34665;
-constexpr std::uint16_t gpsTag = 34853;
 
 constexpr std::uint64_t mostEntries = 4096;
 

@@ -1,5 +1,7 @@
 #include "picture/exif_copy.h"
 
+#include "picture/exif_tags.h"
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -8,11 +10,7 @@ namespace qva {
 
 namespace {
 
-// Tags of Exif 2.32, section 4.6.
-constexpr std::uint16_t orientationTag = 274;
-constexpr std::uint16_t exifTag = 34665;
-constexpr std::uint16_t gpsTag = 34853;
-constexpr std::uint16_t makerNoteTag = 37500;
+// Exif 2.32, section 4.6.
 constexpr std::uint16_t thumbnailTag = 513;
 
 /// Description, make, model, date, artist, copyright.
