@@ -1,7 +1,7 @@
 #include "command/report.h"
 
 #include "base/errors.h"
-#include "base/json_text.h"
+#include "base/pipe_ends.h"
 #include "render/renderer.h"
 
 #include <fmt/format.h>
@@ -64,7 +64,7 @@ std::string ReportText(const Examination& found, double threshold)
     const SourceDescription& description = found.description;
     const Interpretation& meaning = found.meaning;
     const PictureStatistics& light = found.statistics;
-    std::string text = fmt::format("{}\n", OneLine(description.path));
+    std::string text = fmt::format("{}\n", OneLine(ForPeople(description.path)));
     const auto line = [&text](const char* label, const std::string& value) {
         text += fmt::format("  {:<13}{}\n", label, value);
     };
@@ -102,14 +102,12 @@ std::string ReportText(const Examination& found, double threshold)
     return text;
 }
 
-std::string ReportJson(const Examination& found, double threshold)
+void WriteReport(JsonWriter& json, const Examination& found, double threshold)
 {
     const SourceDescription& description = found.description;
     const Interpretation& meaning = found.meaning;
     const PictureStatistics& light = found.statistics;
     const ImageSize upright = UprightSize(description);
-    JsonWriter json(true);
-    json.OpenObject();
     json.Add("file", description.path);
     json.Add("format", description.format);
     json.Add("width", upright.width);
@@ -174,6 +172,13 @@ std::string ReportJson(const Examination& found, double threshold)
         json.Add({}, note);
     }
     json.Close();
+}
+
+std::string ReportJson(const Examination& found, double threshold)
+{
+    JsonWriter json(true);
+    json.OpenObject();
+    WriteReport(json, found, threshold);
     json.Close();
     return json.Text() + "\n";
 }

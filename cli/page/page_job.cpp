@@ -84,16 +84,6 @@ bool IsSound(const ShareRecord& record)
 
 } // namespace
 
-std::uint64_t DigestOf(const std::vector<unsigned char>& bytes)
-{
-    // FNV-1a, 64 bits.
-    std::uint64_t digest = 0xcbf29ce484222325u;
-    for (const unsigned char byte : bytes) {
-        digest = (digest ^ byte) * 0x100000001b3u;
-    }
-    return digest;
-}
-
 void WriteJob(JsonWriter& json, const PageJob& job)
 {
     json.Add("version", QVA_VERSION_STRING);

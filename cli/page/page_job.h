@@ -1,6 +1,7 @@
 // What decides the bytes of a page's result, as text that runs and machines can compare.
 #pragma once
 
+#include "base/digest.h"
 #include "base/json_text.h"
 #include "colour/printer_profile.h"
 #include "colour/range_choice.h"
@@ -27,9 +28,6 @@ struct PageJob {
     std::uint64_t pageDigest = 0; ///< of all light of the page
     Share share;                  ///< of this run; not part of JobText
 };
-
-/// A digest of bytes.
-std::uint64_t DigestOf(const std::vector<unsigned char>& bytes);
 
 /// Writes the members of a job into an object that is open.
 void WriteJob(JsonWriter& json, const PageJob& job);
