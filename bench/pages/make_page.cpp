@@ -175,11 +175,8 @@ void Make(const std::vector<std::string>& photos, ImageSize size, const std::str
             wall.FillRow(first + row, codes.data() + row * size.width * 3);
         }
         const std::int64_t strips = (count + page.layout.stripLines - 1) / page.layout.stripLines;
-        for (const EncodedStrip& strip :
-             EncodeStrips(page, first / page.layout.stripLines, strips, codes.data()))
-        {
-            writer.Append(strip);
-        }
+        EncodeStrips(page, first / page.layout.stripLines, strips, codes.data(),
+                     [&writer](const EncodedStrip& strip) { writer.Append(strip); });
     }
     writer.Finish();
     file.Commit();

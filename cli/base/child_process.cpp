@@ -38,7 +38,7 @@ std::string ContentOf(const Descriptor& file)
 }
 
 /// Between fork and exec: nothing here may ask for memory.
-[[noreturn]] void Become(char* const* arguments, int output, int messages, pid_t parent,
+[[noreturn]] void Become(char* const* arguments, int output, int messages, int kept, pid_t parent,
                          const sigset_t& mask)
 {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
@@ -46,6 +46,7 @@ std::string ContentOf(const Descriptor& file)
     dup2(nothing, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(messages, STDERR_FILENO);
+    fcntl(kept, F_SETFD, 0);
     pthread_sigmask(SIG_SETMASK, &mask, nullptr);
     // The parent may have ended before it was asked for.
     if (getppid() == parent) {
@@ -56,7 +57,7 @@ std::string ContentOf(const Descriptor& file)
 
 } // namespace
 
-ChildProcess::ChildProcess(const std::vector<std::string>& words, const sigset_t& mask)
+ChildProcess::ChildProcess(const std::vector<std::string>& words, const sigset_t& mask, int kept)
     : output_(MemoryFile()), messages_(MemoryFile())
 {
     std::vector<std::string> all = {programName};
@@ -69,7 +70,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& words, const sigset_t
     const pid_t parent = getpid();
     id_ = fork();
     if (id_ == 0) {
-        Become(arguments.data(), output_.Get(), messages_.Get(), parent, mask);
+        Become(arguments.data(), output_.Get(), messages_.Get(), kept, parent, mask);
     }
     if (id_ < 0) {
         throw Failure(programName, "cannot be started: " + SystemReason(errno), exitFailed);
@@ -93,7 +94,7 @@ std::optional<ChildResult> ChildProcess::Result() const
         return std::nullopt;
     }
     ChildResult result;
-    result.exitCode = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    result.exitCode = WIFSIGNALED(status) ? exitSignal + WTERMSIG(status) : WEXITSTATUS(status);
     result.output = ContentOf(output_);
     result.messages = ContentOf(messages_);
     result.peakMemory = static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;

@@ -12,9 +12,12 @@
 
 namespace qva {
 
+/// A program that a signal ended has this and the signal's number as its exit code, as for a shell.
+constexpr int exitSignal = 128;
+
 /// What a program that ended leaves.
 struct ChildResult {
-    int exitCode = 0; ///< for one that a signal ended 128 and its number
+    int exitCode = 0;
     std::string output;
     std::string messages;         ///< on standard error
     std::uint64_t peakMemory = 0; ///< bytes
@@ -26,8 +29,9 @@ class ChildProcess {
 public:
     /// @param words  behind the program's name.
     /// @param mask   signals that are blocked in it.
+    /// @param kept   a descriptor that stays open in it.
     /// @throws Failure where it cannot be started.
-    ChildProcess(const std::vector<std::string>& words, const sigset_t& mask);
+    ChildProcess(const std::vector<std::string>& words, const sigset_t& mask, int kept);
     ChildProcess(ChildProcess&& other) noexcept = default;
     ChildProcess& operator=(ChildProcess&& other) noexcept = default;
 

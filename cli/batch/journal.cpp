@@ -1,5 +1,6 @@
 #include "batch/journal.h"
 
+#include "base/child_process.h"
 #include "base/errors.h"
 #include "base/output_file.h"
 
@@ -11,7 +12,6 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -40,6 +40,28 @@ std::string ClockText(std::int64_t time)
 std::string KeyOf(const std::string& output)
 {
     return std::filesystem::path(output).filename().string();
+}
+
+// What is locked of the file: for the program that writes it, and for all that it starts.
+constexpr off_t writerPlace = 0;
+constexpr off_t printsPlace = 1;
+
+/// Locks a byte for an opening of the file and what inherits it.
+/// @return false where another opening has it.
+bool Lock(const Descriptor& file, off_t place, const std::string& path)
+{
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = place;
+    lock.l_len = 1;
+    if (fcntl(file.Get(), F_OFD_SETLK, &lock) == 0) {
+        return true;
+    }
+    if (errno != EAGAIN && errno != EACCES) {
+        throw Failure(path, "cannot be locked: " + SystemReason(errno), exitOutput);
+    }
+    return false;
 }
 
 std::string Dumped(const Json& value)
@@ -91,9 +113,12 @@ std::int64_t TimeNow()
 }
 
 Journal::Journal(const std::string& path, std::string command)
-    : path_(path), command_(std::move(command)), file_(OpenBeside(path, O_APPEND, 0666, path))
+    : path_(path),
+      command_(std::move(command)),
+      file_(OpenBeside(path, O_APPEND, 0666, path)),
+      prints_(OpenBeside(path, O_APPEND, 0666, path))
 {
-    if (flock(file_.Get(), LOCK_EX | LOCK_NB) != 0) {
+    if (!Lock(file_, writerPlace, path)) {
         throw Failure(path, "another qva batch or watch writes into this folder", exitOutput);
     }
     Read();
@@ -112,6 +137,12 @@ Journal::Journal(const std::string& path, Descriptor file) : path_(path), file_(
     if (file_.IsOpen()) {
         Read();
     }
+}
+
+bool Journal::AwaitOthers()
+{
+    isAlone_ = isAlone_ || Lock(prints_, printsPlace, path_);
+    return isAlone_;
 }
 
 Journal Journal::Peek(const std::string& path)
@@ -164,7 +195,8 @@ void Journal::Take(const std::string& line)
                 text("file"),
                 text("digest"),
                 {static_cast<std::uint64_t>(number("size")), number("modified")},
-                number("begunAt")};
+                number("begunAt"),
+                static_cast<int>(number("exitCode"))};
         }
     }
 }
@@ -177,26 +209,31 @@ void Journal::Append(const Record& record)
     if (count != static_cast<ssize_t>(line.size()) || fdatasync(file_.Get()) != 0) {
         throw Failure(path_, WriteReason(count < 0 ? errno : ENOSPC), exitOutput);
     }
-    known_[KeyOf(record.output)] = {
-        record.status, record.photo, record.digest, {record.size, record.modified}, record.begun};
+    known_[KeyOf(record.output)] = {record.status, record.photo,
+                                    record.digest, {record.size, record.modified},
+                                    record.begun,  record.exitCode};
 }
 
-bool Journal::HasPrint(const std::string& output, const std::string& digest) const
+bool Journal::HasPrint(const std::string& output, const std::string& sideBySide,
+                       const std::string& digest) const
 {
     const auto found = known_.find(KeyOf(output));
     if (found == known_.end() || found->second.digest != digest) {
         return false;
     }
     const Known& known = found->second;
-    const FileStamp stamp = StampOf(output);
     if (known.status == Record::Status::Done) {
-        return stamp == known.stamp;
+        return StampOf(output) == known.stamp &&
+               (sideBySide.empty() || StampOf(sideBySide).size > 0);
     }
     // A print gets its name when it is complete, so one that is younger than its beginning is
     // whole.
-    const bool wasEnded =
-        known.status == Record::Status::Begun || known.status == Record::Status::Stopped;
-    return wasEnded && stamp.size > 0 && stamp.modified >= known.begun;
+    const auto isWhole = [&known](const std::string& path) {
+        const FileStamp stamp = StampOf(path);
+        return stamp.size > 0 && stamp.modified >= known.begun;
+    };
+    const bool wasEnded = known.status != Record::Status::Failed || known.exitCode > exitSignal;
+    return wasEnded && isWhole(output) && (sideBySide.empty() || isWhole(sideBySide));
 }
 
 std::string Journal::PhotoOf(const std::string& output) const

@@ -49,17 +49,27 @@ std::int64_t TimeNow();
 class Journal {
 public:
     /// Reads what is there; the last record of a print counts.
-    /// @throws Failure where it cannot be written, or another program does so.
+    /// @throws Failure where it cannot be written, or another batch or watch does so.
     Journal(const std::string& path, std::string command);
 
     /// Only reads, and writes nothing; there may be no file.
     static Journal Peek(const std::string& path);
 
+    /// Prints outlive a program that is killed for a moment: what it began may still get its name.
+    /// @return whether no print but this program's own can.
+    /// @throws Failure where the file system knows no locks.
+    bool AwaitOthers();
+
+    /// The descriptor that every print keeps open for as long as it runs.
+    int PrintsLock() const { return prints_.Get(); }
+
     void Append(const Record& record);
 
     /// Whether a print of these bytes and options is there already: as it was recorded, or left by
     /// one that was ended between the print and its record.
-    bool HasPrint(const std::string& output, const std::string& digest) const;
+    /// @param sideBySide  gets its name behind the print; empty for none.
+    bool HasPrint(const std::string& output, const std::string& sideBySide,
+                  const std::string& digest) const;
 
     /// @return the picture that a print was made of, "" where there is no such print.
     std::string PhotoOf(const std::string& output) const;
@@ -73,6 +83,7 @@ private:
         std::string digest;
         FileStamp stamp;
         std::int64_t begun;
+        int exitCode;
     };
 
     void Read();
@@ -81,6 +92,8 @@ private:
     std::string path_;
     std::string command_;
     Descriptor file_;
+    Descriptor prints_; ///< another opening of it, as locks belong to openings
+    bool isAlone_ = false;
     std::map<std::string, Known> known_; ///< by the print's name
 };
 

@@ -21,8 +21,8 @@ std::string ReasonOf(const ChildResult& result)
     if (told.is_object() && error != told.end() && error->is_object()) {
         return error->value("message", "");
     }
-    if (result.exitCode > 128) {
-        return fmt::format("its print was ended by signal {}", result.exitCode - 128);
+    if (result.exitCode > exitSignal) {
+        return fmt::format("its print was ended by signal {}", result.exitCode - exitSignal);
     }
     return result.messages.empty() ? "its print failed without a word" : OneLine(result.messages);
 }
@@ -35,18 +35,11 @@ std::string PrintDigest(const QueueSettings& settings, const std::string& photo)
     return digest.Text();
 }
 
-/// The sheet gets its name behind the print.
-bool HasAll(const Journal& journal, const PrintJob& job, const std::string& digest)
-{
-    return journal.HasPrint(job.output, digest) &&
-           (job.sideBySide.empty() || StampOf(job.sideBySide).size > 0);
-}
-
 } // namespace
 
 bool IsUpToDate(const QueueSettings& settings, const Journal& journal, const PrintJob& job)
 {
-    return HasAll(journal, job, PrintDigest(settings, job.photo));
+    return journal.HasPrint(job.output, job.sideBySide, PrintDigest(settings, job.photo));
 }
 
 PrintQueue::PrintQueue(QueueSettings settings, StopSignals& signals, Journal& journal,
@@ -99,7 +92,8 @@ bool PrintQueue::BeginOne(const Waiting& task)
     record.begun = TimeNow();
     try {
         record.digest = PrintDigest(settings_, task.job.photo);
-        if (!settings_.force && HasAll(journal_, task.job, record.digest)) {
+        if (!settings_.force &&
+            journal_.HasPrint(task.job.output, task.job.sideBySide, record.digest)) {
             record.status = Record::Status::Done;
             listener_(record, Outcome::UpToDate);
             return false;
@@ -113,7 +107,8 @@ bool PrintQueue::BeginOne(const Waiting& task)
         return false;
     }
     journal_.Append(record);
-    running_.push_back({ChildProcess(WordsFor(task), signals_.Before()), record, task});
+    running_.push_back(
+        {ChildProcess(WordsFor(task), signals_.Before(), journal_.PrintsLock()), record, task});
     return true;
 }
 
@@ -176,8 +171,15 @@ void PrintQueue::Collect()
 
 int PrintQueue::Work(int milliseconds, int other)
 {
-    const bool goesOn = Begin();
-    const int wait = goesOn || (running_.empty() && other < 0) ? 0 : milliseconds;
+    constexpr int shortWhile = 20;
+    const bool isAlone = waiting_.empty() || journal_.AwaitOthers();
+    if (!isAlone && !std::exchange(isWaitTold_, true)) {
+        Say("qva: waits for the prints of a run that was killed to end\n");
+    }
+    const bool goesOn = isAlone && Begin();
+    const int wait = !isAlone                                    ? shortWhile
+                     : goesOn || (running_.empty() && other < 0) ? 0
+                                                                 : milliseconds;
     pollfd events[] = {{signals_.Number(), POLLIN, 0}, {other, POLLIN, 0}};
     poll(events, 2, wait);
     const int signal = signals_.Take();

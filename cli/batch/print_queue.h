@@ -84,6 +84,7 @@ private:
     std::deque<Waiting> waiting_;
     std::list<Running> running_;
     bool stopping_ = false;
+    bool isWaitTold_ = false;
 };
 
 } // namespace qva

@@ -101,7 +101,7 @@ void AddBatchOptions(CLI::App& app, BatchOptions& options)
 void FinishBatch(BatchOptions& options)
 {
     CheckPatterns(options.names);
-    CheckWriting(options.print.write, options.names.name, options.names.sideBySide);
+    CheckWriting(options.print, options.names.name, options.names.sideBySide);
     for (const CLI::Option* option : std::exchange(options.printOptions, {})) {
         const std::string name =
             option->get_lnames().empty() ? std::string() : option->get_lnames().front();

@@ -120,7 +120,7 @@ void PrintCommand::RunAtOnce(const PrinterProfile& profile, const Examination& f
     if (sheet != nullptr) {
         WriteSideBySide(*sheet, clipped, ReducePage(page, RenderedLight()));
     }
-    WritePage(output, page, SettingsFor(options_.write, found.description), progress);
+    WritePage(output, page, SettingsFor(options_, found.description), progress);
 }
 
 void PrintCommand::RunInBands(const PrinterProfile& profile, const Examination& found,
@@ -216,6 +216,7 @@ void PrintCommand::Run()
     SetThreads(options_.threads);
     const PrinterProfile profile = ProfileOf(options_.profile);
     TryProfile(profile, options_.render, options_.profile);
+    SetPaper(profile, options_);
     if (options_.dryRun) {
         Plan(profile);
         return;

@@ -50,9 +50,23 @@ void PngFile::SetHeader(ImageSize size, int bits, int level)
     });
 }
 
+void PngFile::WriteChunk(const char* name, std::span<const unsigned char> data)
+{
+    Guard([&](png_structp png, png_infop) {
+        png_write_chunk(png, reinterpret_cast<png_const_bytep>(name), data.data(), data.size());
+    });
+}
+
 void PngFile::Finish()
 {
-    Guard([](png_structp png, png_infop info) { png_write_end(png, info); });
+    // All that describes the picture stands before its pixels; the library would write some twice.
+    Guard([](png_structp png, png_infop) { png_write_end(png, nullptr); });
+    Close();
+}
+
+void PngFile::Close()
+{
+    errno = 0;
     std::FILE* file = file_;
     file_ = nullptr;
     if (std::fclose(file) != 0) {

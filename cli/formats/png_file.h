@@ -8,6 +8,7 @@
 #include <csetjmp>
 #include <cstdio>
 #include <png.h>
+#include <span>
 #include <string>
 
 namespace qva {
@@ -34,8 +35,14 @@ public:
     /// @param level  0 ... 9.
     void SetHeader(ImageSize size, int bits, int level);
 
-    /// Completes the file; every row must have come.
+    /// Writes a chunk as it is.
+    void WriteChunk(const char* name, std::span<const unsigned char> data);
+
+    /// Completes a file whose rows were written by the library, all of them.
     void Finish();
+
+    /// Completes a file whose chunks were all written.
+    void Close();
 
 private:
     [[noreturn]] void Fail() const;

@@ -1,5 +1,7 @@
 #include "formats/strip_encoder.h"
 
+#include "base/workers.h"
+#include "formats/deflater.h"
 #include "formats/tiff_messages.h"
 
 #include <algorithm>
@@ -60,7 +62,8 @@ int NoClose(thandle_t)
     return 0;
 }
 
-EncodedStrip EncodeStrip(const TiffPage& page, std::int64_t strip, const std::uint16_t* codes)
+void EncodeByLibrary(const TiffPage& page, std::int64_t strip, const std::uint16_t* codes,
+                     EncodedStrip& out)
 {
     constexpr std::ptrdiff_t headerBytes = 8;
     MemoryFile memory;
@@ -77,8 +80,49 @@ EncodedStrip EncodeStrip(const TiffPage& page, std::int64_t strip, const std::ui
     {
         throw std::bad_alloc();
     }
-    return {memory.bytes.begin() + headerBytes, memory.bytes.end()};
+    out.assign(memory.bytes.begin() + headerBytes, memory.bytes.end());
 }
+
+/// Encodes strip after strip on one thread.
+class StripEncoder {
+public:
+    explicit StripEncoder(const TiffPage& page) : page_(page) {}
+
+    void Encode(std::int64_t strip, const std::uint16_t* codes, EncodedStrip& out)
+    {
+        if (page_.settings.compression == Compression::None) {
+            const auto* bytes = reinterpret_cast<const unsigned char*>(codes);
+            out.assign(bytes, bytes + page_.layout.SizeOf(strip));
+        } else if (page_.settings.compression == Compression::Deflate && Deflater::isQuick) {
+            Subtract(page_.layout.LinesIn(strip), codes);
+            deflater_.MakeStream({reinterpret_cast<const unsigned char*>(differences_.data()),
+                                  page_.layout.SizeOf(strip)},
+                                 out);
+        } else {
+            EncodeByLibrary(page_, strip, codes, out);
+        }
+    }
+
+private:
+    // TIFF 6.0, section 14: every sample but a line's first pixel becomes its difference to that of
+    // the pixel before.
+    void Subtract(std::int64_t lines, const std::uint16_t* codes)
+    {
+        const auto samples = static_cast<std::size_t>(page_.layout.lineLength * 3);
+        differences_.resize(samples * static_cast<std::size_t>(page_.layout.stripLines));
+        std::uint16_t* out = differences_.data();
+        for (std::int64_t line = 0; line < lines; ++line, codes += samples, out += samples) {
+            std::copy_n(codes, 3, out);
+            for (std::size_t i = 3; i < samples; ++i) {
+                out[i] = static_cast<std::uint16_t>(codes[i] - codes[i - 3]);
+            }
+        }
+    }
+
+    const TiffPage& page_;
+    Deflater deflater_;
+    std::vector<std::uint16_t> differences_;
+};
 
 } // namespace
 
@@ -105,25 +149,27 @@ bool SetStripTags(TIFF* tiff, const TiffPage& page, std::int64_t lines)
            TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, stripLines) == 1;
 }
 
-std::vector<EncodedStrip> EncodeStrips(const TiffPage& page, std::int64_t first, std::int64_t count,
-                                       const std::uint16_t* codes)
+void EncodeStrips(const TiffPage& page, std::int64_t first, std::int64_t count,
+                  const std::uint16_t* codes, const std::function<void(const EncodedStrip&)>& take)
 {
     const std::int64_t samples = page.layout.stripLines * page.layout.lineLength * 3;
-    std::vector<EncodedStrip> strips(static_cast<std::size_t>(count));
-    bool failed = false;
-#pragma omp parallel for schedule(dynamic)
-    for (std::int64_t i = 0; i < count; ++i) {
-        try {
-            strips[static_cast<std::size_t>(i)] = EncodeStrip(page, first + i, codes + i * samples);
-        } catch (const std::bad_alloc&) {
-#pragma omp atomic write
-            failed = true;
-        }
+    const std::int64_t slots = UsualSlots();
+    std::vector<EncodedStrip> strips(static_cast<std::size_t>(slots));
+    std::vector<StripEncoder> encoders;
+    for (std::int64_t i = 0; i < std::min<std::int64_t>(slots, Workers()); ++i) {
+        encoders.emplace_back(page);
     }
-    if (failed) {
-        throw std::bad_alloc();
-    }
-    return strips;
+    SlotSteps steps;
+    steps.count = count;
+    steps.slots = slots;
+    steps.shared = [&](std::int64_t item, int worker) {
+        encoders[static_cast<std::size_t>(worker)].Encode(
+            first + item, codes + item * samples, strips[static_cast<std::size_t>(item % slots)]);
+    };
+    steps.ordered = [&](std::int64_t item) {
+        take(strips[static_cast<std::size_t>(item % slots)]);
+    };
+    RunSharedFirst(steps);
 }
 
 } // namespace qva

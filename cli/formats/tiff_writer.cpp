@@ -1,17 +1,15 @@
 // Rendered pages as 16-bit TIFF.
 #include "base/descriptor.h"
 #include "colour/icc_builder.h"
+#include "formats/row_gatherer.h"
 #include "formats/strip_encoder.h"
 #include "formats/strip_writer.h"
 #include "formats/writer_table.h"
-
-#include <algorithm>
 
 namespace qva {
 
 namespace {
 
-/// Gathers rows until there are strips for every core.
 class TiffWriter : public RowWriter {
 public:
     TiffWriter(const OutputFile& file, ImageSize size, const WriteSettings& settings)
@@ -21,45 +19,35 @@ public:
                 1,
                 ""},
           descriptor_(file.Duplicate()),
-          strips_(descriptor_.Get(), file.Path(), page_)
+          strips_(descriptor_.Get(), file.Path(), page_),
+          rows_(size.width * 3, size.height, stripsAtOnce * page_.layout.stripLines,
+                [this](const std::uint16_t* codes, std::int64_t lines) { Encode(codes, lines); })
     {
     }
 
-    void Write(const std::uint16_t* codes, std::int64_t count) override
-    {
-        const std::int64_t samples = page_.layout.lineLength * 3;
-        waiting_.insert(waiting_.end(), codes, codes + count * samples);
-        constexpr std::int64_t stripsAtOnce = 32;
-        const auto lines = static_cast<std::int64_t>(waiting_.size()) / samples;
-        if (lines >= stripsAtOnce * page_.layout.stripLines) {
-            Flush(lines / page_.layout.stripLines);
-        }
-    }
-
-    void Finish() override
-    {
-        Flush(page_.layout.Strips() - next_);
-        strips_.Finish();
-    }
+    void Write(const std::uint16_t* codes, std::int64_t count) override { rows_.Add(codes, count); }
+    std::int64_t RowsAtOnce() const override { return rows_.AtOnce(); }
+    void Finish() override { strips_.Finish(); }
 
 private:
-    void Flush(std::int64_t count)
+    // So many that there is little waiting for the last of them.
+    static constexpr std::int64_t stripsAtOnce = 64;
+
+    /// @param lines  whole strips, or all that are left.
+    void Encode(const std::uint16_t* codes, std::int64_t lines)
     {
-        for (const EncodedStrip& strip : EncodeStrips(page_, next_, count, waiting_.data())) {
-            strips_.Append(strip);
-        }
+        const std::int64_t stripLines = page_.layout.stripLines;
+        const std::int64_t count = (lines + stripLines - 1) / stripLines;
+        EncodeStrips(page_, next_, count, codes,
+                     [this](const EncodedStrip& strip) { strips_.Append(strip); });
         next_ += count;
-        const auto used = std::min<std::size_t>(
-            static_cast<std::size_t>(count * page_.layout.stripLines * page_.layout.lineLength * 3),
-            waiting_.size());
-        waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(used));
     }
 
     TiffPage page_;
     Descriptor descriptor_;
     StripWriter strips_;
-    std::vector<std::uint16_t> waiting_; ///< rows of strips that are not encoded yet
-    std::int64_t next_ = 0;              ///< the first of these strips
+    RowGatherer rows_;
+    std::int64_t next_ = 0; ///< the first strip that is not encoded yet
 };
 
 } // namespace
@@ -67,6 +55,9 @@ private:
 std::unique_ptr<RowWriter> MakeTiffWriter(const OutputFile& file, ImageSize size,
                                           const WriteSettings& settings)
 {
+    if (settings.device) {
+        return MakeDeviceTiffWriter(file, size, settings);
+    }
     return std::make_unique<TiffWriter>(file, size, settings);
 }
 

@@ -11,7 +11,7 @@ void WritePage(const OutputFile& file, const Page& page, const WriteSettings& se
                Progress& progress)
 {
     const auto writer = OutputFormatOf(file.Path()).make(file, page.size, settings);
-    const std::int64_t rows = RowsPerBlock(page.size);
+    const std::int64_t rows = std::max(writer->RowsAtOnce(), RowsPerBlock(page.size));
     for (std::int64_t first = 0; first < page.size.height; first += rows) {
         const std::int64_t count = std::min(rows, page.size.height - first);
         writer->Write(page.codes.get() + first * page.size.width * 3, count);

@@ -38,7 +38,8 @@ std::string JobText(const PageJob& job);
 /// One line of JSON about one share of the work.
 std::string ShareText(const PageJob& job);
 
-/// The same with the CRC-32 of the share's strips: what its file says about itself.
+/// The same with the CRC-32 of the share's strips and the metadata of the page: what its file says
+/// about itself.
 std::string ShareText(const PageJob& job, std::uint32_t checksum);
 
 /// A share's file, as its description has it.
@@ -47,6 +48,7 @@ struct ShareRecord {
     BandPlan plan;
     std::string job; ///< of JobText
     std::uint32_t checksum = 0;
+    Metadata metadata; ///< of the page
 };
 
 /// @throws Failure where the text is not that of ShareText.

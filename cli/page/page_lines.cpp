@@ -1,7 +1,5 @@
 #include "page/page_lines.h"
 
-#include "render/scan_load.h"
-
 #include <algorithm>
 
 namespace qva {
@@ -56,9 +54,7 @@ PageLines::PageLines(ImageSource& source, const SceneDecoder& decoder, const Lig
                      const std::string& folder)
     : source_(source),
       path_(source.Describe().path),
-      decoder_(decoder),
-      light_(light),
-      range_(range),
+      rows_(source, decoder, light, range),
       order_(OrderOf(source.Describe().orientation, direction)),
       scratchReason_(ScratchReasonOf(source.Describe(), direction)),
       limits_(limits),
@@ -76,12 +72,23 @@ void PageLines::Seek(std::int64_t line, Progress& progress)
         }
         return;
     }
-    if (sourceNext_ < 0 || sourceNext_ > line) {
-        source_.Open(path_, limits_);
-        sourceNext_ = 0;
+    SeekStored(line);
+}
+
+void PageLines::SeekStored(std::int64_t row)
+{
+    if (isOpen_ && rows_.Next() == row) {
+        return;
     }
-    source_.SkipRows(line - sourceNext_);
-    sourceNext_ = line;
+    const std::int64_t first = rows_.FirstFor(row);
+    std::int64_t place = rows_.SourceRow();
+    if (!isOpen_ || place > first) {
+        source_.Open(path_, limits_);
+        isOpen_ = true;
+        place = 0;
+    }
+    source_.SkipRows(first - place);
+    rows_.Start(row);
 }
 
 void PageLines::Read(std::int64_t count, std::uint16_t* codes)
@@ -99,18 +106,13 @@ void PageLines::ReadStored(std::int64_t count, std::uint16_t* codes)
     const std::int64_t rows = RowsAtOnce(stored_);
     for (std::int64_t first = 0; first < count; first += rows) {
         const std::int64_t block = std::min(rows, count - first);
-        samples_.resize(static_cast<std::size_t>(block * stored_.width * 3));
-        source_.ReadRows(block, samples_.data());
-        sourceNext_ += block;
         std::uint16_t* out = codes + first * stored_.width * 3;
+        rows_.Read(block, out);
+        // In a row across the lines, its pixels are one of every line.
+        if (order_.across ? order_.backward : order_.mirrored) {
 #pragma omp parallel for schedule(static)
-        for (std::int64_t row = 0; row < block; ++row) {
-            const std::int64_t place = row * stored_.width * 3;
-            EncodeRow(samples_.data() + place, static_cast<std::size_t>(stored_.width), decoder_,
-                      light_, range_, out + place);
-            // In a row across the lines, its pixels are one of every line.
-            if (order_.across ? order_.backward : order_.mirrored) {
-                Mirror(out + place, stored_.width);
+            for (std::int64_t row = 0; row < block; ++row) {
+                Mirror(out + row * stored_.width * 3, stored_.width);
             }
         }
     }
@@ -122,8 +124,7 @@ void PageLines::Spool(Progress& progress)
     scratch_.emplace(lines, order_.across ? stored_.height : stored_.width, folder_);
     const std::int64_t rows = std::max<std::int64_t>(RowsAtOnce(stored_), 64);
     std::vector<std::uint16_t> codes(static_cast<std::size_t>(rows * stored_.width * 3));
-    source_.Open(path_, limits_);
-    sourceNext_ = 0;
+    SeekStored(0);
     for (std::int64_t first = 0; first < stored_.height; first += rows) {
         const std::int64_t count = std::min(rows, stored_.height - first);
         ReadStored(count, codes.data());
@@ -132,6 +133,7 @@ void PageLines::Spool(Progress& progress)
                       static_cast<double>(first + count) / static_cast<double>(stored_.height));
     }
     source_.Close();
+    isOpen_ = false;
 }
 
 void PageLines::PlaceRows(std::int64_t first, std::int64_t count, std::uint16_t* codes)

@@ -251,19 +251,12 @@ std::int64_t PageResult::StripsOfNextBand() const
 
 void PageResult::Append(const std::uint16_t* codes)
 {
-    // Not all strips of a band at once: memory holds the band itself already.
-    constexpr std::int64_t stripsAtOnce = 64;
-    const std::int64_t end = FirstStrip() + StripsOfNextBand();
     Entry entry;
-    for (std::int64_t first = FirstStrip(); first < end; first += stripsAtOnce) {
-        const std::int64_t count = std::min(stripsAtOnce, end - first);
-        for (const EncodedStrip& strip : EncodeStrips(page_, first, count, codes)) {
-            writer_->Append(strip);
-            entry.checksum = Checksum(entry.checksum, strip);
-            entry.sizes.push_back(strip.size());
-        }
-        codes += count * page_.layout.stripLines * page_.layout.lineLength * 3;
-    }
+    EncodeStrips(page_, FirstStrip(), StripsOfNextBand(), codes, [&](const EncodedStrip& strip) {
+        writer_->Append(strip);
+        entry.checksum = Checksum(entry.checksum, strip);
+        entry.sizes.push_back(strip.size());
+    });
     Note(entry);
     Count(entry);
 }

@@ -9,13 +9,7 @@
 #include "light/light_steps.h"
 #include "picture/rendered_page.h"
 
-#include <cstdint>
-
 namespace qva {
-
-/// Converts a stored row of a picture to codes of a range; rgb is used up.
-void EncodeRow(float* rgb, std::size_t width, const SceneDecoder& decoder, const LightSteps& light,
-               const RenderRange& range, std::uint16_t* codes);
 
 /// Reads all rows of a freshly opened source once and gathers their light and flaws.
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,

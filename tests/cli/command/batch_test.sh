@@ -108,7 +108,6 @@ for signal in TERM INT KILL; do
     kill -s $signal $process
     { wait $process; got=$?; } 2>/dev/null
     [ $got = $((128 + $(kill -l $signal))) ] || fail "$signal ends it with $got"
-    sleep 0.3
     [ "$(prints $out)" -lt 24 ] || fail "$signal stops nothing"
     # Those whose sheet, which comes last, is there.
     before=$(for sheet in $out/*-look.png; do
@@ -122,6 +121,7 @@ for signal in TERM INT KILL; do
     [ -z "$(comm -23 <(echo "$before") <(find $out -name '[0-9]*.tif' -printf '%f %T@\n' | sort))" ] ||
         fail "printed twice after $signal"
 done
+
 printf '{"status":"done","outp' >>stoppedTERM/qva-batch.jsonl
 # shellcheck disable=SC2086
 batch 0 many -o stoppedTERM $options --side-by-side '{name}-look.png' --force

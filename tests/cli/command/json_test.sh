@@ -23,13 +23,20 @@ done
 tells printPlan print photo.exr -o a.tif --json --dry-run
 tells printPlan preview photo.exr -o a.tif --json --dry-run
 tells pagePlan page tall.tif -o a.tif --json --dry-run
+tells proofPlan proof photo.exr -o a.png --json --dry-run
+tells reportPlan report photo.exr -o a.html --json --dry-run
 missing a.tif
+missing a.png
+missing a.html
 expect 0 "" print photo.exr -o a.tif --dry-run
 expect_output "a.tif, at once"
 missing a.tif
 tells printed print photo.exr -o a.tif --json
 grep -q "generic photo paper" stdout.txt || fail "remarks are not told to programs"
 tells printed preview photo.exr -o a.tif --json -q
+tells proofed proof photo.exr --profile press.icc --json
+tells proofed proof a.tif --any-paper -o a.png --json
+tells reported report photo.exr -o a.html --json
 tells pagePrinted page tall.tif -o a.tif --json --band-rows 100
 for i in 1 2; do
     expect 0 "" page tall.tif -o "s$i.tif" -q --profile device.icc --band-rows 100 --band "$i/2"
@@ -56,6 +63,8 @@ fails 3 join s1.tif -o b.tif
 fails 4 print photo.exr -o none/b.tif
 fails 4 print photo.exr -o a.tif --no-clobber
 fails 5 print photo.exr -o b.tif --profile none.icc
+fails 5 proof photo.exr --profile none.icc
+fails 4 report photo.exr -o none/b.html
 fails 5 page photo.exr -o b.tif --profile damaged.icc
 fails 2 print pq.png -o b.tif --white 100
 fails 1 print photo.exr -o b.tif --top 0.01
@@ -90,6 +99,8 @@ done
 cmp -s file.tif piped.tif || fail "a page from a pipe is another"
 "$qva" info - <photo.exr >stdout.txt
 head -1 stdout.txt | grep -q "^standard input$" || fail "info of a pipe: $(head -1 stdout.txt)"
+"$qva" proof - -q --size 24 <photo.exr >stdout.txt
+head -1 stdout.txt | grep -q "^standard input$" || fail "proof of a pipe: $(head -1 stdout.txt)"
 "$qva" print - -o b.tif </dev/null 2>stderr.txt
 [ $? = 3 ] && grep -q "standard input: is empty" stderr.txt || fail "an empty pipe: $(cat stderr.txt)"
 head -c 200 photo.exr | "$qva" print - -o b.tif 2>stderr.txt

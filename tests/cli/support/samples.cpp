@@ -225,7 +225,7 @@ void WriteBytes(const std::string& path, const std::string& bytes)
 
 std::vector<float> ReadAll(const std::string& path, std::int64_t rowsAtOnce)
 {
-    const std::unique_ptr<ImageSource> source = OpenImage(path, {1000000});
+    const std::unique_ptr<ImageSource> source = OpenImage(path, {10000000});
     const ImageSize size = source->Size();
     std::vector<float> out(static_cast<std::size_t>(size.width * size.height * 3));
     for (std::int64_t row = 0; row < size.height; row += rowsAtOnce) {
