@@ -34,7 +34,7 @@ std::string FollowLinks(const std::string& path)
     }
     const std::filesystem::path target = std::filesystem::canonical(path, error);
     if (error) {
-        throw Failure(path, "is a symbolic link to nowhere");
+        throw Failure(path, "is a symbolic link to nowhere", exitOutput);
     }
     return target.string();
 }
@@ -52,7 +52,11 @@ OutputTarget ResolveOutput(const std::string& path)
     const std::string target = FollowLinks(path);
     struct stat status {};
     if (stat(target.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        throw Failure(path, S_ISDIR(status.st_mode) ? "is a directory" : "is not a regular file");
+        throw Failure(path,
+                      S_ISDIR(status.st_mode)
+                          ? "is a directory: name a file in it, or see qva batch"
+                          : "is not a regular file",
+                      exitOutput);
     }
     return {target, ModeFor(target)};
 }
@@ -61,7 +65,7 @@ void EnsureNew(const std::string& path)
 {
     struct stat status {};
     if (lstat(path.c_str(), &status) == 0) {
-        throw Failure(path, "is there already: --no-clobber keeps it");
+        throw Failure(path, "is there already: --no-clobber keeps it", exitOutput);
     }
 }
 
@@ -72,7 +76,7 @@ void EnsureFolder(const std::string& output)
     try {
         const ScratchFile trial(FolderOf(output));
     } catch (const Failure&) {
-        throw Failure(output, "cannot be written: " + SystemReason(errno));
+        throw Failure(output, WriteReason(errno), exitOutput);
     }
 }
 
@@ -85,10 +89,10 @@ Descriptor OpenBeside(const std::string& path, int flags, mode_t mode, const std
     const bool known =
         file.IsOpen() ? fstat(file.Get(), &status) == 0 : lstat(path.c_str(), &status) == 0;
     if (known && !S_ISREG(status.st_mode)) {
-        throw Failure(result, "cannot be written: " + path + " is not a regular file");
+        throw Failure(result, "cannot be written: " + path + " is not a regular file", exitOutput);
     }
     if (!file.IsOpen()) {
-        throw Failure(result, "cannot be written: " + SystemReason(error));
+        throw Failure(result, WriteReason(error), exitOutput);
     }
     return file;
 }
@@ -101,7 +105,7 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_(ResolveOu
             open(temporary_->Path().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     } while (!descriptor_.IsOpen() && errno == EEXIST);
     if (!descriptor_.IsOpen()) {
-        throw Failure(path, "cannot be written: " + SystemReason(errno));
+        throw Failure(path, WriteReason(errno), exitOutput);
     }
     MarkAsUsed(descriptor_.Get());
 }
@@ -124,7 +128,7 @@ Descriptor OutputFile::Duplicate() const
 {
     Descriptor copy(dup(descriptor_.Get()));
     if (!copy.IsOpen()) {
-        throw Failure(path_, "cannot be written: " + SystemReason(errno));
+        throw Failure(path_, WriteReason(errno), exitOutput);
     }
     return copy;
 }
@@ -134,7 +138,7 @@ void OutputFile::Commit()
     if (fchmod(descriptor_.Get(), target_.mode) != 0 || fsync(descriptor_.Get()) != 0 ||
         std::rename(temporary_->Path().c_str(), target_.path.c_str()) != 0)
     {
-        throw Failure(path_, "cannot be written: " + SystemReason(errno));
+        throw Failure(path_, WriteReason(errno), exitOutput);
     }
     descriptor_.Close();
     Discard();

@@ -65,8 +65,9 @@ bool IsUnused(const std::string& path)
 
 } // namespace
 
-TemporaryName::TemporaryName(const std::string& folder)
-    : path_((std::filesystem::path(folder) / RandomName()).string()), slot_(Remember(path_))
+TemporaryName::TemporaryName(const std::string& folder, const std::string& ending)
+    : path_((std::filesystem::path(folder) / (RandomName() + ending)).string()),
+      slot_(Remember(path_))
 {
 }
 

@@ -46,7 +46,7 @@ std::string_view Field(const std::vector<unsigned char>& bytes, std::size_t offs
 void CheckHeader(const std::vector<unsigned char>& bytes, const std::string& name)
 {
     if (bytes.size() < smallestProfile || Field(bytes, 36) != "acsp") {
-        throw Failure(name, "is not an ICC profile");
+        throw Failure(name, "is not an ICC profile, as an .icc or .icm file holds one");
     }
     const std::uint32_t stated = static_cast<std::uint32_t>(bytes[0]) << 24 |
                                  static_cast<std::uint32_t>(bytes[1]) << 16 |
@@ -111,7 +111,11 @@ void CheckPrinterProfile(const std::vector<unsigned char>& bytes, const std::str
 
 PrinterProfile ProfileOf(const std::string& path)
 {
-    return path.empty() ? BuiltInProfile() : ReadPrinterProfile(path);
+    try {
+        return path.empty() ? BuiltInProfile() : ReadPrinterProfile(path);
+    } catch (const Failure& failure) {
+        throw failure.As(exitProfile);
+    }
 }
 
 } // namespace qva

@@ -72,7 +72,7 @@ void BandRenderer::Correct(std::uint16_t* codes, Direction direction, const Line
 {
     const std::uint32_t status = TryCorrect(codes, direction, lines);
     if (status == QVA_ERROR_PROCESSING) {
-        throw Failure(name_, "memory ran out: lower --max-memory or --band-rows");
+        throw Failure(name_, "memory ran out: lower --max-memory or --band-rows", exitFailed);
     }
     if (status != QVA_OK) {
         RefuseStatus(status, range_, name_);

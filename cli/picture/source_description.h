@@ -61,6 +61,9 @@ struct Finding {
     std::string text;
 };
 
+/// The finding of a picture whose light can be taken to another headroom.
+constexpr const char* headroomLabel = "headroom";
+
 /// A picture file as it was found.
 struct SourceDescription {
     std::string path;

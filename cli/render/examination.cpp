@@ -1,6 +1,18 @@
 #include "render/examination.h"
 
+#include <algorithm>
+
 namespace qva {
+
+namespace {
+
+bool HasHeadroom(const SourceDescription& description)
+{
+    return std::any_of(description.findings.begin(), description.findings.end(),
+                       [](const Finding& finding) { return finding.label == headroomLabel; });
+}
+
+} // namespace
 
 Examination Examine(const std::string& path, const SourceOptions& options,
                     const LightOptions& light, const SizeLimits& limits, Progress& progress,
@@ -10,6 +22,9 @@ Examination Examine(const std::string& path, const SourceOptions& options,
     Examination found;
     found.description = source->Describe();
     found.meaning = Interpret(found.description, options);
+    if (limits.headroom && !HasHeadroom(found.description)) {
+        found.meaning.notes.emplace_back("has no gain map: --headroom changes nothing");
+    }
     const SceneDecoder decoder(found.meaning, path);
     found.statistics = Scan(*source, decoder, found.counts, progress);
     found.light = PlanLight(light, options.top, found.meaning, found.statistics);

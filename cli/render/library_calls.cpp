@@ -65,14 +65,18 @@ void EnsureWidth(ImageSize size, std::int64_t reducedSide, const std::string& na
 void RefuseStatus(std::uint32_t status, const RenderRange& range, const std::string& name)
 {
     if (status == QVA_ERROR_PROCESSING) {
-        throw Failure(name, fmt::format("cannot be rendered: memory ran out, or its brightest "
-                                        "level, {:.4g} cd/m2, is not above the black of the paper; "
-                                        "for a dark picture raise --white, --luminance-max or "
-                                        "--top",
-                                        range.top));
+        throw Failure(name,
+                      fmt::format("cannot be rendered: memory ran out, or its brightest "
+                                  "level, {:.4g} cd/m2, is not above the black of the paper; "
+                                  "for a dark picture raise --white, --luminance-max or "
+                                  "--top",
+                                  range.top),
+                      exitFailed);
     }
-    throw Failure(name, fmt::format("the library refuses the range {:.4g} to {:.4g} cd/m2",
-                                    range.bottom, range.top));
+    throw Failure(name,
+                  fmt::format("the library refuses the range {:.4g} to {:.4g} cd/m2", range.bottom,
+                              range.top),
+                  exitFailed);
 }
 
 } // namespace qva

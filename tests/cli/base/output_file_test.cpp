@@ -70,9 +70,9 @@ TEST(OutputFile, WritesThroughLinksAndRefusesSpecialFiles)
     EXPECT_EQ("new", Content(folder / "real"));
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
     const std::pair<std::string, const char*> refused[] = {
-        {folder / "", "is a directory"},
+        {folder / "", "is a directory: name a file in it, or see qva batch"},
         {folder / "dangling", "is a symbolic link to nowhere"},
-        {folder / "none/a", "cannot be written: no such file or directory"},
+        {folder / "none/a", "cannot be written: no such file or directory; make its folder first"},
         {folder / "real/a", "cannot be written: not a directory"},
         {"/dev/full", "is not a regular file"},
     };

@@ -140,6 +140,8 @@ TEST(CommandLine, SaysWhatIsWrong)
         {"print a -o b.tif --paper-white 300",
          "command line: --paper-white: '300' is not one of 100, 200, 400" + see},
         {"print a -o b.tif --profile ''", "command line: --profile: a file is missing" + see},
+        {"print a -o b.tif --max-memory 1K",
+         "command line: --max-memory: 1K is below the least that is needed, 130M" + see},
         {"print a -o b.tif --max-memory 4Q",
          "command line: --max-memory: '4Q' is not a number of bytes, such as 800M or 1G" + see},
         {"page a -o b.tif --band 3/2",
@@ -151,7 +153,12 @@ TEST(CommandLine, SaysWhatIsWrong)
         {"print a -o b.tif --white 9 --luminance-max 9",
          "command line: --white excludes --luminance-max" + see},
         {"page a -o b.tif --resume --restart", "command line: --resume excludes --restart" + see},
-        {"page a -o b.tif --json --dry-run", "command line: --dry-run excludes --json" + see},
+        {"page a -o -",
+         "--output: a page goes on where it was stopped, and needs a name for that; qva print "
+         "writes to standard output"},
+        {"print a b -o c.tif", "command line: The following argument was not expected: b; qva "
+                               "batch prints many pictures" +
+                                   see},
         {"page a -o b.tif --band 1/2 --side-by-side c.png",
          "command line: --side-by-side excludes --band" + see},
         {"print a -o b.tif", ""},
