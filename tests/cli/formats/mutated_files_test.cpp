@@ -4,6 +4,7 @@
 #include "colour/icc_builder.h"
 #include "colour/printer_profile.h"
 #include "colour/profile_transform.h"
+#include "formats/image_source.h"
 #include "formats/strip_reader.h"
 #include "hostile_reading.h"
 #include "mutations.h"
@@ -65,6 +66,39 @@ TEST(MutatedFiles, WithNumbersWrittenOverAreReadOrRefusedByName)
     TryPictures([](const std::string& whole, const samples::Attempt& attempt) {
         return samples::WriteNumbers(whole, samples::SweepStride(), attempt);
     });
+}
+
+// Bytes behind a picture make its file longer, and are not its pixels.
+TEST(MutatedFiles, WithZerosBehindThemHoldNoLargerPicture)
+{
+    const Folder kinds;
+    const Folder folder;
+    const std::string path = folder / "padded";
+    samples::WritePictureKinds(kinds / "");
+    // With the shorter side of every kind at least 28 megapixels, of less than one pixel a byte.
+    constexpr std::uint32_t side = 4000000;
+    constexpr std::int64_t many = std::int64_t{1} << 24;
+    for (const auto& kind : std::filesystem::directory_iterator(kinds / "")) {
+        SCOPED_TRACE(kind.path().filename());
+        const std::string whole = Content(kind.path());
+        for (std::size_t place = 0; place + 4 < std::min<std::size_t>(whole.size(), 256); ++place) {
+            std::filesystem::remove(path);
+            // Of two sides that follow each other one is hit in the file's own order of bytes.
+            samples::WriteBytes(path, samples::WithNumber(whole, place, side, place / 4 % 2 == 0) +
+                                          std::string(4096, '\0'));
+            std::int64_t pixels = 0;
+            const std::string error = ErrorOf([&] {
+                const auto source = OpenImage(path, {1 << 30});
+                const ImageSize size = source->Size();
+                pixels = size.width * size.height;
+                std::vector<float> row(static_cast<std::size_t>(size.width * 3));
+                for (std::int64_t y = 0; pixels > many && y < size.height; ++y) {
+                    source->ReadRows(1, row.data());
+                }
+            });
+            EXPECT_TRUE(pixels <= many || !error.empty()) << place;
+        }
+    }
 }
 
 /// Two bands of 12 x 10 pixels, as qva page --band writes them.
