@@ -86,15 +86,19 @@ TEST(OutputFile, WritesThroughLinksAndRefusesSpecialFiles)
 TEST(Leftovers, AreTemporariesThatNobodyHolds)
 {
     const Folder folder;
-    samples::WriteBytes(folder / ".qva-b", "left");
-    samples::WriteBytes(folder / ".qva-a", "");
-    samples::WriteBytes(folder / "a.tif.qva-part", "");
-    std::filesystem::create_directory(folder / ".qva-folder");
-    std::filesystem::create_symlink(".qva-a", folder / ".qva-link");
-    mkfifo((folder / ".qva-pipe").c_str(), 0600);
+    for (const char* name : {".qva-b123456789", ".qva-aaaaaaaaaa", ".qva-cccccccccc.tif",
+                             "a.tif.qva-part", ".qva-settings", ".qva-b12345678",
+                             ".qva-b1234567890", ".qva-b1234567_9", ".qvaxb123456789"})
+    {
+        samples::WriteBytes(folder / name, "left");
+    }
+    std::filesystem::create_directory(folder / ".qva-folder9999");
+    std::filesystem::create_symlink(".qva-aaaaaaaaaa", folder / ".qva-link999999");
+    mkfifo((folder / ".qva-pipe999999").c_str(), 0600);
     OutputFile file(folder / "a.tif");
-    const std::vector<std::string> expected = {folder / ".qva-a", folder / ".qva-b"};
-    EXPECT_EQ(7U, Entries(folder));
+    const std::vector<std::string> expected = {
+        folder / ".qva-aaaaaaaaaa", folder / ".qva-b123456789", folder / ".qva-cccccccccc.tif"};
+    EXPECT_EQ(13U, Entries(folder));
     EXPECT_EQ(expected, LeftoversIn(folder / ""));
     file.Commit();
     EXPECT_EQ(expected, LeftoversIn(folder / ""));
