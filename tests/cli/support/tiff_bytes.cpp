@@ -11,14 +11,22 @@ std::string Number(std::uint64_t number, int count, bool isLittle)
     return bytes;
 }
 
-std::string Directory(const std::vector<Entry>& entries, bool isLittle)
+std::string Directory(const std::vector<Entry>& entries, bool isLittle, std::size_t place)
 {
     std::string bytes = Number(entries.size(), 2, isLittle);
+    const std::size_t behind = place + entries.size() * 12 + 6;
+    std::string longer;
     for (const Entry& entry : entries) {
         bytes += Number(entry.tag, 2, isLittle) + Number(entry.type, 2, isLittle) +
-                 Number(entry.count, 4, isLittle) + entry.value;
+                 Number(entry.count, 4, isLittle);
+        if (entry.value.size() <= 4) {
+            bytes += entry.value + std::string(4 - entry.value.size(), '\0');
+        } else {
+            bytes += Number(behind + longer.size(), 4, isLittle);
+            longer += entry.value + std::string(entry.value.size() % 2, '\0');
+        }
     }
-    return bytes + Number(0, 4, isLittle);
+    return bytes + Number(0, 4, isLittle) + longer;
 }
 
 std::string Header(bool isLittle)

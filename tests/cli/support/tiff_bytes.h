@@ -1,6 +1,7 @@
 // TIFF structures byte by byte, as Exif data are made of.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -13,13 +14,14 @@ struct Entry {
     unsigned tag;
     unsigned type;
     std::uint32_t count;
-    std::string value; ///< four bytes
+    std::string value; ///< as the file has it; up to four bytes stand in the entry itself
 };
 
 std::string Number(std::uint64_t number, int count, bool isLittle);
 
-/// With no directory behind it.
-std::string Directory(const std::vector<Entry>& entries, bool isLittle);
+/// With no directory behind it, but the longer values.
+/// @param place  of the directory in the file.
+std::string Directory(const std::vector<Entry>& entries, bool isLittle, std::size_t place = 0);
 
 /// The first directory lies behind it.
 std::string Header(bool isLittle);
