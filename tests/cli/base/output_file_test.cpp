@@ -1,10 +1,9 @@
 #include "base/output_file.h"
 
-#include "formats/write_page.h"
+#include "hostile_reading.h"
 #include "samples.h"
 
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,13 +12,8 @@ namespace qva {
 
 namespace {
 
+using samples::Content;
 using samples::Folder;
-
-std::string Content(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 void Write(const OutputFile& file, const std::string& text)
 {
@@ -118,33 +112,6 @@ TEST(AreSameFile, SeesThroughNames)
     EXPECT_TRUE(AreSameFile(folder / "new", folder / "./new"));
     EXPECT_FALSE(AreSameFile(folder / "a", folder / "b"));
     EXPECT_FALSE(AreSameFile(folder / "a", folder / "new"));
-}
-
-TEST(WritePage, ReadsBackFromEveryFormat)
-{
-    const Folder folder;
-    Page page{{5, 3}, std::make_unique<std::uint16_t[]>(45)};
-    std::vector<float> expected;
-    for (std::size_t i = 0; i < 45; ++i) {
-        page.codes[i] = static_cast<std::uint16_t>(i * 1456);
-        expected.push_back(static_cast<float>(i * 1456));
-    }
-    const struct {
-        const char* name;
-        Compression compression;
-    } cases[] = {{"a.tif", Compression::None},
-                 {"b.TIFF", Compression::Lzw},
-                 {"c.tif", Compression::Deflate},
-                 {"d.png", Compression::None},
-                 {"e.PNG", Compression::Deflate}};
-    Progress progress(ProgressStyle::None);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        OutputFile file(folder / c.name);
-        WritePage(file, page, {c.compression, 300.0}, progress);
-        file.Commit();
-        EXPECT_EQ(expected, samples::ReadAll(folder / c.name));
-    }
 }
 
 } // namespace
