@@ -25,6 +25,7 @@ using samples::Content;
 using samples::ErrorOf;
 using samples::Folder;
 using samples::Number;
+using samples::PngChunk;
 using samples::Read;
 
 constexpr std::uint64_t everyPixel = 1000000000000000;
@@ -48,14 +49,6 @@ std::string Tiff(const std::map<unsigned, std::uint64_t>& given, std::uint64_t n
                  Number(isProfile ? value : 1, 4, true) + Number(isProfile ? 8 : value, 4, true);
     }
     return bytes + Number(next, 4, true);
-}
-
-std::string PngChunk(const std::string& name, const std::string& data)
-{
-    const std::string body = name + data;
-    const uLong sum =
-        crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()));
-    return Number(data.size(), 4, false) + body + Number(sum, 4, false);
 }
 
 std::string Png(std::uint64_t width, std::uint64_t height, const std::string& kind,

@@ -137,47 +137,46 @@ void ReadShare(const std::string& path)
     }
 }
 
+/// Changes a file in both ways: each use of it is done or refused by name.
+void TryBoth(const std::string& whole, const std::string& name,
+             const std::function<void(const std::string&)>& use)
+{
+    const std::uint64_t before = PeakMemory();
+    long refused = 0;
+    const auto attempt = [&](const std::string& bytes) {
+        const std::string error = ErrorOf([&] { use(bytes); });
+        EXPECT_TRUE(error.empty() || error.starts_with(name + ": ")) << error;
+        refused += error.empty() ? 0 : 1;
+    };
+    const long tried = samples::CutAndTurnOver(whole, samples::SweepStride(), attempt) +
+                       samples::WriteNumbers(whole, samples::SweepStride(), attempt);
+    EXPECT_GT(before + allowance, PeakMemory());
+    std::cout << tried << " tried, " << refused << " refused\n";
+}
+
 TEST(MutatedFiles, SharesAreReadOrRefusedByName)
 {
     const Folder folder;
     const std::string path = folder / "share.tif";
     const std::string whole = Share(path);
     ASSERT_EQ("", ErrorOf([&path] { ReadShare(path); }));
-    const std::uint64_t before = PeakMemory();
-    long refused = 0;
-    const auto attempt = [&](const std::string& bytes) {
+    TryBoth(whole, path, [&path](const std::string& bytes) {
         std::filesystem::remove(path);
         samples::WriteBytes(path, bytes);
-        const std::string error = ErrorOf([&path] { ReadShare(path); });
-        EXPECT_TRUE(error.empty() || error.starts_with(path + ": ")) << error;
-        refused += error.empty() ? 0 : 1;
-    };
-    const long tried = samples::CutAndTurnOver(whole, samples::SweepStride(), attempt) +
-                       samples::WriteNumbers(whole, samples::SweepStride(), attempt);
-    EXPECT_GT(before + allowance, PeakMemory());
-    std::cout << tried << " shares tried, " << refused << " refused\n";
+        ReadShare(path);
+    });
 }
 
 TEST(MutatedFiles, ProfilesAreUsedOrRefusedByName)
 {
     const std::vector<unsigned char> profile = RenderedProfile();
-    const std::uint64_t before = PeakMemory();
-    long refused = 0;
     const std::string whole(profile.begin(), profile.end());
-    const auto attempt = [&](const std::string& text) {
-        const std::vector<unsigned char> bytes(text.begin(), text.end());
-        for (const auto& use : {std::function<void()>([&] { CheckPrinterProfile(bytes, "name"); }),
-                                std::function<void()>([&] { ProfileTransform(bytes, "name"); })})
-        {
-            const std::string error = ErrorOf(use);
-            EXPECT_TRUE(error.empty() || error.starts_with("name: ")) << error;
-            refused += error.empty() ? 0 : 1;
-        }
-    };
-    const long tried = samples::CutAndTurnOver(whole, samples::SweepStride(), attempt) +
-                       samples::WriteNumbers(whole, samples::SweepStride(), attempt);
-    EXPECT_GT(before + allowance, PeakMemory());
-    std::cout << tried << " profiles tried in two ways, refused " << refused << " times\n";
+    TryBoth(whole, "name", [](const std::string& text) {
+        CheckPrinterProfile({text.begin(), text.end()}, "name");
+    });
+    TryBoth(whole, "name", [](const std::string& text) {
+        ProfileTransform({text.begin(), text.end()}, "name");
+    });
 }
 
 } // namespace

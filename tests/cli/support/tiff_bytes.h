@@ -1,4 +1,4 @@
-// TIFF structures byte by byte, as Exif data are made of.
+// TIFF structures, as Exif data are made of, and chunks of PNG, byte by byte.
 #pragma once
 
 #include <cstddef>
@@ -27,5 +27,11 @@ std::string Directory(const std::vector<Entry>& entries, bool isLittle, std::siz
 std::string Header(bool isLittle);
 
 Bytes AsBytes(const std::string& text);
+
+/// A chunk of a PNG with its length and checksum (ISO/IEC 15948, 5.3).
+std::string PngChunk(const std::string& name, const std::string& data);
+
+/// The data of all chunks of a name, found by walking over them.
+std::string PngDataOf(const std::string& png, const std::string& name);
 
 } // namespace qva::samples
