@@ -241,6 +241,10 @@ TEST(HostileFiles, AreRefusedByNameBeforeMemoryIsTaken)
             EXPECT_TRUE(error.empty() || error.starts_with(path + ": ")) << error;
             const std::string share = ErrorOf([&path] { ReadStrip(path); });
             EXPECT_TRUE(share.empty() || share.starts_with(path + ": ")) << share;
+            // What a picture cannot hold a share cannot, either.
+            const bool isHollow =
+                file.bytes.starts_with("II*") && file.reason.starts_with("cannot hold");
+            EXPECT_EQ(isHollow, share.find("cannot hold") != std::string::npos) << share;
             EXPECT_GT(before + allowance, PeakMemory());
         }
     }
