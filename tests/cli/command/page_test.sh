@@ -154,8 +154,6 @@ expect 3 "whole.tif: is not a share of a page" join whole.tif -o result.tif
 gone result.tif
 expect 1 "few for 6 shares" page tall.tif -o result.tif $options $hundred --band 1/6
 expect 1 "raise --max-memory" page tall.tif -o result.tif --max-memory 131M
-expect 2 "'0/3' is not a share" page tall.tif -o result.tif --band 0/3
-expect 2 "a share is a TIFF" page tall.tif -o result.png --band 1/3
 expect 2 "is a share by another name" join share[1-5].tif -o ./share1.tif
 expect 2 "is the photograph" page tall.tif -o ./tall.tif
 expect 4 "none/a.tif: cannot be written" page tall.tif -o none/a.tif
