@@ -7,11 +7,17 @@ Examination Examine(const std::string& path, const SourceOptions& options,
                     std::unique_ptr<ImageSource>& source)
 {
     source = OpenImage(path, limits);
+    return Examine(*source, options, light, progress);
+}
+
+Examination Examine(ImageSource& source, const SourceOptions& options, const LightOptions& light,
+                    Progress& progress)
+{
     Examination found;
-    found.description = source->Describe();
+    found.description = source.Describe();
     found.meaning = Interpret(found.description, options);
-    const SceneDecoder decoder(found.meaning, path);
-    found.statistics = Scan(*source, decoder, found.counts, progress);
+    const SceneDecoder decoder(found.meaning, found.description.path);
+    found.statistics = Scan(source, decoder, found.counts, progress);
     found.light = PlanLight(light, options.top, found.meaning, found.statistics);
     found.range = ChooseRange(found.meaning, found.statistics, options);
     return found;
