@@ -14,6 +14,9 @@ import unittest
 import numpy as np
 import qva
 
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "support"))
+from tiff_codes import tiff_codes  # noqa: E402
+
 QVA, MAKE_SAMPLES = sys.argv[1:3]
 
 
@@ -21,28 +24,10 @@ def run(*arguments):
     subprocess.run(arguments, check=True)
 
 
-def tiff_pixels(path):
-    """The codes of an uncompressed 16-bit RGB TIFF in one or more strips, little-endian."""
-    with open(path, "rb") as file:
-        data = file.read()
-    start, = struct.unpack_from("<I", data, 4)
-    count, = struct.unpack_from("<H", data, start)
-    tags = {}
-    for i in range(count):
-        tag, kind, number = struct.unpack_from("<HHI", data, start + 2 + 12 * i)
-        code = {3: "H", 4: "I"}.get(kind)
-        if code:
-            size = struct.calcsize(code) * number
-            place = start + 10 + 12 * i
-            place = place if size <= 4 else struct.unpack_from("<I", data, place)[0]
-            tags[tag] = struct.unpack_from(f"<{number}{code}", data, place)
-    strips = b"".join(data[at:at + size] for at, size in zip(tags[273], tags[279]))
-    return np.frombuffer(strips, "<u2").reshape(tags[257][0], tags[256][0], 3)
-
-
 def printed(name, *options, command="print"):
     run(QVA, command, name, "-o", "out.tif", "--compression", "none", "--quiet", *options)
-    return tiff_pixels("out.tif")
+    width, height, data = tiff_codes("out.tif")
+    return np.frombuffer(data, "<u2").reshape(height, width, 3)
 
 
 def write_tiff(path, pixels):
