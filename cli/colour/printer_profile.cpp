@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <fmt/format.h>
 #include <string_view>
+#include <utility>
 
 namespace qva {
 
@@ -88,14 +89,19 @@ PrinterProfile BuiltInProfile()
 
 PrinterProfile ReadPrinterProfile(const std::string& path)
 {
+    return MakePrinterProfile(ReadFile(path), path);
+}
+
+PrinterProfile MakePrinterProfile(std::vector<unsigned char> bytes, const std::string& name)
+{
     PrinterProfile profile;
-    profile.bytes = ReadFile(path);
-    CheckPrinterProfile(profile.bytes, path);
+    profile.bytes = std::move(bytes);
+    CheckPrinterProfile(profile.bytes, name);
     profile.isPrinter = Field(profile.bytes, 12) == "prtr";
     const ContextHandle context = MakeContext();
     profile.description = DescriptionOf(OpenProfile(context.get(), profile.bytes).get());
     if (profile.description.empty()) {
-        profile.description = path;
+        profile.description = name;
     }
     return profile;
 }

@@ -19,14 +19,21 @@ Examination Examine(const std::string& path, const SourceOptions& options,
                     std::unique_ptr<ImageSource>& source)
 {
     source = OpenImage(path, limits);
-    Examination found;
-    found.description = source->Describe();
-    found.meaning = Interpret(found.description, options);
+    Examination found = Examine(*source, options, light, progress);
     if (limits.headroom && !HasHeadroom(found.description)) {
         found.meaning.notes.emplace_back("has no gain map: --headroom changes nothing");
     }
-    const SceneDecoder decoder(found.meaning, path);
-    found.statistics = Scan(*source, decoder, found.counts, progress);
+    return found;
+}
+
+Examination Examine(ImageSource& source, const SourceOptions& options, const LightOptions& light,
+                    Progress& progress)
+{
+    Examination found;
+    found.description = source.Describe();
+    found.meaning = Interpret(found.description, options);
+    const SceneDecoder decoder(found.meaning, found.description.path);
+    found.statistics = Scan(source, decoder, found.counts, progress);
     found.light = PlanLight(light, options.top, found.meaning, found.statistics);
     found.range = ChooseRange(found.meaning, found.statistics, options);
     return found;

@@ -34,6 +34,12 @@ QVA_IMAGE ImageRecord(std::uint16_t* codes, ImageSize size)
     return image;
 }
 
+QVA_IMAGE SourceRecord(const std::uint16_t* codes, ImageSize size)
+{
+    // The record is the same for both directions.
+    return ImageRecord(const_cast<std::uint16_t*>(codes), size);
+}
+
 QVA_OUTPUT_CONDITIONS ConditionsRecord(const PrinterProfile& profile,
                                        const RenderSettings& settings)
 {

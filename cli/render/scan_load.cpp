@@ -106,22 +106,27 @@ PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleC
 Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
               const RenderRange& range, Progress& progress)
 {
-    const ImageSize size = source.Size();
-    const Placement placement = PlacementOf(source.Describe());
     Page page{UprightSize(source.Describe()), nullptr};
     page.codes = std::make_unique_for_overwrite<std::uint16_t[]>(
         static_cast<std::size_t>(page.size.width * page.size.height * 3));
+    LoadCodes(source, decoder, light, range, progress, page.codes.get());
+    return page;
+}
+
+void LoadCodes(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
+               const RenderRange& range, Progress& progress, std::uint16_t* page)
+{
+    const ImageSize size = source.Size();
+    const Placement placement = PlacementOf(source.Describe());
     LightRows rows(source, decoder, light, range);
     std::vector<std::uint16_t> codes(static_cast<std::size_t>(RowsPerBlock(size) * size.width * 3));
     ForEachBlock(size, "reading", progress, [&](std::int64_t first, std::int64_t count) {
         rows.Read(count, codes.data());
 #pragma omp parallel for schedule(static)
         for (std::int64_t row = 0; row < count; ++row) {
-            PlaceRow(codes.data() + row * size.width * 3, size.width, first + row, placement,
-                     page.codes.get());
+            PlaceRow(codes.data() + row * size.width * 3, size.width, first + row, placement, page);
         }
     });
-    return page;
 }
 
 } // namespace qva
