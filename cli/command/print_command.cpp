@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace qva {
 
@@ -34,12 +35,20 @@ constexpr const char* printExamples =
     "  qva print photo.png -o print.png --side-by-side compare.png --verbose\n"
     "      also a sheet with a plain clip on the left and the print on the right";
 
-Page Load(ImageSource& source, const Examination& found, const PhotoOptions& photo,
-          Progress& progress)
+/// Makes the page of what was kept, or reads the file once more.
+Page Load(ImageSource& source, const Examination& found, KeptSamples kept,
+          const PhotoOptions& photo, Progress& progress)
 {
+    const LightSteps light(found.light);
+    const SceneDecoder decoder(found.meaning, photo.path, source.Samples());
+    if (kept.IsThere()) {
+        source.Close();
+        progress.Show("converting", -1.0);
+        return MakePage(std::move(kept), found.description,
+                        RowEncoder(decoder, light, found.range));
+    }
     source.Open(photo.path, photo.limits);
-    const SceneDecoder decoder(found.meaning, photo.path);
-    Page page = LoadPage(source, decoder, LightSteps(found.light), found.range, progress);
+    Page page = LoadPage(source, decoder, light, found.range, progress);
     source.Close();
     return page;
 }
@@ -55,8 +64,12 @@ public:
 
 private:
     bool FitsMemory(ImageSize size) const;
-    void RunAtOnce(const PrinterProfile& profile, const Examination& found, ImageSource& source,
-                   const OutputFile& output, const OutputFile* sheet, Progress& progress) const;
+    struct Outputs {
+        const OutputFile& result;
+        const OutputFile* sheet; ///< none where null
+    };
+    void RunAtOnce(const PrinterProfile& profile, const Examination& found, Page page,
+                   const Outputs& outputs, Progress& progress) const;
     void RunInBands(const PrinterProfile& profile, const Examination& found,
                     ImageSource& source) const;
     ProgressStyle Style() const
@@ -90,21 +103,19 @@ bool PrintCommand::FitsMemory(ImageSize size) const
     return options_.render.preview || PrintMemory(size) <= maxMemory_.value_or(MemoryLimit());
 }
 
-void PrintCommand::RunAtOnce(const PrinterProfile& profile, const Examination& found,
-                             ImageSource& source, const OutputFile& output, const OutputFile* sheet,
-                             Progress& progress) const
+void PrintCommand::RunAtOnce(const PrinterProfile& profile, const Examination& found, Page page,
+                             const Outputs& outputs, Progress& progress) const
 {
-    Page page = Load(source, found, options_.photo, progress);
     Panel clipped;
-    if (sheet != nullptr) {
+    if (outputs.sheet != nullptr) {
         clipped = ReducePage(page, ClippedLight(found.range, options_.render.paperWhite));
     }
     progress.Show("rendering", -1.0);
     Render(page, found.range, profile, options_.render, options_.photo.path);
-    if (sheet != nullptr) {
-        WriteSideBySide(*sheet, clipped, ReducePage(page, RenderedLight()));
+    if (outputs.sheet != nullptr) {
+        WriteSideBySide(*outputs.sheet, clipped, ReducePage(page, RenderedLight()));
     }
-    WritePage(output, page, SettingsFor(options_.write, found.description), progress);
+    WritePage(outputs.result, page, SettingsFor(options_.write, found.description), progress);
 }
 
 void PrintCommand::RunInBands(const PrinterProfile& profile, const Examination& found,
@@ -133,11 +144,13 @@ void PrintCommand::Run()
     }
     Progress progress(Style());
     std::unique_ptr<ImageSource> source;
+    Keeping keeping{[this](ImageSize size) { return FitsMemory(size); }, {}};
     const Examination found =
         Examine(options_.photo.path, options_.photo.source, options_.photo.light,
-                options_.photo.limits, progress, source);
+                options_.photo.limits, progress, source, &keeping);
     if (FitsMemory(source->Size())) {
-        RunAtOnce(profile, found, *source, *output, sheet ? &*sheet : nullptr, progress);
+        Page page = Load(*source, found, std::move(keeping.samples), options_.photo, progress);
+        RunAtOnce(profile, found, std::move(page), {*output, sheet ? &*sheet : nullptr}, progress);
         output->Commit();
         if (sheet) {
             sheet->Commit();

@@ -1,6 +1,7 @@
 #include "page/page_lines.h"
 
-#include "render/scan_load.h"
+#include "base/workers.h"
+#include "render/row_encoder.h"
 
 #include <algorithm>
 
@@ -97,22 +98,33 @@ void PageLines::Read(std::int64_t count, std::uint16_t* codes)
 void PageLines::ReadStored(std::int64_t count, std::uint16_t* codes)
 {
     const std::int64_t rows = RowsAtOnce(stored_);
+    const std::int64_t samples = stored_.width * 3;
+    const auto width = static_cast<std::size_t>(stored_.width);
+    const bool inPlace = decoder_.Takes(source_.Samples());
+    const RowEncoder encoder(decoder_, light_, range_);
+    ScratchRows scratch(stored_.width, Workers());
     for (std::int64_t first = 0; first < count; first += rows) {
         const std::int64_t block = std::min(rows, count - first);
-        samples_.resize(static_cast<std::size_t>(block * stored_.width * 3));
-        source_.ReadRows(block, samples_.data());
+        std::uint16_t* out = codes + first * samples;
+        if (inPlace) {
+            source_.ReadSamples(block, out);
+        } else {
+            samples_.resize(static_cast<std::size_t>(block * samples));
+            source_.ReadRows(block, samples_.data());
+        }
         sourceNext_ += block;
-        std::uint16_t* out = codes + first * stored_.width * 3;
-#pragma omp parallel for schedule(static)
-        for (std::int64_t row = 0; row < block; ++row) {
-            const std::int64_t place = row * stored_.width * 3;
-            EncodeRow(samples_.data() + place, static_cast<std::size_t>(stored_.width), decoder_,
-                      light_, range_, out + place);
+        ForEach(block, [&](std::int64_t row, int worker) {
+            std::uint16_t* line = out + row * samples;
+            if (inPlace) {
+                encoder(line, scratch.Light(worker), width, line);
+            } else {
+                encoder(samples_.data() + row * samples, width, line);
+            }
             // In a row across the lines, its pixels are one of every line.
             if (order_.across ? order_.backward : order_.mirrored) {
-                Mirror(out + place, stored_.width);
+                Mirror(line, stored_.width);
             }
-        }
+        });
     }
 }
 

@@ -61,6 +61,13 @@ struct Finding {
     std::string text;
 };
 
+/// What a sample fits into with nothing lost.
+enum class SampleKind {
+    Codes,  ///< integers of 8 or 16 bits
+    Halves, ///< floating-point numbers of 16 bits
+    Floats
+};
+
 /// A picture file as it was found.
 struct SourceDescription {
     std::string path;

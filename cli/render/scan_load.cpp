@@ -1,11 +1,11 @@
 #include "render/scan_load.h"
 
 #include "base/errors.h"
+#include "base/workers.h"
 
 #include <algorithm>
-#include <cmath>
 #include <fmt/format.h>
-#include <omp.h>
+#include <utility>
 #include <vector>
 
 namespace qva {
@@ -44,14 +44,6 @@ Placement PlacementOf(const SourceDescription& description)
     }
 }
 
-std::uint16_t LinearCode(float light, float scale)
-{
-    // Written so that a not-a-number would become 0.
-    const float code = light * scale;
-    return code > 0.0f ? static_cast<std::uint16_t>(std::min(code, 65535.0f) + 0.5f)
-                       : std::uint16_t{0};
-}
-
 void PlaceRow(const std::uint16_t* row, std::int64_t width, std::int64_t y,
               const Placement& placement, std::uint16_t* page)
 {
@@ -62,64 +54,110 @@ void PlaceRow(const std::uint16_t* row, std::int64_t width, std::int64_t y,
     }
 }
 
-/// Calls body(rows, first, count) for block after block of a source.
-template <typename Body>
-void ForEachBlock(ImageSource& source, const char* stage, Progress& progress, const Body& body)
+// Blocks that are under way, and so threads that work on them: few, because nothing reads faster
+// than these convert.
+constexpr int mostReaders = 8;
+
+int Readers()
+{
+    return std::min(Workers(), mostReaders);
+}
+
+std::int64_t SamplesOf(ImageSize size)
+{
+    return size.width * size.height * 3;
+}
+
+Page EmptyPage(ImageSize size)
+{
+    return {size, std::make_unique_for_overwrite<std::uint16_t[]>(
+                      static_cast<std::size_t>(SamplesOf(size)))};
+}
+
+void ReadBlock(ImageSource& source, std::int64_t count, float* rows)
+{
+    source.ReadRows(count, rows);
+}
+
+void ReadBlock(ImageSource& source, std::int64_t count, std::uint16_t* rows)
+{
+    source.ReadSamples(count, rows);
+}
+
+/// Reads all rows of a source in order, and meanwhile calls use(row, y, worker) for those that are
+/// there on all threads.
+/// @param whole  where the rows are to stay; null where they are used up.
+template <typename T, typename Use>
+void ForEachRow(ImageSource& source, const char* stage, Progress& progress, T* whole,
+                const Use& use)
 {
     const ImageSize size = source.Size();
     const std::int64_t rows = RowsPerBlock(size);
-    std::vector<float> block(static_cast<std::size_t>(rows * size.width * 3));
-    for (std::int64_t first = 0; first < size.height; first += rows) {
-        const std::int64_t count = std::min(rows, size.height - first);
+    SlotSteps steps;
+    steps.count = (size.height + rows - 1) / rows;
+    steps.slots = std::min({UsualSlots(), steps.count, std::int64_t{mostReaders}});
+    std::vector<T> blocks(static_cast<std::size_t>(
+        whole == nullptr ? steps.slots * SamplesOf({size.width, rows}) : 0));
+    const auto blockAt = [&](std::int64_t item) {
+        return whole != nullptr
+                   ? whole + item * SamplesOf({size.width, rows})
+                   : blocks.data() + item % steps.slots * SamplesOf({size.width, rows});
+    };
+    const auto rowsIn = [&](std::int64_t item) {
+        return std::min(rows, size.height - item * rows);
+    };
+    steps.ordered = [&](std::int64_t item) {
+        const std::int64_t first = item * rows;
+        const std::int64_t end = first + rowsIn(item);
         try {
-            source.ReadRows(count, block.data());
+            ReadBlock(source, end - first, blockAt(item));
         } catch (const Failure& failure) {
-            const std::string place = fmt::format("rows {} to {}", first, first + count - 1);
+            const std::string place = fmt::format("rows {} to {}", first, end - 1);
             throw Failure(Failure(failure, place), first);
         }
-        body(block.data(), first, count);
-        progress.Show(stage, static_cast<double>(first + count) / static_cast<double>(size.height));
-    }
+        progress.Show(stage, static_cast<double>(end) / static_cast<double>(size.height));
+    };
+    steps.shared = [&](std::int64_t item, int worker) {
+        for (std::int64_t row = 0; row < rowsIn(item); ++row) {
+            use(blockAt(item) + row * size.width * 3, item * rows + row, worker);
+        }
+    };
+    RunOrderedFirst(steps);
 }
 
 } // namespace
 
-void EncodeRow(float* rgb, std::size_t width, const SceneDecoder& decoder, const LightSteps& light,
-               const RenderRange& range, std::uint16_t* codes)
-{
-    if (range.passThrough) {
-        std::transform(rgb, rgb + width * 3, codes,
-                       [](float sample) { return static_cast<std::uint16_t>(sample); });
-        return;
-    }
-    SampleCounts counts;
-    decoder.Decode(rgb, width, counts);
-    light(rgb, width);
-    const auto scale = static_cast<float>(65535.0 / range.top);
-    std::transform(rgb, rgb + width * 3, codes,
-                   [scale](float sample) { return LinearCode(sample, scale); });
-}
-
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
-                       Progress& progress)
+                       Progress& progress, KeptSamples* kept)
 {
     struct Part {
         PictureStatistics statistics;
         SampleCounts counts;
     };
-    const std::int64_t width = source.Size().width;
-    // One a thread, made before the loops: a request for memory that fails in a parallel loop would
-    // end the program.
-    std::vector<Part> parts(static_cast<std::size_t>(omp_get_max_threads()));
-    ForEachBlock(source, "measuring", progress, [&](float* rgb, std::int64_t, std::int64_t count) {
-#pragma omp parallel for schedule(static)
-        for (std::int64_t row = 0; row < count; ++row) {
-            Part& part = parts[static_cast<std::size_t>(omp_get_thread_num())];
-            float* pixels = rgb + row * width * 3;
-            decoder.Decode(pixels, static_cast<std::size_t>(width), part.counts);
-            part.statistics.Add(pixels, static_cast<std::size_t>(width));
+    const auto width = static_cast<std::size_t>(source.Size().width);
+    std::vector<Part> parts(static_cast<std::size_t>(Readers()));
+    const auto partOf = [&parts](int worker) -> Part& {
+        return parts[static_cast<std::size_t>(worker)];
+    };
+    if (decoder.Takes(source.Samples())) {
+        if (kept != nullptr) {
+            *kept = {source.Samples(), EmptyPage(source.Size())};
         }
-    });
+        ScratchRows scratch(source.Size().width, Readers());
+        ForEachRow<std::uint16_t>(
+            source, "measuring", progress, kept != nullptr ? kept->stored.codes.get() : nullptr,
+            [&](const std::uint16_t* row, std::int64_t, int worker) {
+                float* light = scratch.Light(worker);
+                decoder.DecodeSamples(row, light, width, partOf(worker).counts);
+                partOf(worker).statistics.Add(light, width);
+            });
+    } else {
+        ForEachRow<float>(source, "measuring", progress, nullptr,
+                          [&](float* row, std::int64_t, int worker) {
+                              decoder.Decode(row, width, partOf(worker).counts);
+                              partOf(worker).statistics.Add(row, width);
+                          });
+    }
     PictureStatistics statistics;
     for (const Part& part : parts) {
         statistics.Add(part.statistics);
@@ -132,23 +170,50 @@ Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps
               const RenderRange& range, Progress& progress)
 {
     const std::int64_t width = source.Size().width;
+    const auto pixels = static_cast<std::size_t>(width);
     const Placement placement = PlacementOf(source.Describe());
-    Page page{UprightSize(source.Describe()), nullptr};
-    page.codes = std::make_unique_for_overwrite<std::uint16_t[]>(
-        static_cast<std::size_t>(page.size.width * page.size.height * 3));
-    std::vector<std::uint16_t> codes;
-    ForEachBlock(
-        source, "reading", progress, [&](float* rgb, std::int64_t first, std::int64_t count) {
-            codes.resize(static_cast<std::size_t>(count * width * 3));
-#pragma omp parallel for schedule(static)
-            for (std::int64_t row = 0; row < count; ++row) {
-                const std::int64_t place = row * width * 3;
-                EncodeRow(rgb + place, static_cast<std::size_t>(width), decoder, light, range,
-                          codes.data() + place);
-                PlaceRow(codes.data() + place, width, first + row, placement, page.codes.get());
-            }
-        });
+    const RowEncoder encoder(decoder, light, range);
+    Page page = EmptyPage(UprightSize(source.Describe()));
+    ScratchRows scratch(width, Readers());
+    const auto place = [&](std::int64_t y, int worker) {
+        PlaceRow(scratch.Codes(worker), width, y, placement, page.codes.get());
+    };
+    if (decoder.Takes(source.Samples())) {
+        ForEachRow<std::uint16_t>(source, "reading", progress, nullptr,
+                                  [&](const std::uint16_t* row, std::int64_t y, int worker) {
+                                      encoder(row, scratch.Light(worker), pixels,
+                                              scratch.Codes(worker));
+                                      place(y, worker);
+                                  });
+    } else {
+        ForEachRow<float>(source, "reading", progress, nullptr,
+                          [&](float* row, std::int64_t y, int worker) {
+                              encoder(row, pixels, scratch.Codes(worker));
+                              place(y, worker);
+                          });
+    }
     return page;
+}
+
+Page MakePage(KeptSamples kept, const SourceDescription& description, const RowEncoder& encoder)
+{
+    constexpr std::int64_t rowsAtOnce = 16;
+    const ImageSize size = description.size;
+    const bool isUpright = description.orientation == 1;
+    const Placement placement = PlacementOf(description);
+    Page turned = isUpright ? Page{} : EmptyPage(UprightSize(description));
+    ScratchRows scratch(size.width, Workers());
+    ForEach((size.height + rowsAtOnce - 1) / rowsAtOnce, [&](std::int64_t item, int worker) {
+        const std::int64_t end = std::min((item + 1) * rowsAtOnce, size.height);
+        for (std::int64_t y = item * rowsAtOnce; y < end; ++y) {
+            std::uint16_t* row = kept.stored.codes.get() + y * size.width * 3;
+            encoder(row, scratch.Light(worker), static_cast<std::size_t>(size.width), row);
+            if (!isUpright) {
+                PlaceRow(row, size.width, y, placement, turned.codes.get());
+            }
+        }
+    });
+    return isUpright ? std::move(kept.stored) : std::move(turned);
 }
 
 } // namespace qva

@@ -3,28 +3,35 @@
 
 #include "base/progress.h"
 #include "colour/picture_statistics.h"
-#include "colour/range_choice.h"
-#include "colour/scene_decoder.h"
 #include "formats/image_source.h"
-#include "light/light_steps.h"
 #include "picture/rendered_page.h"
+#include "render/row_encoder.h"
 
 #include <cstdint>
 
 namespace qva {
 
-/// Converts a stored row of a picture to codes of a range; rgb is used up.
-void EncodeRow(float* rgb, std::size_t width, const SceneDecoder& decoder, const LightSteps& light,
-               const RenderRange& range, std::uint16_t* codes);
+/// The samples of a picture as they are stored, in 16 bits, in the buffer of the page they become.
+struct KeptSamples {
+    SampleKind kind = SampleKind::Floats; ///< Codes or Halves where some are kept
+    Page stored;                          ///< no codes where none are kept
+
+    bool IsThere() const { return stored.codes != nullptr; }
+};
 
 /// Reads all rows of a freshly opened source once and gathers their light and flaws.
+/// @param kept  where given and the decoder takes the source's samples, set to these.
+/// @throws std::bad_alloc where they do not fit memory.
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
-                       Progress& progress);
+                       Progress& progress, KeptSamples* kept = nullptr);
 
 /// Reads all rows of a freshly opened source, converts them to codes of the range and sets them
 /// upright.
 /// @throws std::bad_alloc where the page does not fit memory.
 Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
               const RenderRange& range, Progress& progress);
+
+/// The same from kept samples, which are used up: in their own buffer where they lie upright.
+Page MakePage(KeptSamples kept, const SourceDescription& description, const RowEncoder& encoder);
 
 } // namespace qva
