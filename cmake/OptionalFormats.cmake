@@ -3,10 +3,16 @@
 #
 #   qva_add_format(NAME library SOURCES ... LIBRARIES ...)
 #
-# after NAME_FOUND is known. Defines QVA_HAVE_NAME for the table where the format is built in, and adds
+# after NAME_FOUND is known. QVA_WITHOUT lists those that are left out on purpose. Defines QVA_HAVE_NAME for the table where the format is built in, and adds
 # NAME to the global property QVA_FORMATS.
+set(QVA_WITHOUT "" CACHE STRING "Formats to leave out: JPEG, AVIF, HEIC, JXL, RAW")
+
 function(qva_add_format name library)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+    if(name IN_LIST QVA_WITHOUT)
+        message(STATUS "qva will not read ${name}: left out by QVA_WITHOUT")
+        return()
+    endif()
     if(NOT ${name}_FOUND)
         message(STATUS "qva will not read ${name}: ${library} was not found")
         return()

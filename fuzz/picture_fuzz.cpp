@@ -5,6 +5,7 @@
 #include "colour/scene_decoder.h"
 #include "formats/strip_reader.h"
 #include "page/page_job.h"
+#include "picture/print_metadata.h"
 
 #include "formats/image_source.h"
 
@@ -46,6 +47,8 @@ void ReadPicture(const std::string& name)
     if (!meaning.isInteger || meaning.transfer == qva::Transfer::Profile) {
         decoder.emplace(meaning, name);
     }
+    qva::MetadataForPrint(source->Describe());
+    qva::MetadataFindings(source->Describe());
     const qva::ImageSize size = source->Size();
     std::vector<float> rgb(static_cast<size_t>(size.width * 3));
     qva::SampleCounts counts;

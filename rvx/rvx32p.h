@@ -46,7 +46,7 @@ enum {
 typedef uint64_t RvxInstance;
 typedef uint64_t RvxXform;
 
-/** One ICC profile in memory. It carries no length: the profile's own header states its size. */
+/** Where an ICC profile lies. How long it is stands in its first four bytes. */
 typedef struct RvxProfileDescriptor {
     uint32_t version;        /**< RVX_DESCRIPTOR_VERSION */
     uint32_t location;       /**< RVX_DESCRIPTOR_MEMORY */
@@ -73,8 +73,8 @@ static_assert(offsetof(RvxProfileDescriptor, api) == 272, "fixed offset");
     @param instance  receives the handle, never 0; untouched on failure. */
 RVX_API int32_t RVX_Initialize(const uint32_t* version, void* reserved, RvxInstance* instance);
 
-/** Builds the transform from RGB values of the source to the XYZ of that colour as the device
-    reproduces it. The profiles' bytes are copied; they may go once the call returns.
+/** Makes a transform that tells what XYZ the device gives when it is asked for RGB values of the
+    source. The profiles' bytes are copied; they may go once the call returns.
     @param source    RGB profile with PCS XYZ or Lab.
     @param xyz       RGB profile whose device values are the wanted encoding of XYZ; it is written
                      to, so an input profile needs a B2A0 tag.

@@ -11,8 +11,6 @@ namespace qva {
 
 namespace {
 
-constexpr const char* defaultScale = "default";
-
 struct TransferCode {
     int code;
     Transfer transfer;

@@ -38,6 +38,9 @@ constexpr double highestHlgPeak = 10000.0;
 /// cd/m² of diffuse white where nothing says otherwise (ITU-R BT.2408-7, 2.2).
 constexpr double defaultWhite = 203.0;
 
+/// What an interpretation says of where that came from.
+constexpr const char* defaultScale = "default";
+
 /// The meaning of a picture's samples: signal = (sample - codeBlack) / (codeWhite - codeBlack).
 struct Interpretation {
     Transfer transfer = Transfer::Linear;
@@ -48,8 +51,8 @@ struct Interpretation {
     bool isInteger = false; ///< samples are whole numbers 0 ... largestCode
     double largestCode = 1.0;
     /// cd/m² of signal 0 and 1; for Transfer::Pq the signals in between lie on a straight line
-    /// between the PQ signals of both, for others their light does. For HLG the peak is that of
-    /// the display, and the minimum is not used.
+    /// between the PQ signals of both, for others their light does. For HLG the second is the peak
+    /// of the display, and the first is not used.
     double signalZeroLuminance = 0.0;
     double signalOneLuminance = defaultWhite;
     bool hasScale = true; ///< false: scene values of which nobody says what light they are

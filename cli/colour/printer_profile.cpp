@@ -56,6 +56,10 @@ void CheckHeader(const std::vector<unsigned char>& bytes, const std::string& nam
                                         bytes.size()));
     }
     const std::string_view deviceClass = Field(bytes, 12);
+    if (deviceClass == "link") {
+        throw Failure(name, "is a device link, which leads from one device to another: the profile "
+                            "of the printer itself is needed");
+    }
     if (deviceClass != "prtr" && deviceClass != "mntr" && deviceClass != "spac") {
         throw Failure(name, fmt::format("is a profile of class '{}'; an output device's (prtr), a "
                                         "display's (mntr) or a colour space's (spac) is needed",

@@ -15,15 +15,6 @@ constexpr double brightShare = 0.9999;
 constexpr double farAbove = 2.0;
 constexpr double codeScale = 65535.0;
 
-bool CanPass(const Interpretation& meaning)
-{
-    const bool known = meaning.transfer == Transfer::Linear || meaning.transfer == Transfer::Pq ||
-                       (meaning.transfer == Transfer::Power && meaning.exponent == 2.2);
-    return known && meaning.isInteger && meaning.codeBlack == 0.0 &&
-           meaning.codeWhite == codeScale && meaning.signalOneLuminance <= pqPeak &&
-           SamePrimaries(meaning.primaries, bt2020);
-}
-
 std::uint32_t GammaTypeOf(Transfer transfer)
 {
     if (transfer == Transfer::Pq) {
@@ -66,6 +57,15 @@ void FitToCodes(const Interpretation& meaning, double top, RenderRange& range)
 
 } // namespace
 
+bool PassesCodes(const Interpretation& meaning)
+{
+    const bool known = meaning.transfer == Transfer::Linear || meaning.transfer == Transfer::Pq ||
+                       (meaning.transfer == Transfer::Power && meaning.exponent == 2.2);
+    return known && meaning.isInteger && meaning.codeBlack == 0.0 &&
+           meaning.codeWhite == codeScale && meaning.signalOneLuminance <= pqPeak &&
+           SamePrimaries(meaning.primaries, bt2020);
+}
+
 double BrightestOf(const PictureStatistics& statistics)
 {
     const double bright = statistics.Percentile(brightShare);
@@ -77,7 +77,7 @@ RenderRange ChooseRange(const Interpretation& meaning, const PictureStatistics& 
 {
     RenderRange range;
     const double top = ChooseTop(statistics, options, range.topFrom);
-    if (CanPass(meaning)) {
+    if (PassesCodes(meaning)) {
         FitToCodes(meaning, top, range);
     } else {
         range.top = top;

@@ -33,6 +33,9 @@ constexpr double lowestTop = 10.0;
 /// the peak is more than twice that.
 double BrightestOf(const PictureStatistics& statistics);
 
+/// Tells whether the codes of a picture are codes that the library knows.
+bool PassesCodes(const Interpretation& meaning);
+
 /// Chooses a range. The top is options.top where given; else that of BrightestOf; at least
 /// lowestTop, at most 10000 and what the codes can say.
 ///

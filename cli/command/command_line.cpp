@@ -26,6 +26,9 @@ struct CommandEntry {
 constexpr CommandEntry commands[] = {
     {"print", "Render a photograph for a printer", MakePrintCommand},
     {"preview", "Render for the screen: the print before its device step", MakePreviewCommand},
+    {"proof", "Show a print before it is on paper, and what the paper cannot give",
+     MakeProofCommand},
+    {"report", "Write all about a print into one HTML file", MakeReportCommand},
     {"page", "Render a page of any size in bounded memory, band by band", MakePageCommand},
     {"join", "Put the shares of a page together", MakeJoinCommand},
     {"info", "Show what a photograph holds and what is chosen", MakeInfoCommand},

@@ -3,6 +3,7 @@
 #include "base/json_text.h"
 #include "command/command.h"
 #include "command/option_checks.h"
+#include "command/print_options.h"
 #include "command/remarks.h"
 #include "command/shared_options.h"
 #include "formats/writer_table.h"
@@ -89,11 +90,18 @@ void CheckShares(const std::vector<ShareFile>& files)
 class JoinCommand : public Command {
 public:
     void AddOptions(CLI::App& app) override;
-    void Finish() override { OutputFormatOf(options_.output); }
+    void Finish() override
+    {
+        OutputFormatOf(options_.output);
+        CheckDevice(device_, options_.output, Compression::Deflate);
+    }
     void Run() override;
     std::string Subject() const override { return options_.output; }
 
 private:
+    std::shared_ptr<const DeviceOutput> DeviceOfShares(
+        const std::optional<RenderedFor>& paper) const;
+
     struct {
         std::vector<std::string> shares;
         std::string output;
@@ -102,6 +110,8 @@ private:
         bool noClobber = false;
         bool json = false;
     } options_;
+    DeviceOptions device_;
+    std::string profile_;
 };
 
 void JoinCommand::AddOptions(CLI::App& app)
@@ -113,11 +123,28 @@ void JoinCommand::AddOptions(CLI::App& app)
     app.add_option("-o,--output", options_.output, "The result: " + OutputEndings())
         ->required()
         ->type_name("FILE");
+    AddDeviceOptions(app, device_);
+    app.add_option("--profile", profile_,
+                   "ICC profile that the shares were rendered for, with --to-device")
+        ->check(NotEmpty())
+        ->type_name("FILE");
     AddNoClobberOption(app, options_.noClobber);
     AddThreadsOption(app, options_.threads);
     app.add_flag("--json", options_.json, "Write the result to standard output as JSON");
     AddProgressOption(app, options_.progress);
     app.footer("Example:\n  qva join share1.tif share2.tif -o print.tif");
+}
+
+std::shared_ptr<const DeviceOutput> JoinCommand::DeviceOfShares(
+    const std::optional<RenderedFor>& paper) const
+{
+    const PrinterProfile profile = ProfileOf(profile_);
+    if (!paper || paper->profileDigest != DigestOf(profile.bytes)) {
+        throw Failure(options_.shares.front(),
+                      fmt::format("was rendered for another profile than {}",
+                                  profile_.empty() ? "the built-in one" : profile_));
+    }
+    return DeviceOf(device_, profile, paper->intent, profile_);
 }
 
 void JoinCommand::Run()
@@ -146,7 +173,11 @@ void JoinCommand::Run()
         CheckStrips(file, progress);
     }
     const BandPlan plan = files.front().record.plan;
-    const WriteSettings settings = files.front().reader.Page().settings;
+    WriteSettings settings = files.front().reader.Page().settings;
+    settings.metadata = files.front().record.metadata;
+    if (device_.isWanted) {
+        settings.device = DeviceOfShares(settings.renderedFor);
+    }
     std::vector<StripReader> readers;
     for (ShareFile& file : files) {
         readers.push_back(std::move(file.reader));

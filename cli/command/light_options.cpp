@@ -13,8 +13,14 @@ constexpr double mostStops = 30.0;
 CLI::Validator Exposure()
 {
     const auto check = [](std::string& text) -> std::string {
-        return text == "auto" || text == "none" ? std::string()
-                                                : Number(-mostStops, mostStops)(text);
+        if (text == "auto" || text == "none") {
+            return {};
+        }
+        std::string complaint = Number(-mostStops, mostStops)(text);
+        if (!complaint.empty()) {
+            complaint += "; auto and none are names for it";
+        }
+        return complaint;
     };
     return CLI::Validator(check, "");
 }
@@ -49,9 +55,8 @@ void AddLightOptions(CLI::App& app, LightOptions& light)
         {"--no-repair", "Leave the undershoot beside bright light black", &LightOptions::repairs},
         {"--no-colour-fit", "Cut colours outside BT.2020 in each channel",
          &LightOptions::fitsColour},
-        {"--no-rim-mix", "Leave the brightest light its last colour, where light is bent",
-         &LightOptions::mixesRims},
-        {"--no-shoulder", "Cut light above 10000 cd/m2 instead of bending it",
+        {"--no-rim-mix", "Leave light above 30000 cd/m2 its colour", &LightOptions::mixesRims},
+        {"--no-shoulder", "Cut light above the top of the range instead of bending it",
          &LightOptions::bendsHighlights}};
     for (const auto& flag : flags) {
         bool LightOptions::*step = flag.step;

@@ -136,6 +136,7 @@ void PageCommand::Run()
     SetThreads(options_.print.threads);
     const PrinterProfile profile = ProfileOf(options_.print.profile);
     TryProfile(profile, options_.print.render, options_.print.profile);
+    SetPaper(profile, options_.print);
     if (!options_.dryRun) {
         TellLeftovers(options_.print.output, options_.print.quiet);
         EnsureFolder(options_.print.output);

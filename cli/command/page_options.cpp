@@ -110,6 +110,9 @@ void FinishPage(PageOptions& options)
     if (options.cut.share && !OutputFormatOf(options.print.output).isStrips) {
         throw Misuse(options.print.output, "a share is a TIFF: the name must end in .tif or .tiff");
     }
+    if (options.cut.share && options.print.device.isWanted) {
+        throw Misuse("--to-device", "is for qva join: shares hold what all of them need");
+    }
     if (options.print.quiet && options.progress == ProgressStyle::Terminal) {
         options.progress = ProgressStyle::None;
     }

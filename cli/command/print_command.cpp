@@ -44,8 +44,7 @@ Page Load(ImageSource& source, const Examination& found, KeptSamples kept,
     if (kept.IsThere()) {
         source.Close();
         progress.Show("converting", -1.0);
-        return MakePage(std::move(kept), found.description,
-                        RowEncoder(decoder, light, found.range));
+        return MakePage(std::move(kept), found.description, decoder, light, found.range);
     }
     source.Open(photo.path, photo.limits);
     Page page = LoadPage(source, decoder, light, found.range, progress);
@@ -64,12 +63,8 @@ public:
 
 private:
     bool FitsMemory(ImageSize size) const;
-    struct Outputs {
-        const OutputFile& result;
-        const OutputFile* sheet; ///< none where null
-    };
     void RunAtOnce(const PrinterProfile& profile, const Examination& found, Page page,
-                   const Outputs& outputs, Progress& progress) const;
+                   const OutputFile& output, const OutputFile* sheet, Progress& progress) const;
     void RunInBands(const PrinterProfile& profile, const Examination& found,
                     ImageSource& source) const;
     ProgressStyle Style() const
@@ -104,18 +99,19 @@ bool PrintCommand::FitsMemory(ImageSize size) const
 }
 
 void PrintCommand::RunAtOnce(const PrinterProfile& profile, const Examination& found, Page page,
-                             const Outputs& outputs, Progress& progress) const
+                             const OutputFile& output, const OutputFile* sheet,
+                             Progress& progress) const
 {
     Panel clipped;
-    if (outputs.sheet != nullptr) {
+    if (sheet != nullptr) {
         clipped = ReducePage(page, ClippedLight(found.range, options_.render.paperWhite));
     }
     progress.Show("rendering", -1.0);
     Render(page, found.range, profile, options_.render, options_.photo.path);
-    if (outputs.sheet != nullptr) {
-        WriteSideBySide(*outputs.sheet, clipped, ReducePage(page, RenderedLight()));
+    if (sheet != nullptr) {
+        WriteSideBySide(*sheet, clipped, ReducePage(page, RenderedLight()));
     }
-    WritePage(outputs.result, page, SettingsFor(options_.write, found.description), progress);
+    WritePage(output, page, SettingsFor(options_, found.description), progress);
 }
 
 void PrintCommand::RunInBands(const PrinterProfile& profile, const Examination& found,
@@ -136,6 +132,7 @@ void PrintCommand::Run()
     SetThreads(options_.threads);
     const PrinterProfile profile = ProfileOf(options_.profile);
     TryProfile(profile, options_.render, options_.profile);
+    SetPaper(profile, options_);
     // Before the work, so that a folder that cannot be written is known at once.
     std::optional<OutputFile> output(options_.output);
     std::optional<OutputFile> sheet;
@@ -150,7 +147,7 @@ void PrintCommand::Run()
                 options_.photo.limits, progress, source, &keeping);
     if (FitsMemory(source->Size())) {
         Page page = Load(*source, found, std::move(keeping.samples), options_.photo, progress);
-        RunAtOnce(profile, found, std::move(page), {*output, sheet ? &*sheet : nullptr}, progress);
+        RunAtOnce(profile, found, std::move(page), *output, sheet ? &*sheet : nullptr, progress);
         output->Commit();
         if (sheet) {
             sheet->Commit();

@@ -4,47 +4,13 @@
 #include "base/output_file.h"
 #include "command/option_checks.h"
 #include "formats/writer_table.h"
+#include "picture/print_metadata.h"
 
 #include <fmt/format.h>
 
 namespace qva {
 
 namespace {
-
-void AddRenderOptions(CLI::App& app, PrintOptions& options)
-{
-    const char* group = "Rendering";
-    app.add_option("--profile", options.profile,
-                   "ICC profile of printer and paper (a generic photo paper)")
-        ->check(NotEmpty())
-        ->type_name("FILE")
-        ->group(group);
-    app.add_option_function<std::string>(
-           "--paper-white",
-           [&options](const std::string& text) { options.render.paperWhite = std::stoi(text); },
-           "cd/m2 of paper white where the print will hang: 100, 200 or 400 (100)")
-        ->check(OneOf({"100", "200", "400"}))
-        ->type_name("NUMBER")
-        ->group(group);
-    AddNumber(app, "--threshold", "cd/m2, tones below it keep their contrast (1.3)", 0.0, 100.0,
-              [&options](double value) { options.render.threshold = value; })
-        ->group(group);
-    app.add_option_function<std::string>(
-           "--intent",
-           [&options](const std::string& text) {
-               options.render.saturation = text == "saturation";
-           },
-           "Rendering intent: relative or saturation (relative)")
-        ->check(OneOf({"relative", "saturation"}))
-        ->type_name("NAME")
-        ->group(group);
-    app.add_flag_callback(
-           "--no-black-point-compensation",
-           [&options] { options.render.blackPointCompensation = false; },
-           "Do not fit the picture's black to the printer's")
-        ->group(group);
-    AddThreadsOption(app, options.threads)->group(group);
-}
 
 void AddOutputOptions(CLI::App& app, PrintOptions& options)
 {
@@ -72,12 +38,49 @@ void AddOutputOptions(CLI::App& app, PrintOptions& options)
     AddNumber(app, "--dpi", "Pixels per inch to state in the result", 1.0, 100000.0,
               [&options](double value) { options.write.dpi = value; })
         ->group(group);
+    app.add_flag_callback(
+           "--no-metadata", [&options] { options.keepsMetadata = false; },
+           "Leave out what the picture says about itself: Exif, XMP, IPTC")
+        ->group(group);
     AddNoClobberOption(app, options.noClobber)->group(group);
     CLI::Option* quiet =
         app.add_flag("-q,--quiet", options.quiet, "No progress and no remarks")->group(group);
     app.add_flag("-v,--verbose", options.verbose, "Show what was found and chosen")
         ->excludes(quiet)
         ->group(group);
+}
+
+} // namespace
+
+void AddRenderOptions(CLI::App& app, std::string& profile, RenderSettings& render, int& threads)
+{
+    const char* group = "Rendering";
+    app.add_option("--profile", profile, "ICC profile of printer and paper (a generic photo paper)")
+        ->check(NotEmpty())
+        ->type_name("FILE")
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--paper-white",
+           [&render](const std::string& text) { render.paperWhite = std::stoi(text); },
+           "cd/m2 of paper white where the print will hang: 100, 200 or 400 (100)")
+        ->check(OneOf({"100", "200", "400"}))
+        ->type_name("NUMBER")
+        ->group(group);
+    AddNumber(app, "--threshold", "cd/m2, tones below it keep their contrast (1.3)", 0.0, 100.0,
+              [&render](double value) { render.threshold = value; })
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--intent",
+           [&render](const std::string& text) { render.saturation = text == "saturation"; },
+           "Rendering intent: relative or saturation (relative)")
+        ->check(OneOf({"relative", "saturation"}))
+        ->type_name("NAME")
+        ->group(group);
+    app.add_flag_callback(
+           "--no-black-point-compensation", [&render] { render.blackPointCompensation = false; },
+           "Do not fit the picture's black to the printer's")
+        ->group(group);
+    AddThreadsOption(app, threads)->group(group);
 }
 
 void RefuseSameFile(const std::string& output, const std::string& other, const char* what)
@@ -87,13 +90,14 @@ void RefuseSameFile(const std::string& output, const std::string& other, const c
     }
 }
 
-} // namespace
-
 void AddPrintOptions(CLI::App& app, PrintOptions& options)
 {
     AddPhotoOptions(app, options.photo);
-    AddRenderOptions(app, options);
+    AddRenderOptions(app, options.profile, options.render, options.threads);
     AddOutputOptions(app, options);
+    if (!options.render.preview) {
+        AddDeviceOptions(app, options.device);
+    }
 }
 
 void FinishPrint(PrintOptions& options)
@@ -106,6 +110,7 @@ void FinishPrint(PrintOptions& options)
     if (options.write.compression == Compression::Lzw && !format.hasLzw) {
         throw Misuse("--compression", fmt::format("{} knows none and deflate", format.name));
     }
+    CheckDevice(options.device, options.output, options.write.compression);
 }
 
 void CheckNames(const PrintOptions& options)
@@ -122,10 +127,61 @@ void CheckNames(const PrintOptions& options)
     }
 }
 
-WriteSettings SettingsFor(const WriteSettings& write, const SourceDescription& source)
+void AddDeviceOptions(CLI::App& app, DeviceOptions& device)
 {
-    WriteSettings settings = write;
+    const char* group = "Output";
+    app.add_flag("--to-device", device.isWanted,
+                 "Write device values: RGB, CMYK, grey or inks of the profile, as TIFF")
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--bits", [&device](const std::string& text) { device.bits = std::stoi(text); },
+           "Of a device value: 8 (dithered) or 16 (16)")
+        ->check(OneOf({"8", "16"}))
+        ->type_name("NUMBER")
+        ->group(group);
+}
+
+void CheckDevice(const DeviceOptions& device, const std::string& output, Compression compression)
+{
+    if (device.bits && !device.isWanted) {
+        throw Misuse("--bits", "belongs to --to-device");
+    }
+    if (device.isWanted && !OutputFormatOf(output).isStrips) {
+        throw Misuse("--to-device", "goes into TIFF: the name must end in .tif or .tiff");
+    }
+    if (device.isWanted && compression == Compression::Lzw) {
+        throw Misuse("--compression", "device values know none and deflate");
+    }
+}
+
+std::shared_ptr<const DeviceOutput> DeviceOf(const DeviceOptions& options,
+                                             const PrinterProfile& profile,
+                                             const DeviceIntent& intent, const std::string& name)
+{
+    constexpr int deepBits = 16;
+    return options.isWanted
+               ? std::make_shared<DeviceOutput>(profile, DeviceProfile(profile, intent, name),
+                                                options.bits.value_or(deepBits))
+               : nullptr;
+}
+
+void SetPaper(const PrinterProfile& profile, PrintOptions& options)
+{
+    if (!options.render.preview) {
+        const DeviceIntent intent = {options.render.saturation,
+                                     options.render.blackPointCompensation};
+        options.write.renderedFor = {DigestOf(profile.bytes), intent};
+        options.write.device = DeviceOf(options.device, profile, intent, options.profile);
+    }
+}
+
+WriteSettings SettingsFor(const PrintOptions& options, const SourceDescription& source)
+{
+    WriteSettings settings = options.write;
     settings.dpi = settings.dpi > 0.0 ? settings.dpi : source.dpi;
+    if (options.keepsMetadata) {
+        settings.metadata = MetadataForPrint(source);
+    }
     return settings;
 }
 
@@ -135,7 +191,7 @@ PageRequest RequestFor(const PrintOptions& options, const SourceDescription& sou
     request.photo = options.photo.path;
     request.limits = options.photo.limits;
     request.render = options.render;
-    request.write = SettingsFor(options.write, source);
+    request.write = SettingsFor(options, source);
     request.output = options.output;
     request.sideBySide = options.sideBySide;
     return request;

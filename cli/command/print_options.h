@@ -1,13 +1,22 @@
 // Options of every command that renders: print, preview and page.
 #pragma once
 
+#include "colour/device_output.h"
 #include "command/shared_options.h"
 #include "formats/row_writer.h"
 #include "page/page_run.h"
 
+#include <memory>
+#include <optional>
 #include <string>
 
 namespace qva {
+
+/// Whether and how device values are written.
+struct DeviceOptions {
+    bool isWanted = false;
+    std::optional<int> bits; ///< of a sample, 8 or 16; 16 where not given
+};
 
 struct PrintOptions {
     PhotoOptions photo;
@@ -17,12 +26,21 @@ struct PrintOptions {
     std::string output;
     std::string sideBySide; ///< empty: none
     WriteSettings write;
+    bool keepsMetadata = true;
+    DeviceOptions device;
     bool noClobber = false;
     bool quiet = false;
     bool verbose = false;
 };
 
 void AddPrintOptions(CLI::App& app, PrintOptions& options);
+
+/// How a picture is rendered, and for which paper.
+void AddRenderOptions(CLI::App& app, std::string& profile, RenderSettings& render, int& threads);
+
+/// @throws Misuse where an output is the other file, or would be.
+/// @param what  the other file is, for people: "the photograph".
+void RefuseSameFile(const std::string& output, const std::string& other, const char* what);
 
 /// What only all options together can tell.
 /// @throws Misuse.
@@ -32,8 +50,24 @@ void FinishPrint(PrintOptions& options);
 /// @throws Failure where an output exists that is to be kept.
 void CheckNames(const PrintOptions& options);
 
-/// How to write, with the resolution of the source where none is asked for.
-WriteSettings SettingsFor(const WriteSettings& write, const SourceDescription& source);
+void AddDeviceOptions(CLI::App& app, DeviceOptions& device);
+
+/// @throws Misuse where the options do not fit each other.
+void CheckDevice(const DeviceOptions& device, const std::string& output, Compression compression);
+
+/// What becomes of codes; nothing where no device values are wanted.
+/// @throws Failure for a profile without tables both ways.
+std::shared_ptr<const DeviceOutput> DeviceOf(const DeviceOptions& options,
+                                             const PrinterProfile& profile,
+                                             const DeviceIntent& intent, const std::string& name);
+
+/// Adds to the settings what a result states about its paper, and device values where wanted; a
+/// preview has neither.
+void SetPaper(const PrinterProfile& profile, PrintOptions& options);
+
+/// How to write, with the resolution of the source where none is asked for, and what of its
+/// metadata stays true of a print.
+WriteSettings SettingsFor(const PrintOptions& options, const SourceDescription& source);
 
 /// What a page's run takes from the options, for a picture that has been looked at.
 PageRequest RequestFor(const PrintOptions& options, const SourceDescription& source);

@@ -2,6 +2,7 @@
 
 #include "base/errors.h"
 #include "base/json_text.h"
+#include "picture/print_metadata.h"
 #include "render/renderer.h"
 
 #include <fmt/format.h>
@@ -44,6 +45,14 @@ bool HasFlaws(const SampleCounts& counts)
     return counts.notANumber + counts.infinite + counts.negative > 0;
 }
 
+std::vector<Finding> AllFindings(const SourceDescription& description)
+{
+    std::vector<Finding> findings = description.findings;
+    const std::vector<Finding> metadata = MetadataFindings(description);
+    findings.insert(findings.end(), metadata.begin(), metadata.end());
+    return findings;
+}
+
 std::vector<std::string> AllNotes(const Examination& found)
 {
     std::vector<std::string> notes = found.description.notes;
@@ -77,15 +86,19 @@ std::string ReportText(const Examination& found, double threshold)
                            : "not stated");
     line("encoding", fmt::format("{} ({})", NameOfTransfer(meaning), meaning.transferFrom));
     line("primaries", fmt::format("{} ({})", PrimariesOf(meaning), meaning.primariesFrom));
-    line("scale", fmt::format("{:.6g} to {:.6g} cd/m2 ({})", meaning.signalZeroLuminance,
-                              meaning.signalOneLuminance, meaning.luminanceFrom));
-    line("light", fmt::format("peak {:.6g} cd/m2, 99.99 % of the pixels up to {:.6g} cd/m2",
-                              light.Peak(), light.Percentile(brightShare)));
+    const char* exposed = found.light.exposure == 0.0 ? "" : ", exposed";
+    line("scale", fmt::format("{:.6g} to {:.6g} cd/m2 ({}{})", meaning.signalZeroLuminance,
+                              meaning.signalOneLuminance, meaning.luminanceFrom, exposed));
+    line("light", fmt::format("peak {:.6g} cd/m2, 99.99 % of the pixels up to {:.6g} cd/m2{}",
+                              light.Peak(), light.Percentile(brightShare), exposed));
     line("exposure", fmt::format("{} ({})", ExposureText(found.light), found.light.exposureFrom));
     for (const std::string& step : StepsOf(found.light)) {
         line("first", step);
     }
-    for (const Finding& finding : description.findings) {
+    for (const std::string& option : found.light.off) {
+        line("off", option);
+    }
+    for (const Finding& finding : AllFindings(description)) {
         line(finding.label.c_str(), finding.text);
     }
     line("range", fmt::format("{:.6g} to {:.6g} cd/m2 ({})", found.range.bottom, found.range.top,
@@ -146,6 +159,12 @@ std::string ReportJson(const Examination& found, double threshold)
     json.Add("colourFit", found.light.fitsColour);
     json.Add("rimMix", found.light.mixesRims);
     json.Add("shoulderEnd", found.light.shoulderEnd);
+    json.Add("shoulderTop", found.light.shoulderTop);
+    json.OpenArray("off");
+    for (const std::string& option : found.light.off) {
+        json.Add({}, option);
+    }
+    json.Close();
     json.Close();
     json.OpenObject("flaws");
     json.Add("notANumber", found.counts.notANumber);
@@ -162,7 +181,7 @@ std::string ReportJson(const Examination& found, double threshold)
     json.Close();
     json.Add("threshold", FitThreshold(threshold, found.range));
     json.OpenArray("findings");
-    for (const Finding& finding : description.findings) {
+    for (const Finding& finding : AllFindings(description)) {
         json.OpenObject();
         json.Add("label", finding.label);
         json.Add("text", finding.text);

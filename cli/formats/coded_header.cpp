@@ -29,7 +29,7 @@ CodedHeader Only(const std::optional<CodedHeader>& kept)
     return *kept;
 }
 
-// AV1 bit stream specification, 5.5.4 and 5.5.5; what follows is named there.
+// AV1 bit stream syntax, 5.5.4 and 5.5.5; what follows is named there.
 void PassOperatingPoints(BitReader& bits)
 {
     int delayBits = 0;
@@ -225,7 +225,7 @@ CodedHeader ReadAv1Header(Bytes units)
     std::optional<CodedHeader> header;
     ByteReader reader(units);
     while (reader.Left() > 0) {
-        // AV1 bit stream specification, 5.3.2.
+        // AV1 bit stream syntax, 5.3.2.
         const std::uint64_t first = reader.Number(1);
         reader.Number((first & 4) != 0 ? 1 : 0);
         const Bytes payload = reader.Take((first & 2) != 0 ? ReadLeb128(reader) : reader.Left());

@@ -26,7 +26,7 @@ struct CodedHeader {
     std::optional<CodePoints> points;
 };
 
-/// The sequence header of an AV1 stream (AV1 bit stream specification, 5.5).
+/// The sequence header of an AV1 stream (AV1 bit stream syntax, 5.5).
 /// @param units  all data of a picture.
 /// @throws std::out_of_range for streams that end too early, have no header, or two that differ.
 CodedHeader ReadAv1Header(Bytes units);

@@ -1,6 +1,7 @@
 #include "formats/heif_picture.h"
 
 #include "base/errors.h"
+#include "base/workers.h"
 #include "formats/image_source.h"
 #include "picture/input_file.h"
 
@@ -8,7 +9,6 @@
 #include <cstring>
 #include <exception>
 #include <fmt/format.h>
-#include <omp.h>
 
 namespace qva {
 
@@ -235,7 +235,7 @@ std::uint64_t HeifPicture::DecodeBytes() const
     if (tiles_.size() == 1) {
         return BytesOf(tileSize_) * 2 + codedBytes_;
     }
-    const auto threads = static_cast<std::uint64_t>(omp_get_max_threads());
+    const auto threads = static_cast<std::uint64_t>(Workers());
     const std::uint64_t atOnce = std::min<std::uint64_t>(tiles_.size(), threads);
     return BytesOf(size_) + BytesOf(tileSize_) * 2 * atOnce + codedBytes_;
 }
@@ -244,8 +244,17 @@ std::unique_ptr<CodedPicture> HeifPicture::DecodeTile(std::size_t tile, int thre
 {
     const HeifItem& item = *tiles_[tile];
     const std::vector<unsigned char> data = items_.DataOf(item);
-    return IsAv1() ? DecodeAv1(path_, data, header_, threads)
-                   : DecodeHevc(path_, items_.PropertyOf(item, FourLetters("hvcC")), data, header_);
+    // Not even named where the build lacks it: the library would be missed at its end.
+    if constexpr (missingForAv1 == nullptr) {
+        if (IsAv1()) {
+            return DecodeAv1(path_, data, header_, threads);
+        }
+    }
+    if constexpr (missingForHevc == nullptr) {
+        return DecodeHevc(path_, items_.PropertyOf(item, FourLetters("hvcC")), data, header_);
+    }
+    // The constructor has refused it.
+    throw Failure(path_, "its pictures cannot be decoded");
 }
 
 void HeifPicture::Decode()
@@ -257,7 +266,7 @@ void HeifPicture::Decode()
         DecodeGrid();
         return;
     }
-    single_ = DecodeTile(0, omp_get_max_threads());
+    single_ = DecodeTile(0, Workers());
     decodedPoints_ = single_->Points();
 }
 
@@ -270,9 +279,7 @@ void HeifPicture::DecodeGrid()
     }
     // The first failure of a tile, by its place, whatever thread met it.
     std::vector<std::exception_ptr> failures(tiles_.size());
-    const auto count = static_cast<std::int64_t>(tiles_.size());
-#pragma omp parallel for schedule(dynamic)
-    for (std::int64_t i = 0; i < count; ++i) {
+    ForEach(static_cast<std::int64_t>(tiles_.size()), [&](std::int64_t i, int) {
         const auto tile = static_cast<std::size_t>(i);
         try {
             const std::unique_ptr<CodedPicture> picture = DecodeTile(tile, 1);
@@ -283,7 +290,7 @@ void HeifPicture::DecodeGrid()
         } catch (...) {
             failures[tile] = std::current_exception();
         }
-    }
+    });
     for (const std::exception_ptr& failure : failures) {
         if (failure) {
             planes_ = {};

@@ -64,7 +64,7 @@ std::unique_ptr<ImageSource> OpenImage(const std::string& path, const SizeLimits
         throw Failure(path, fmt::format("is not an {} picture", FormatNames()));
     }
     if (format->make == nullptr) {
-        throw Failure(path, fmt::format("is a {} picture; this build was made without {}, which "
+        throw Failure(path, fmt::format("is {}; this build was made without {}, which "
                                         "reads it",
                                         format->name, format->library));
     }

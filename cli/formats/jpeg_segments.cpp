@@ -1,5 +1,7 @@
 #include "formats/jpeg_segments.h"
 
+#include "picture/iptc_copy.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -81,36 +83,6 @@ private:
     bool fits_ = true;
 };
 
-/// The IPTC datasets among the resources that an editor keeps: "8BIM", number, name and size, both
-/// rounded up to even lengths.
-void TakeResources(const Bytes& segment, Bytes& iptc)
-{
-    constexpr std::string_view signature = "8BIM";
-    constexpr int datasets = 0x0404;
-    std::size_t place = "Photoshop 3.0\0"sv.size();
-    while (place + 12 <= segment.size() && TextOf(segment).substr(place, 4) == signature) {
-        const int number = segment[place + 4] << 8 | segment[place + 5];
-        const std::size_t name = (segment[place + 6] + std::size_t{2}) & ~std::size_t{1};
-        place += 6 + name;
-        if (place + 4 > segment.size()) {
-            return;
-        }
-        const std::size_t size = static_cast<std::size_t>(segment[place]) << 24 |
-                                 static_cast<std::size_t>(segment[place + 1]) << 16 |
-                                 static_cast<std::size_t>(segment[place + 2]) << 8 |
-                                 segment[place + 3];
-        place += 4;
-        if (size > segment.size() - place) {
-            return;
-        }
-        if (number == datasets && iptc.empty()) {
-            const auto begin = segment.begin() + static_cast<std::ptrdiff_t>(place);
-            iptc.assign(begin, begin + static_cast<std::ptrdiff_t>(size));
-        }
-        place += (size + 1) & ~std::size_t{1};
-    }
-}
-
 void TakeSegment(int marker, const Bytes& segment, std::int64_t place, ProfileParts& profile,
                  JpegSegments& segments)
 {
@@ -126,8 +98,10 @@ void TakeSegment(int marker, const Bytes& segment, std::int64_t place, ProfilePa
         if (TakeNamed(segment, pictures, segments.pictures) && isFirst) {
             segments.picturesPlace = place + static_cast<std::int64_t>(pictures.size());
         }
-    } else if (marker == app13 && TextOf(segment).starts_with("Photoshop 3.0\0"sv)) {
-        TakeResources(segment, metadata.iptc);
+    } else if (Bytes resources; marker == app13 && metadata.iptc.empty() &&
+                                TakeNamed(segment, "Photoshop 3.0\0"sv, resources))
+    {
+        metadata.iptc = IptcOfResources(resources);
     }
 }
 

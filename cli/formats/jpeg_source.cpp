@@ -1,5 +1,6 @@
 // JPEG pictures, with the light of their gain maps where they have one.
 #include "base/errors.h"
+#include "base/workers.h"
 #include "colour/gain_map_light.h"
 #include "colour/matrix_profile.h"
 #include "formats/format_table.h"
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <fmt/format.h>
-#include <omp.h>
 
 namespace qva {
 
@@ -31,7 +31,7 @@ private:
     void DescribeBase(const JpegSegments& segments);
     void OpenGainMap(const JpegGainMap& gainMap, const SizeLimits& limits);
     void LoadGainMap(const JpegGainMap& gainMap, const SizeLimits& limits);
-    void ApplyGainMap(std::int64_t row, float* rgb);
+    void ApplyGainMap(std::int64_t row, int worker, float* rgb);
     void MapRow(std::int64_t row, float* samples) const;
 
     SourceDescription description_;
@@ -143,21 +143,19 @@ void JpegSource::ReadRows(std::int64_t count, float* rgb)
         }
     }
     if (light_) {
-        // Before the loop: a request for memory that fails in it would end the program.
-        const auto threads = static_cast<std::size_t>(omp_get_max_threads());
-        mapRows_.resize(threads * 2 * static_cast<std::size_t>(mapSize_.width * mapChannels_));
-#pragma omp parallel for schedule(static)
-        for (std::int64_t row = 0; row < count; ++row) {
-            ApplyGainMap(next_ + row, rgb + row * width * 3);
-        }
+        mapRows_.resize(static_cast<std::size_t>(Workers()) * 2 *
+                        static_cast<std::size_t>(mapSize_.width * mapChannels_));
+        ForEach(count, [&](std::int64_t row, int worker) {
+            ApplyGainMap(next_ + row, worker, rgb + row * width * 3);
+        });
     }
     next_ += count;
 }
 
-void JpegSource::ApplyGainMap(std::int64_t row, float* rgb)
+void JpegSource::ApplyGainMap(std::int64_t row, int worker, float* rgb)
 {
     const std::int64_t samples = mapSize_.width * mapChannels_;
-    float* upper = mapRows_.data() + omp_get_thread_num() * 2 * samples;
+    float* upper = mapRows_.data() + worker * 2 * samples;
     float* lower = upper + samples;
     const GainMapper::Rows rows = light_->RowsFor(row);
     MapRow(rows.upper, upper);

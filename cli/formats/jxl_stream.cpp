@@ -1,13 +1,11 @@
 #include "formats/jxl_stream.h"
 
 #include "base/errors.h"
-#include "formats/reader_threads.h"
+#include "base/workers.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
-#include <omp.h>
 
 namespace qva {
 
@@ -18,30 +16,22 @@ constexpr std::size_t firstBoxBytes = 1 << 14;
 constexpr std::size_t mostBoxBytes = 1 << 24;
 
 /// The decoder's work, on the threads that the rest of the program works with.
-JxlParallelRetCode RunOnTeam(void* threads, void* decoder, JxlParallelRunInit prepare,
-                             JxlParallelRunFunction run, std::uint32_t first, std::uint32_t last)
+JxlParallelRetCode RunOnWorkers(void*, void* decoder, JxlParallelRunInit prepare,
+                                JxlParallelRunFunction run, std::uint32_t first, std::uint32_t last)
 {
-    const auto count = static_cast<std::int64_t>(last) - first;
-    const auto team = static_cast<int>(
-        std::clamp<std::int64_t>(count, 1, std::max(*static_cast<const int*>(threads), 1)));
-    const JxlParallelRetCode status = prepare(decoder, static_cast<std::size_t>(team));
-    if (status != 0 || team == 1) {
-        for (std::uint32_t i = first; status == 0 && i < last; ++i) {
-            run(decoder, i, 0);
-        }
-        return status;
+    const JxlParallelRetCode status = prepare(decoder, static_cast<std::size_t>(Workers()));
+    if (status == 0) {
+        ForEach(std::int64_t{last} - first, [&](std::int64_t item, int worker) {
+            run(decoder, first + static_cast<std::uint32_t>(item),
+                static_cast<std::size_t>(worker));
+        });
     }
-#pragma omp parallel for num_threads(team) schedule(dynamic, 1)
-    for (std::uint32_t i = first; i < last; ++i) {
-        run(decoder, i, static_cast<std::size_t>(omp_get_thread_num()));
-    }
-    return 0;
+    return status;
 }
 
 } // namespace
 
-JxlStream::JxlStream(const std::string& path)
-    : path_(path), file_(std::fopen(path.c_str(), "rb")), threads_(ReaderThreads())
+JxlStream::JxlStream(const std::string& path) : path_(path), file_(std::fopen(path.c_str(), "rb"))
 {
     if (!file_) {
         throw Failure(path, SystemReason(errno));
@@ -51,7 +41,7 @@ JxlStream::JxlStream(const std::string& path)
         throw std::bad_alloc();
     }
     JxlDecoder* decoder = decoder_.get();
-    JxlDecoderSetParallelRunner(decoder, RunOnTeam, &threads_);
+    JxlDecoderSetParallelRunner(decoder, RunOnWorkers, nullptr);
     JxlDecoderSubscribeEvents(decoder, JXL_DEC_BASIC_INFO | JXL_DEC_COLOR_ENCODING |
                                            JXL_DEC_FULL_IMAGE | JXL_DEC_BOX);
     JxlDecoderSetKeepOrientation(decoder, JXL_TRUE);

@@ -47,7 +47,6 @@ private:
     std::vector<unsigned char> input_; ///< outlives the decoder, which points into it
     std::vector<unsigned char> box_;   ///< the one that is gathered; empty for none
     bool isExif_ = false;
-    int threads_ = 1;
     Metadata found_;
     std::unique_ptr<JxlDecoder, DecoderDestroyer> decoder_;
 };

@@ -58,7 +58,8 @@ void PngFile::WriteChunk(const char* name, std::span<const unsigned char> data)
 
 void PngFile::Finish()
 {
-    Guard([](png_structp png, png_infop info) { png_write_end(png, info); });
+    // All that describes the picture stands before its pixels; the library would write some twice.
+    Guard([](png_structp png, png_infop) { png_write_end(png, nullptr); });
     Close();
 }
 

@@ -2,8 +2,10 @@
 #include "base/errors.h"
 #include "base/scratch_file.h"
 #include "formats/format_table.h"
+#include "formats/png_metadata.h"
 #include "picture/exif_data.h"
 #include "picture/input_file.h"
+#include "picture/rendered_for.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -43,7 +45,7 @@ private:
     void ReadCodePoints(const png_unknown_chunk& chunk);
     void ReadMastering(const png_unknown_chunk& chunk);
     void ReadLightLevels(const png_unknown_chunk& chunk);
-    void ReadOrientation();
+    void ReadMetadata();
     void PrepareRows();
     void ReadAllPasses();
     void ReadRow();
@@ -106,7 +108,7 @@ void PngSource::Open(const std::string& path, const SizeLimits& limits)
     CheckPromise(path, description_.size, PackedBytes(), 1032);
     ReadColour();
     ReadUnknownChunks();
-    ReadOrientation();
+    ReadMetadata();
     PrepareRows();
 }
 
@@ -159,6 +161,12 @@ void PngSource::ReadColour()
     double gamma = 0.0;
     if (png_get_gAMA(png_, info_, &gamma) != 0 && gamma > 0.0) {
         tags.gamma = 1.0 / gamma;
+    }
+    png_textp texts = nullptr;
+    for (int i = png_get_text(png_, info_, &texts, nullptr) - 1; i >= 0; --i) {
+        if (std::strcmp(texts[i].key, "Software") == 0) {
+            AddPaper(texts[i].text, description_);
+        }
     }
     Chromaticities c;
     if (png_get_cHRM(png_, info_, &c.white.x, &c.white.y, &c.red.x, &c.red.y, &c.green.x,
@@ -238,13 +246,11 @@ void PngSource::ReadLightLevels(const png_unknown_chunk& chunk)
          fmt::format("brightest pixel {}, frame average {} (cLLI chunk)", level(0), level(4))});
 }
 
-void PngSource::ReadOrientation()
+// The library would have to be given all pixels first, where a program wrote it behind them.
+void PngSource::ReadMetadata()
 {
-    png_uint_32 size = 0;
-    png_bytep exif = nullptr;
-    if (png_get_eXIf_1(png_, info_, &size, &exif) != 0) {
-        description_.orientation = ExifOrientation({exif, size});
-    }
+    description_.metadata = ReadPngMetadata(description_.path);
+    description_.orientation = ExifOrientation(description_.metadata.exif);
 }
 
 void PngSource::PrepareRows()

@@ -2,6 +2,7 @@
 #include "base/workers.h"
 #include "colour/icc_builder.h"
 #include "formats/png_file.h"
+#include "formats/png_metadata.h"
 #include "formats/png_pieces.h"
 #include "formats/row_gatherer.h"
 #include "formats/writer_table.h"
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 #include <zlib.h>
 
@@ -30,6 +32,44 @@ png_unknown_chunk CodePointsChunk(unsigned char (&data)[4])
     chunk.size = sizeof data;
     chunk.location = PNG_HAVE_IHDR;
     return chunk;
+}
+
+/// A text of a PNG. The library takes what it may not change as if it could.
+png_text Text(const char* keyword, const std::string& text, int compression)
+{
+    static char none[] = "";
+    png_text chunk{};
+    chunk.compression = compression;
+    chunk.key = const_cast<char*>(keyword);
+    chunk.text = const_cast<char*>(text.data());
+    chunk.lang = none;
+    chunk.lang_key = none;
+    if (compression == PNG_ITXT_COMPRESSION_NONE) {
+        chunk.itxt_length = text.size();
+    } else {
+        chunk.text_length = text.size();
+    }
+    return chunk;
+}
+
+void SetMetadata(PngFile& file, const Metadata& metadata)
+{
+    std::vector<unsigned char> exif = metadata.exif;
+    const std::string xmp(metadata.xmp.begin(), metadata.xmp.end());
+    const std::string iptc = metadata.iptc.empty() ? "" : PngIptcText(metadata.iptc);
+    const png_text packet = Text(pngXmpKeyword, xmp, PNG_ITXT_COMPRESSION_NONE);
+    const png_text datasets = Text(pngIptcKeyword, iptc, PNG_TEXT_COMPRESSION_zTXt);
+    file.Guard([&](png_structp out, png_infop info) {
+        if (!exif.empty()) {
+            png_set_eXIf_1(out, info, static_cast<png_uint_32>(exif.size()), exif.data());
+        }
+        if (!xmp.empty()) {
+            png_set_text(out, info, &packet, 1);
+        }
+        if (!iptc.empty()) {
+            png_set_text(out, info, &datasets, 1);
+        }
+    });
 }
 
 /// The picture's data are one zlib stream, made of pieces that know nothing of each other.
@@ -75,7 +115,13 @@ void PngWriter::WriteHeader(const WriteSettings& settings)
     unsigned char codePoints[4] = {9, 4, 0, 1};
     const png_unknown_chunk chunk = CodePointsChunk(codePoints);
     const auto perMetre = static_cast<png_uint_32>(std::lround(settings.dpi / 0.0254));
+    SetMetadata(png_, settings.metadata);
+    const std::string software = SoftwareText(settings.renderedFor);
+    const png_text text = Text("Software", software, PNG_TEXT_COMPRESSION_NONE);
     png_.Guard([&](png_structp out, png_infop info) {
+        if (settings.renderedFor) {
+            png_set_text(out, info, &text, 1);
+        }
         png_set_iCCP(out, info, "BT.2020 gamma 2.2", PNG_COMPRESSION_TYPE_BASE, profile.data(),
                      static_cast<png_uint_32>(profile.size()));
         png_set_unknown_chunks(out, info, &chunk, 1);

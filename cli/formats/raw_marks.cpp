@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Tags and values of TIFF/EP (ISO 12234-2) and of the Digital Negative specification, 1.4.
+// Tags and values of TIFF/EP (ISO 12234-2) and of Digital Negative 1.4.
 constexpr unsigned newSubfileType = 254;
 constexpr unsigned photometricInterpretation = 262;
 constexpr unsigned make = 271;

@@ -2,6 +2,7 @@
 #include "base/errors.h"
 #include "base/memory_limit.h"
 #include "formats/format_table.h"
+#include "formats/tiff_metadata.h"
 #include "picture/input_file.h"
 
 #include <algorithm>
@@ -171,7 +172,9 @@ void RawSource::DescribeShot()
     if (camera.raw_count > 1) {
         description_.hasMorePictures = true;
     }
-    if (camera.xmpdata != nullptr && camera.xmplen > 0) {
+    // Most makers' files are built like TIFF.
+    description_.metadata = ReadTiffMetadata(description_.path);
+    if (description_.metadata.xmp.empty() && camera.xmpdata != nullptr && camera.xmplen > 0) {
         description_.metadata.xmp.assign(camera.xmpdata, camera.xmpdata + camera.xmplen);
     }
 }

@@ -1,16 +1,27 @@
 // The row interface that every format of rendered pages stands behind.
 #pragma once
 
+#include "picture/rendered_for.h"
+#include "picture/source_description.h"
+
 #include <cstdint>
+#include <memory>
+#include <optional>
 
 namespace qva {
+
+class DeviceOutput;
 
 enum class Compression { None, Lzw, Deflate };
 
 /// How a page is written.
 struct WriteSettings {
     Compression compression = Compression::Deflate;
-    double dpi = 0.0; ///< pixels per inch; 0: not stated
+    double dpi = 0.0;                            ///< pixels per inch; 0: not stated
+    Metadata metadata = {};                      ///< written as it is
+    std::optional<RenderedFor> renderedFor = {}; ///< stated where given
+    std::shared_ptr<const DeviceOutput> device =
+        {}; ///< device values are written in place of codes
 };
 
 /// A rendered page written row by row, with the profile of RenderedProfile. A format is one class

@@ -20,7 +20,8 @@ StripReader::StripReader(const std::string& path) : path_(path), file_(std::make
 {
     fileBytes_ = SizeOfRegularFile(path);
     const auto options = MakeTiffOptions(file_->message);
-    file_->tiff.reset(TIFFOpenExt(path.c_str(), "rm", options.get()));
+    // Not mapped into memory, and a single strip that is not compressed is not cut into several.
+    file_->tiff.reset(TIFFOpenExt(path.c_str(), "rmc", options.get()));
     TIFF* tiff = file_->tiff.get();
     if (tiff == nullptr) {
         Fail("cannot be read");
@@ -54,6 +55,9 @@ StripReader::StripReader(const std::string& path) : path_(path), file_(std::make
                                                              : Compression::Deflate;
     if (TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &dpi) == 1) {
         page_.settings.dpi = static_cast<double>(dpi);
+    }
+    if (TIFFGetField(tiff, TIFFTAG_SOFTWARE, &text) == 1) {
+        page_.settings.renderedFor = ParseSoftware(text);
     }
     if (TIFFGetField(tiff, TIFFTAG_IMAGEDESCRIPTION, &text) == 1) {
         page_.description = text;

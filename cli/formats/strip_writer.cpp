@@ -16,7 +16,8 @@ namespace {
 
 bool SetText(TIFF* tiff, const TiffPage& page)
 {
-    bool done = TIFFSetField(tiff, TIFFTAG_SOFTWARE, "qva") == 1;
+    bool done =
+        TIFFSetField(tiff, TIFFTAG_SOFTWARE, SoftwareText(page.settings.renderedFor).c_str()) == 1;
     if (!page.profile.empty()) {
         done = done && TIFFSetField(tiff, TIFFTAG_ICCPROFILE,
                                     static_cast<std::uint32_t>(page.profile.size()),
@@ -28,6 +29,36 @@ bool SetText(TIFF* tiff, const TiffPage& page)
                TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH) == 1;
     }
     return done;
+}
+
+bool SetXmp(TIFF* tiff, const std::vector<unsigned char>& xmp)
+{
+    return xmp.empty() || TIFFSetField(tiff, TIFFTAG_XMLPACKET,
+                                       static_cast<std::uint32_t>(xmp.size()), xmp.data()) == 1;
+}
+
+/// The library knows the tag as bytes or as numbers of four, by its version.
+bool SetIptc(TIFF* tiff, const std::vector<unsigned char>& iptc)
+{
+    if (iptc.empty()) {
+        return true;
+    }
+    const TIFFField* field = TIFFFieldWithTag(tiff, TIFFTAG_RICHTIFFIPTC);
+    const auto unit = static_cast<std::size_t>(TIFFDataWidth(TIFFFieldDataType(field)));
+    std::vector<unsigned char> values = iptc;
+    values.resize((iptc.size() + unit - 1) / unit * unit);
+    return TIFFSetField(tiff, TIFFTAG_RICHTIFFIPTC,
+                        static_cast<std::uint32_t>(values.size() / unit), values.data()) == 1;
+}
+
+/// Entries of the main directory; all that are kept are texts.
+bool SetDescriptions(TIFF* tiff, const std::vector<NewEntry>& entries)
+{
+    constexpr std::uint16_t ascii = 2;
+    return std::all_of(entries.begin(), entries.end(), [tiff](const NewEntry& entry) {
+        const std::string text(entry.values.begin(), entry.values.end());
+        return entry.type != ascii || TIFFSetField(tiff, entry.tag, text.c_str()) == 1;
+    });
 }
 
 } // namespace
@@ -89,7 +120,9 @@ struct StripWriter::File {
 };
 
 StripWriter::StripWriter(int descriptor, const std::string& name, const TiffPage& page)
-    : file_(std::make_unique<File>()), tiff_(nullptr, TIFFCleanup)
+    : file_(std::make_unique<File>()),
+      tiff_(nullptr, TIFFCleanup),
+      exif_(CopyExif(page.settings.metadata.exif))
 {
     file_->descriptor = descriptor;
     file_->name = name;
@@ -97,13 +130,16 @@ StripWriter::StripWriter(int descriptor, const std::string& name, const TiffPage
     // noise half as long again.
     const std::int64_t classicLimit =
         page.settings.compression == Compression::Lzw ? 2800000000 : 4000000000;
-    const bool isBig = page.layout.lines * page.layout.lineLength * 6 > classicLimit;
+    isBig_ = page.layout.lines * page.layout.lineLength * 6 > classicLimit;
     const auto options = MakeTiffOptions(file_->message);
     tiff_.reset(TIFFClientOpenExt(
-        name.c_str(), isBig ? "w8" : "w", reinterpret_cast<thandle_t>(file_.get()), File::NoRead,
+        name.c_str(), isBig_ ? "w8" : "w", reinterpret_cast<thandle_t>(file_.get()), File::NoRead,
         File::Write, File::Seek, File::NoClose, File::Size, nullptr, nullptr, options.get()));
     if (!tiff_ || !SetStripTags(tiff_.get(), page, page.layout.lines) ||
-        !SetText(tiff_.get(), page)) {
+        !SetText(tiff_.get(), page) || !SetDescriptions(tiff_.get(), exif_.main) ||
+        !SetXmp(tiff_.get(), page.settings.metadata.xmp) ||
+        !SetIptc(tiff_.get(), page.settings.metadata.iptc))
+    {
         file_->Fail();
     }
 }
@@ -142,8 +178,27 @@ std::int64_t StripWriter::End() const
     return static_cast<std::int64_t>(file_->size);
 }
 
+/// Writes a directory behind everything else, and its place into the main one.
+void StripWriter::AppendDirectory(std::uint32_t tag, const std::vector<NewEntry>& entries)
+{
+    if (entries.empty()) {
+        return;
+    }
+    const auto handle = reinterpret_cast<thandle_t>(file_.get());
+    const toff_t place = (file_->size + 1) & ~toff_t{1};
+    std::vector<unsigned char> bytes = WriteDirectory(entries, place, isBig_);
+    File::Seek(handle, place, SEEK_SET);
+    if (File::Write(handle, bytes.data(), static_cast<tmsize_t>(bytes.size())) < 0 ||
+        TIFFSetField(tiff_.get(), tag, std::uint64_t{place}) != 1)
+    {
+        file_->Fail();
+    }
+}
+
 void StripWriter::Finish(const std::string& description)
 {
+    AppendDirectory(TIFFTAG_EXIFIFD, exif_.exif);
+    AppendDirectory(TIFFTAG_GPSIFD, exif_.gps);
     if ((!description.empty() &&
          TIFFSetField(tiff_.get(), TIFFTAG_IMAGEDESCRIPTION, description.c_str()) != 1) ||
         TIFFWriteDirectory(tiff_.get()) != 1 || TIFFFlush(tiff_.get()) != 1)

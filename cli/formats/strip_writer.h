@@ -2,10 +2,12 @@
 #pragma once
 
 #include "formats/tiff_strips.h"
+#include "picture/exif_copy.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 struct tiff;
 
@@ -36,10 +38,13 @@ public:
 private:
     struct File;
     void Write(const void* bytes, std::size_t count);
+    void AppendDirectory(std::uint32_t tag, const std::vector<NewEntry>& entries);
 
     std::unique_ptr<File> file_;
     std::unique_ptr<tiff, void (*)(tiff*)> tiff_;
     std::int64_t next_ = 0;
+    ExifDirectories exif_;
+    bool isBig_ = false; ///< places have 8 bytes
 };
 
 } // namespace qva

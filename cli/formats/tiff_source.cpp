@@ -1,7 +1,9 @@
 // TIFF pictures of 8- or 16-bit integers or 16- or 32-bit floating-point samples.
 #include "base/errors.h"
 #include "formats/format_table.h"
+#include "formats/tiff_metadata.h"
 #include "picture/input_file.h"
+#include "picture/rendered_for.h"
 
 #include <Imath/half.h>
 #include <algorithm>
@@ -139,6 +141,7 @@ void TiffSource::Open(const std::string& path, const SizeLimits& limits)
     DescribeSamples();
     DescribeColour();
     DescribeResolution();
+    description_.metadata = ReadTiffMetadata(path);
     PlanBands(limits);
 }
 
@@ -192,6 +195,10 @@ void TiffSource::DescribeColour()
         description_.tags.profile.assign(bytes, bytes + size);
     } else if (profileRefused_) {
         description_.tags.profile.assign(1, 0);
+    }
+    const char* software = nullptr;
+    if (TIFFGetField(file_.get(), TIFFTAG_SOFTWARE, &software) == 1) {
+        AddPaper(software, description_);
     }
 }
 

@@ -35,9 +35,6 @@ struct TiffPage {
     std::string description;            ///< text for programs; none where empty
 };
 
-/// Lines of a strip of about a quarter of a megabyte.
-std::int64_t StripLines(std::int64_t lineLength, std::int64_t lines);
-
 using EncodedStrip = std::vector<unsigned char>;
 
 /// CRC-32 of a strip behind those of an earlier checksum; 0 before the first.

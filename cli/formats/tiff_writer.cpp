@@ -55,6 +55,9 @@ private:
 std::unique_ptr<RowWriter> MakeTiffWriter(const OutputFile& file, ImageSize size,
                                           const WriteSettings& settings)
 {
+    if (settings.device) {
+        return MakeDeviceTiffWriter(file, size, settings);
+    }
     return std::make_unique<TiffWriter>(file, size, settings);
 }
 

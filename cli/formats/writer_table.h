@@ -33,6 +33,8 @@ std::string OutputEndings();
 bool HasEnding(std::string_view path, std::string_view ending);
 
 // The writers.
+std::unique_ptr<RowWriter> MakeDeviceTiffWriter(const OutputFile& file, ImageSize size,
+                                                const WriteSettings& settings);
 std::unique_ptr<RowWriter> MakePngWriter(const OutputFile& file, ImageSize size,
                                          const WriteSettings& settings);
 std::unique_ptr<RowWriter> MakeTiffWriter(const OutputFile& file, ImageSize size,

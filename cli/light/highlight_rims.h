@@ -1,21 +1,24 @@
-// Coloured rims around the brightest light, taken away.
+// The colour of light far above what paper shows, taken away.
 #pragma once
 
 #include <cstddef>
 
 namespace qva {
 
-/// Mixes bright light that is nearly white with the grey of its luminance. Paper renders it with
-/// its full chroma up to paper white and jumps to white there; what remains of its colour would
-/// stand around every light as a rim. A light with a colour of its own keeps it.
+/// Mixes the brightest light with the grey of its luminance. Paper renders it with its full chroma
+/// up to paper white, so that a flame would be a flat yellow with arcs in it, and the sun would
+/// stand in coloured rims; in both the eye expects white. Coloured glass before the sky is dimmer
+/// and keeps its colour.
 ///
-/// The share of grey is a smooth step of the largest component from 1500 to 8000 cd/m², times a
-/// smooth step of the ratio of the smallest to the largest from 0.35 to 0.62.
+/// The share of grey is a smooth step of the logarithm of the largest component.
 class HighlightRims {
 public:
+    // Found by looking at prints, see docs/light.md.
+    static constexpr float dimmest = 30000.0f; ///< cd/m², from here on
+    static constexpr float white = 100000.0f;  ///< cd/m², nothing but grey
+
     /// @param rgb  linear light with the primaries of BT.2020, cd/m², changed in place. A pixel
-    /// with
-    ///             a channel that is infinite stays.
+    ///             with a channel that is infinite stays.
     void operator()(float* rgb, std::size_t pixels) const;
 };
 

@@ -28,18 +28,22 @@ struct LightPlan {
     bool repairs = false;
     bool fitsColour = false;
     bool mixesRims = false;
-    double shoulderEnd = 0.0; ///< cd/m² that becomes the top; 0 for no shoulder
+    double shoulderEnd = 0.0;     ///< cd/m² that becomes the top; 0 for no shoulder
+    double shoulderTop = 10000.0; ///< cd/m²
+    std::vector<std::string> off; ///< options that turned a step off
 };
 
-/// Chooses for a picture that has been measured, and exposes it.
+/// Chooses for a picture that has been measured, and exposes it. Codes that are handed over
+/// untouched get no other step.
+/// @param top  cd/m² that the user wants to be the brightest, if any.
 /// @throws Misuse where the exposure that is asked for does not fit the picture.
-LightPlan PlanLight(const LightOptions& options, Interpretation& meaning,
+LightPlan PlanLight(const LightOptions& options, std::optional<double> top, Interpretation& meaning,
                     PictureStatistics& statistics);
 
 /// For people: "colours outside BT.2020 moved in".
 std::vector<std::string> StepsOf(const LightPlan& plan);
 
-/// "+1.50 EV", or "none".
+/// "+1.50 EV", "+0.001 EV", or "none".
 std::string ExposureText(const LightPlan& plan);
 
 } // namespace qva

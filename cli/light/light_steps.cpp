@@ -2,19 +2,21 @@
 
 #include "light/colour_fit.h"
 #include "light/highlight_rims.h"
-#include "light/negative_repair.h"
 
 namespace qva {
 
-LightSteps::LightSteps(const LightPlan& plan) : plan_(plan), shoulder_(plan.shoulderEnd)
+LightSteps::LightSteps(const LightPlan& plan)
+    : plan_(plan), shoulder_(plan.shoulderEnd, plan.shoulderTop)
 {
+}
+
+void LightSteps::Repair(const RowBlock& around, std::int64_t row, float* repaired) const
+{
+    NegativeRepair()(around, row, repaired);
 }
 
 void LightSteps::operator()(float* row, std::size_t width) const
 {
-    if (plan_.repairs) {
-        NegativeRepair()(row, width);
-    }
     if (plan_.fitsColour) {
         ColourFit()(row, width);
     }

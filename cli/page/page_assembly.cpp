@@ -94,15 +94,15 @@ void TurnColumns(std::vector<StripReader>& shares, const BandPlan& plan, RowWrit
 
 } // namespace
 
-bool StripsAreResult(const BandPlan& plan, const std::string& output)
+bool StripsAreResult(const BandPlan& plan, const WriteSettings& settings, const std::string& output)
 {
-    return plan.direction == Direction::Rows && OutputFormatOf(output).isStrips;
+    return !settings.device && plan.direction == Direction::Rows && OutputFormatOf(output).isStrips;
 }
 
 void Assemble(std::vector<StripReader>& shares, const BandPlan& plan, const WriteSettings& settings,
               const OutputFile& file, Progress& progress)
 {
-    if (StripsAreResult(plan, file.Path())) {
+    if (StripsAreResult(plan, settings, file.Path())) {
         CopyStrips(shares, plan, settings, file, progress);
         return;
     }

@@ -33,6 +33,41 @@ void WriteShare(JsonWriter& json, const PageJob& job)
     json.Close();
 }
 
+/// A digest of all metadata; results without any say nothing about it.
+std::string MetadataDigest(const Metadata& metadata)
+{
+    std::string text;
+    for (const auto* part : {&metadata.exif, &metadata.xmp, &metadata.iptc}) {
+        text += part->empty() ? "" : fmt::format("{:016x}", DigestOf(*part));
+    }
+    return text;
+}
+
+/// Bytes as hexadecimal digits.
+void AddBytes(JsonWriter& json, const char* name, const std::vector<unsigned char>& bytes)
+{
+    if (!bytes.empty()) {
+        json.Add(name, fmt::format("{:02x}", fmt::join(bytes, "")));
+    }
+}
+
+/// What AddBytes wrote; empty where it wrote nothing, or the digits are none.
+std::vector<unsigned char> BytesOf(const JsonMembers& members, std::string_view name)
+{
+    const std::string value = ValueOf(members, name).value_or("\"\"");
+    std::vector<unsigned char> bytes;
+    // Between the quotes.
+    for (std::size_t i = 1; i + 2 < value.size(); i += 2) {
+        unsigned char byte = 0;
+        const char* digits = value.data() + i;
+        if (std::from_chars(digits, digits + 2, byte, 16).ptr != digits + 2) {
+            return {};
+        }
+        bytes.push_back(byte);
+    }
+    return bytes;
+}
+
 /// @return -1 where there is no such member, or it is no whole number.
 std::int64_t NumberOf(const JsonMembers& members, std::string_view name)
 {
@@ -71,6 +106,13 @@ std::string JobOf(const JsonMembers& members)
     return text.empty() ? "{}" : text + '}';
 }
 
+/// Whether the metadata are those that the job was begun with.
+bool HasItsMetadata(const ShareRecord& record, const JsonMembers& members)
+{
+    const std::string digest = MetadataDigest(record.metadata);
+    return ValueOf(members, "page.metadata").value_or("\"\"") == JsonWriter::Scalar(digest);
+}
+
 bool IsSound(const ShareRecord& record)
 {
     constexpr std::int64_t longest = 0x7fffffff;
@@ -83,16 +125,6 @@ bool IsSound(const ShareRecord& record)
 }
 
 } // namespace
-
-std::uint64_t DigestOf(const std::vector<unsigned char>& bytes)
-{
-    // FNV-1a, 64 bits.
-    std::uint64_t digest = 0xcbf29ce484222325u;
-    for (const unsigned char byte : bytes) {
-        digest = (digest ^ byte) * 0x100000001b3u;
-    }
-    return digest;
-}
 
 void WriteJob(JsonWriter& json, const PageJob& job)
 {
@@ -117,6 +149,9 @@ void WriteJob(JsonWriter& json, const PageJob& job)
     json.Add("profile", fmt::format("{:016x}", job.profileDigest));
     json.Add("compression", NameOf(job.write.compression));
     json.Add("dpi", job.write.dpi);
+    if (const std::string digest = MetadataDigest(job.write.metadata); !digest.empty()) {
+        json.Add("metadata", digest);
+    }
     json.Add("picture", fmt::format("{:016x}", job.pageDigest));
 }
 
@@ -144,6 +179,9 @@ std::string ShareText(const PageJob& job, std::uint32_t checksum)
     json.OpenObject();
     WriteShare(json, job);
     json.Add("crc32", checksum);
+    AddBytes(json, "exif", job.write.metadata.exif);
+    AddBytes(json, "xmp", job.write.metadata.xmp);
+    AddBytes(json, "iptc", job.write.metadata.iptc);
     json.Close();
     return json.Text();
 }
@@ -157,7 +195,11 @@ ShareRecord ParseShare(const std::string& text, const std::string& name)
         record.job = JobOf(*members);
         const std::int64_t checksum = NumberOf(*members, "crc32");
         record.checksum = static_cast<std::uint32_t>(checksum);
-        if (checksum == std::int64_t{record.checksum} && IsSound(record)) {
+        record.metadata = {BytesOf(*members, "exif"), BytesOf(*members, "xmp"),
+                           BytesOf(*members, "iptc")};
+        if (checksum == std::int64_t{record.checksum} && IsSound(record) &&
+            HasItsMetadata(record, *members))
+        {
             return record;
         }
     }
@@ -172,6 +214,11 @@ std::string DifferenceOf(const std::string& firstJob, const std::string& secondJ
         const std::optional<std::string> other = ValueOf(second, name);
         if (other != value) {
             return fmt::format("{} is {} and {}", name, value, other.value_or("not stated"));
+        }
+    }
+    for (const auto& [name, value] : second) {
+        if (!ValueOf(first, name)) {
+            return fmt::format("{} is not stated and {}", name, value);
         }
     }
     return "nothing";

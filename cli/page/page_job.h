@@ -28,9 +28,6 @@ struct PageJob {
     Share share;                  ///< of this run; not part of JobText
 };
 
-/// A digest of bytes.
-std::uint64_t DigestOf(const std::vector<unsigned char>& bytes);
-
 /// Writes the members of a job into an object that is open.
 void WriteJob(JsonWriter& json, const PageJob& job);
 
@@ -40,7 +37,8 @@ std::string JobText(const PageJob& job);
 /// One line of JSON about one share of the work.
 std::string ShareText(const PageJob& job);
 
-/// The same with the CRC-32 of the share's strips: what its file says about itself.
+/// The same with the CRC-32 of the share's strips and the metadata of the page: what its file says
+/// about itself.
 std::string ShareText(const PageJob& job, std::uint32_t checksum);
 
 /// A share's file, as its description has it.
@@ -49,6 +47,7 @@ struct ShareRecord {
     BandPlan plan;
     std::string job; ///< of JobText
     std::uint32_t checksum = 0;
+    Metadata metadata; ///< of the page
 };
 
 /// @throws Failure where the text is not that of ShareText.

@@ -1,7 +1,6 @@
 #include "page/page_lines.h"
 
 #include "base/workers.h"
-#include "render/row_encoder.h"
 
 #include <algorithm>
 
@@ -57,9 +56,7 @@ PageLines::PageLines(ImageSource& source, const SceneDecoder& decoder, const Lig
                      const std::string& folder)
     : source_(source),
       path_(source.Describe().path),
-      decoder_(decoder),
-      light_(light),
-      range_(range),
+      rows_(source, decoder, light, range),
       order_(OrderOf(source.Describe().orientation, direction)),
       scratchReason_(ScratchReasonOf(source.Describe(), direction)),
       limits_(limits),
@@ -77,12 +74,23 @@ void PageLines::Seek(std::int64_t line, Progress& progress)
         }
         return;
     }
-    if (sourceNext_ < 0 || sourceNext_ > line) {
-        source_.Open(path_, limits_);
-        sourceNext_ = 0;
+    SeekStored(line);
+}
+
+void PageLines::SeekStored(std::int64_t row)
+{
+    if (isOpen_ && rows_.Next() == row) {
+        return;
     }
-    source_.SkipRows(line - sourceNext_);
-    sourceNext_ = line;
+    const std::int64_t first = rows_.FirstFor(row);
+    std::int64_t place = rows_.SourceRow();
+    if (!isOpen_ || place > first) {
+        source_.Open(path_, limits_);
+        isOpen_ = true;
+        place = 0;
+    }
+    source_.SkipRows(first - place);
+    rows_.Start(row);
 }
 
 void PageLines::Read(std::int64_t count, std::uint16_t* codes)
@@ -99,32 +107,15 @@ void PageLines::ReadStored(std::int64_t count, std::uint16_t* codes)
 {
     const std::int64_t rows = RowsAtOnce(stored_);
     const std::int64_t samples = stored_.width * 3;
-    const auto width = static_cast<std::size_t>(stored_.width);
-    const bool inPlace = decoder_.Takes(source_.Samples());
-    const RowEncoder encoder(decoder_, light_, range_);
-    ScratchRows scratch(stored_.width, Workers());
     for (std::int64_t first = 0; first < count; first += rows) {
         const std::int64_t block = std::min(rows, count - first);
         std::uint16_t* out = codes + first * samples;
-        if (inPlace) {
-            source_.ReadSamples(block, out);
-        } else {
-            samples_.resize(static_cast<std::size_t>(block * samples));
-            source_.ReadRows(block, samples_.data());
+        rows_.Read(block, out);
+        // In a row across the lines, its pixels are one of every line.
+        if (order_.across ? order_.backward : order_.mirrored) {
+            ForEach(block,
+                    [&](std::int64_t row, int) { Mirror(out + row * samples, stored_.width); });
         }
-        sourceNext_ += block;
-        ForEach(block, [&](std::int64_t row, int worker) {
-            std::uint16_t* line = out + row * samples;
-            if (inPlace) {
-                encoder(line, scratch.Light(worker), width, line);
-            } else {
-                encoder(samples_.data() + row * samples, width, line);
-            }
-            // In a row across the lines, its pixels are one of every line.
-            if (order_.across ? order_.backward : order_.mirrored) {
-                Mirror(line, stored_.width);
-            }
-        });
     }
 }
 
@@ -134,8 +125,7 @@ void PageLines::Spool(Progress& progress)
     scratch_.emplace(lines, order_.across ? stored_.height : stored_.width, folder_);
     const std::int64_t rows = std::max<std::int64_t>(RowsAtOnce(stored_), 64);
     std::vector<std::uint16_t> codes(static_cast<std::size_t>(rows * stored_.width * 3));
-    source_.Open(path_, limits_);
-    sourceNext_ = 0;
+    SeekStored(0);
     for (std::int64_t first = 0; first < stored_.height; first += rows) {
         const std::int64_t count = std::min(rows, stored_.height - first);
         ReadStored(count, codes.data());
@@ -144,6 +134,7 @@ void PageLines::Spool(Progress& progress)
                       static_cast<double>(first + count) / static_cast<double>(stored_.height));
     }
     source_.Close();
+    isOpen_ = false;
 }
 
 void PageLines::PlaceRows(std::int64_t first, std::int64_t count, std::uint16_t* codes)

@@ -5,9 +5,9 @@
 #include "colour/range_choice.h"
 #include "colour/scene_decoder.h"
 #include "formats/image_source.h"
-#include "light/light_steps.h"
 #include "page/band_plan.h"
 #include "page/turned_lines.h"
+#include "render/light_rows.h"
 
 #include <cstdint>
 #include <optional>
@@ -51,23 +51,21 @@ public:
     std::int64_t Next() const { return next_; }
 
 private:
+    void SeekStored(std::int64_t row);
     void ReadStored(std::int64_t count, std::uint16_t* codes);
     void Spool(Progress& progress);
     void PlaceRows(std::int64_t first, std::int64_t count, std::uint16_t* codes);
 
     ImageSource& source_;
     std::string path_;
-    const SceneDecoder& decoder_;
-    const LightSteps& light_;
-    RenderRange range_;
+    LightRows rows_;
     LineOrder order_;
     std::string scratchReason_;
     SizeLimits limits_;
     std::string folder_;
     ImageSize stored_;
     std::int64_t next_ = 0;
-    std::int64_t sourceNext_ = -1; ///< stored row the source stands at; -1: to be opened
-    std::vector<float> samples_;
+    bool isOpen_ = false; ///< and read by rows_
     std::optional<TurnedLines> scratch_;
 };
 

@@ -7,6 +7,7 @@
 #include "page/page_assembly.h"
 #include "page/page_lines.h"
 #include "page/reduced_page.h"
+#include "picture/rendered_for.h"
 #include "render/side_by_side.h"
 
 #include <algorithm>
@@ -152,7 +153,7 @@ void PageRun::Finish(PageResult& result)
     } else {
         result.Finish();
     }
-    if (request_.cut.share || StripsAreResult(plan_, request_.output)) {
+    if (request_.cut.share || StripsAreResult(plan_, request_.write, request_.output)) {
         result.Commit();
         return;
     }
@@ -189,8 +190,13 @@ PageSummary PageRun::Run()
     const auto start = std::chrono::steady_clock::now();
     Reduce();
     const LineRun lines = plan_.LinesOf(plan_.BandsOfShare(job_.share.number, job_.share.count));
-    PageResult result(request_.output, StripsOf(plan_, lines, request_.write), plan_.bandLines,
-                      ShareText(job_), request_.continuation);
+    TiffPage page = StripsOf(plan_, lines, request_.write);
+    if (request_.cut.share) {
+        // It stands in the description, for the page that is joined.
+        page.settings.metadata = {};
+    }
+    PageResult result(request_.output, page, plan_.bandLines, ShareText(job_),
+                      request_.continuation);
     SetFarewell(fmt::format("\nqva: stopped; {} goes on with {}\n",
                             request_.continuation == Continuation::Any ? "the same command"
                                                                        : "'qva page --resume'",
@@ -212,6 +218,10 @@ PageSummary PageRun::Run()
 PageSummary RunPage(const PageRequest& request, const PrinterProfile& profile,
                     const Examination& found, ImageSource& source)
 {
+    if (request.write.device && !request.sideBySide.empty()) {
+        throw Misuse("--side-by-side",
+                     "shows no device values: a page in bands with --to-device has none");
+    }
     EnsureFolder(request.output);
     return PageRun(request, profile, found, source).Run();
 }

@@ -1,5 +1,6 @@
 #include "picture/exif_data.h"
 
+#include "picture/exif_tags.h"
 #include "picture/tiff_structure.h"
 
 #include <algorithm>
@@ -10,12 +11,9 @@ namespace qva {
 namespace {
 
 // Tags of Exif 2.32, section 4.6.
-constexpr std::uint16_t orientationTag = 274;
 constexpr std::uint16_t xResolutionTag = 282;
 constexpr std::uint16_t yResolutionTag = 283;
 constexpr std::uint16_t resolutionUnitTag = 296;
-constexpr std::uint16_t exifDirectoryTag = 34665;
-constexpr std::uint16_t makerNoteTag = 37500;
 
 /// The maker note of Apple's cameras: its name, then a directory whose places count from the note.
 std::optional<TiffStructure> AppleNote(const TiffStructure& exif)
@@ -25,7 +23,7 @@ std::optional<TiffStructure> AppleNote(const TiffStructure& exif)
     if (!exif.First()) {
         return std::nullopt;
     }
-    const std::optional<double> directory = exif.Number(*exif.First(), exifDirectoryTag);
+    const std::optional<double> directory = exif.Number(*exif.First(), exifTag);
     const std::optional<TiffEntry> note =
         directory ? exif.Find(static_cast<std::size_t>(*directory), makerNoteTag) : std::nullopt;
     if (!note || note->bytes < name.size() + 2) {

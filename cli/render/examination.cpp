@@ -14,7 +14,7 @@ Examination Examine(const std::string& path, const SourceOptions& options,
     const bool keeps = keeping != nullptr && keeping->isWanted(source->Size());
     found.statistics =
         Scan(*source, decoder, found.counts, progress, keeps ? &keeping->samples : nullptr);
-    found.light = PlanLight(light, found.meaning, found.statistics);
+    found.light = PlanLight(light, options.top, found.meaning, found.statistics);
     found.range = ChooseRange(found.meaning, found.statistics, options);
     return found;
 }

@@ -1,7 +1,6 @@
 #include "render/row_encoder.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace qva {
 
@@ -24,8 +23,7 @@ void RowEncoder::operator()(float* rgb, std::size_t width, std::uint16_t* codes)
                        [](float sample) { return static_cast<std::uint16_t>(sample); });
         return;
     }
-    SampleCounts counts;
-    decoder_.Decode(rgb, width, counts);
+    Decode(rgb, width);
     Finish(rgb, width, codes);
 }
 
@@ -36,9 +34,29 @@ void RowEncoder::operator()(const std::uint16_t* samples, float* scratch, std::s
         std::copy_n(samples, samples == codes ? 0 : width * 3, codes);
         return;
     }
-    SampleCounts counts;
-    decoder_.DecodeSamples(samples, scratch, width, counts);
+    Decode(samples, scratch, width);
     Finish(scratch, width, codes);
+}
+
+void RowEncoder::Decode(float* rgb, std::size_t width) const
+{
+    SampleCounts counts;
+    decoder_.Decode(rgb, width, counts);
+}
+
+void RowEncoder::Decode(const std::uint16_t* samples, float* light, std::size_t width) const
+{
+    SampleCounts counts;
+    decoder_.DecodeSamples(samples, light, width, counts);
+}
+
+void RowEncoder::Encode(const RowBlock& around, std::int64_t row, float* scratch,
+                        std::uint16_t* codes) const
+{
+    const std::int64_t samples = around.width * 3;
+    std::copy_n(around.rgb + row * samples, samples, scratch);
+    light_.Repair(around, row, scratch);
+    Finish(scratch, static_cast<std::size_t>(around.width), codes);
 }
 
 void RowEncoder::Finish(float* light, std::size_t width, std::uint16_t* codes) const

@@ -2,8 +2,10 @@
 
 #include "base/errors.h"
 #include "base/workers.h"
+#include "render/light_rows.h"
 
 #include <algorithm>
+#include <cassert>
 #include <fmt/format.h>
 #include <utility>
 #include <vector>
@@ -84,6 +86,44 @@ void ReadBlock(ImageSource& source, std::int64_t count, std::uint16_t* rows)
     source.ReadSamples(count, rows);
 }
 
+/// Samples that are in memory, as a source.
+class KeptSource : public ImageSource {
+public:
+    KeptSource(const KeptSamples& kept, const SourceDescription& description)
+        : kept_(kept), description_(description), next_(kept.stored.codes.get())
+    {
+    }
+    void Open(const std::string&, const SizeLimits&) override {}
+    ImageSize Size() const override { return description_.size; }
+    const SourceDescription& Describe() const override { return description_; }
+    void ReadRows(std::int64_t, float*) override { assert(false); }
+    SampleKind Samples() const override { return kept_.kind; }
+    void ReadSamples(std::int64_t count, std::uint16_t* samples) override
+    {
+        const std::int64_t values = SamplesOf({Size().width, count});
+        std::copy_n(next_, samples == next_ ? 0 : values, samples);
+        next_ += values;
+    }
+    void Close() override {}
+
+private:
+    const KeptSamples& kept_;
+    const SourceDescription& description_;
+    const std::uint16_t* next_;
+};
+
+/// Calls read for the rows first ... end - 1, which a failure names.
+template <typename Read>
+void ReadNamed(std::int64_t first, std::int64_t end, const Read& read)
+{
+    try {
+        read();
+    } catch (const Failure& failure) {
+        const std::string place = fmt::format("rows {} to {}", first, end - 1);
+        throw Failure(Failure(failure, place), first);
+    }
+}
+
 /// Reads all rows of a source in order, and meanwhile calls use(row, y, worker) for those that are
 /// there on all threads.
 /// @param whole  where the rows are to stay; null where they are used up.
@@ -109,12 +149,7 @@ void ForEachRow(ImageSource& source, const char* stage, Progress& progress, T* w
     steps.ordered = [&](std::int64_t item) {
         const std::int64_t first = item * rows;
         const std::int64_t end = first + rowsIn(item);
-        try {
-            ReadBlock(source, end - first, blockAt(item));
-        } catch (const Failure& failure) {
-            const std::string place = fmt::format("rows {} to {}", first, end - 1);
-            throw Failure(Failure(failure, place), first);
-        }
+        ReadNamed(first, end, [&] { ReadBlock(source, end - first, blockAt(item)); });
         progress.Show(stage, static_cast<double>(end) / static_cast<double>(size.height));
     };
     steps.shared = [&](std::int64_t item, int worker) {
@@ -123,6 +158,25 @@ void ForEachRow(ImageSource& source, const char* stage, Progress& progress, T* w
         }
     };
     RunOrderedFirst(steps);
+}
+
+/// Places the rows of a source whose light is decided by their neighbours' too.
+void PlaceAmongOthers(ImageSource& source, LightRows& rows, Progress& progress, Page& page)
+{
+    const ImageSize size = source.Size();
+    const Placement placement = PlacementOf(source.Describe());
+    const std::int64_t block = RowsPerBlock(size);
+    std::vector<std::uint16_t> codes(static_cast<std::size_t>(SamplesOf({size.width, block})));
+    for (std::int64_t first = 0; first < size.height; first += block) {
+        const std::int64_t count = std::min(block, size.height - first);
+        ReadNamed(first, first + count, [&] { rows.Read(count, codes.data()); });
+        ForEach(count, [&](std::int64_t row, int) {
+            PlaceRow(codes.data() + SamplesOf({size.width, row}), size.width, first + row,
+                     placement, page.codes.get());
+        });
+        progress.Show("reading",
+                      static_cast<double>(first + count) / static_cast<double>(size.height));
+    }
 }
 
 } // namespace
@@ -174,6 +228,11 @@ Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps
     const Placement placement = PlacementOf(source.Describe());
     const RowEncoder encoder(decoder, light, range);
     Page page = EmptyPage(UprightSize(source.Describe()));
+    if (encoder.Reach() > 0) {
+        LightRows rows(source, decoder, light, range);
+        PlaceAmongOthers(source, rows, progress, page);
+        return page;
+    }
     ScratchRows scratch(width, Readers());
     const auto place = [&](std::int64_t y, int worker) {
         PlaceRow(scratch.Codes(worker), width, y, placement, page.codes.get());
@@ -195,24 +254,25 @@ Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps
     return page;
 }
 
-Page MakePage(KeptSamples kept, const SourceDescription& description, const RowEncoder& encoder)
+Page MakePage(KeptSamples kept, const SourceDescription& description, const SceneDecoder& decoder,
+              const LightSteps& light, const RenderRange& range)
 {
-    constexpr std::int64_t rowsAtOnce = 16;
     const ImageSize size = description.size;
     const bool isUpright = description.orientation == 1;
     const Placement placement = PlacementOf(description);
+    const std::int64_t block = RowsPerBlock(size);
+    KeptSource source(kept, description);
+    LightRows rows(source, decoder, light, range);
     Page turned = isUpright ? Page{} : EmptyPage(UprightSize(description));
-    ScratchRows scratch(size.width, Workers());
-    ForEach((size.height + rowsAtOnce - 1) / rowsAtOnce, [&](std::int64_t item, int worker) {
-        const std::int64_t end = std::min((item + 1) * rowsAtOnce, size.height);
-        for (std::int64_t y = item * rowsAtOnce; y < end; ++y) {
-            std::uint16_t* row = kept.stored.codes.get() + y * size.width * 3;
-            encoder(row, scratch.Light(worker), static_cast<std::size_t>(size.width), row);
-            if (!isUpright) {
-                PlaceRow(row, size.width, y, placement, turned.codes.get());
-            }
-        }
-    });
+    for (std::int64_t first = 0; first < size.height; first += block) {
+        const std::int64_t count = std::min(block, size.height - first);
+        std::uint16_t* codes = kept.stored.codes.get() + SamplesOf({size.width, first});
+        rows.Read(count, codes);
+        ForEach(isUpright ? 0 : count, [&](std::int64_t row, int) {
+            PlaceRow(codes + SamplesOf({size.width, row}), size.width, first + row, placement,
+                     turned.codes.get());
+        });
+    }
     return isUpright ? std::move(kept.stored) : std::move(turned);
 }
 

@@ -3,11 +3,11 @@
 
 #include "base/progress.h"
 #include "colour/picture_statistics.h"
+#include "colour/range_choice.h"
+#include "colour/scene_decoder.h"
 #include "formats/image_source.h"
+#include "light/light_steps.h"
 #include "picture/rendered_page.h"
-#include "render/row_encoder.h"
-
-#include <cstdint>
 
 namespace qva {
 
@@ -32,6 +32,7 @@ Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps
               const RenderRange& range, Progress& progress);
 
 /// The same from kept samples, which are used up: in their own buffer where they lie upright.
-Page MakePage(KeptSamples kept, const SourceDescription& description, const RowEncoder& encoder);
+Page MakePage(KeptSamples kept, const SourceDescription& description, const SceneDecoder& decoder,
+              const LightSteps& light, const RenderRange& range);
 
 } // namespace qva

@@ -23,6 +23,9 @@ ImageSize PanelSize(ImageSize size);
 /// @param light  for each of the 65,536 codes, linear light where 1 is paper white.
 Panel ReducePage(const Page& page, const std::vector<float>& light);
 
+/// The same in a size of the caller's, each side at most the page's.
+Panel ReducePage(const Page& page, const std::vector<float>& light, ImageSize size);
+
 /// The light of source codes when everything above paper white is cut.
 std::vector<float> ClippedLight(const RenderRange& range, int paperWhite);
 

@@ -11,9 +11,11 @@ namespace qva {
 void SetThreads(int threads)
 {
     // The environment may ask for any number.
-    omp_set_num_threads(threads > 0 ? threads : std::clamp(omp_get_max_threads(), 1, mostThreads));
-    SetWorkers(omp_get_max_threads());
-    SetReaderThreads(omp_get_max_threads());
+    const int usual = std::clamp(omp_get_max_threads(), 1, omp_get_num_procs());
+    const int count = threads > 0 ? threads : usual;
+    omp_set_num_threads(count);
+    SetWorkers(count);
+    SetReaderThreads(count);
 }
 
 } // namespace qva

@@ -13,7 +13,8 @@
  *
  * Threads: whoever wants two pictures at once takes two handles, one for each thread that calls. A
  * call borrows threads from OpenMP, as many as there are processors at most; how many it got never
- * shows in the bytes.
+ * shows in the bytes. Before a team that is larger than any before, as many threads are started and
+ * ended at once, to see whether the system has them.
  */
 #ifndef LUMO_QVA_H
 #define LUMO_QVA_H
@@ -25,6 +26,8 @@
 #define QVA_VERSION_MINOR 0
 #define QVA_VERSION_PATCH 0
 #define QVA_VERSION_STRING "1.0.0"
+/* The same as a number that grows: 10000 * major + 100 * minor + patch. */
+#define QVA_VERSION_NUMBER (QVA_VERSION_MAJOR * 10000 + QVA_VERSION_MINOR * 100 + QVA_VERSION_PATCH)
 
 #if defined(__GNUC__)
 #define QVA_API __attribute__((visibility("default")))
@@ -77,7 +80,8 @@ typedef struct QVA_IMAGE {
 /* What light the codes of a source mean. 160 bytes; what lies behind the 32nd is skipped. */
 typedef struct QVA_SOURCE_ENCODING {
     uint32_t reserved;         /* not read */
-    uint32_t gammaType;        /* 0 linear in luminance, 1 gamma 2.2, 2 PQ (SMPTE ST 2084) */
+    uint32_t gammaType;        /* QVA_GAMMA_...: linear in luminance, a power of 2.2, or PQ
+                                  (SMPTE ST 2084) */
     uint32_t codeMin;          /* the code that means luminanceMin, 0 ... codeThreshold */
     float luminanceMin;        /* cd/m2 at codeMin */
     uint32_t codeThreshold;    /* codeMin ... codeMax; held against its bounds, then unused */
@@ -104,8 +108,8 @@ typedef struct QVA_OUTPUT_CONDITIONS {
     double reservedB;              /* anything above 0, without effect */
     const void* outputProfile;     /* bytes of the output device's ICC profile; not null. Its own
                                       header states its size, so all those bytes must be there */
-    uint32_t renderingIntent;      /* 0 media-relative colorimetric, 2 saturation */
-    uint32_t optionFlag;           /* 0 with black-point compensation, 1 without */
+    uint32_t renderingIntent;      /* QVA_INTENT_... */
+    uint32_t optionFlag;           /* QVA_OPTION_...: with black-point compensation or without */
 } QVA_OUTPUT_CONDITIONS;
 
 /* The band inside the source of a correction, without its margins: corners in pixels of the source,

@@ -5,8 +5,8 @@
 
 namespace lumo {
 
-/// Codes 0 ... 65535, with the threshold's code where the threshold luminance of `conditions` falls
-/// on a straight line between the range's ends, computed in 32-bit float and truncated.
+/// Codes 0 ... 65535. The threshold's code is that of the threshold luminance of `conditions` were
+/// the codes linear in luminance, reckoned in 32-bit float and truncated.
 QVA_SOURCE_ENCODING MakeSourceEncoding(const QVA_SOURCE_RANGE& range,
                                        const QVA_OUTPUT_CONDITIONS& conditions);
 

@@ -6,7 +6,7 @@
 
 namespace lumo {
 
-/// RGB (sRGB or BT.2020 primaries) or XYZ to ICtCp (ITU-R BT.2100-2, table 7), per pixel.
+/// ICtCp (ITU-R BT.2100-2, table 7) of linear light in one of the colour spaces below, per pixel.
 class ConvertxRGB2ICtCp : public ImageConverterInterface {
 public:
     /// Source codes srcMin ... srcMax stand for srcLumiMin ... srcLumiMax cd/m2; intensity comes

@@ -1,4 +1,5 @@
-// The constant matrices of the ICtCp conversions, row-major; the row gives the output component.
+// The matrices on both sides of LMS, a row for each value that comes out. How they follow from cone
+// responses and primaries: tests/colorspace/ictcp_test.cpp.
 #pragma once
 
 #include <cstdint>

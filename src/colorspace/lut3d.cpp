@@ -1,6 +1,18 @@
 #include "colorspace/lut3d.h"
 
 namespace lumo {
+namespace {
+
+// A table has three inputs; what runs it over images may let one channel through.
+void EnsureThree(size_t channels)
+{
+    if (channels == 1) {
+        throw Exception(exceptionFormat,
+                        "Error in Image Converter::Convert(), data channels must be 1/3");
+    }
+}
+
+} // namespace
 
 Lut3D::Lut3D(const ImageConverterInterface& f, double maxValue)
 {
@@ -27,6 +39,7 @@ void Lut3D::operator()(const double* in, double* out, size_t) const
 
 void Lut3D::ConvertBlock(PixelBlock& block, int32_t count, size_t channels) const
 {
+    EnsureThree(channels);
     interpolation.ConvertBlock(block, count, channels);
 }
 
@@ -46,8 +59,7 @@ void Lut3D::Convert(const Matrix& src, Matrix& dst) const
     const bool known = depth == D8U || depth == D16U || depth == D32F || depth == D64F;
     if (src.channels == 1 && known) {
         dst.Ensure(src.rows, src.cols, src.type);
-        throw Exception(exceptionFormat,
-                        "Error in Image Converter::Convert(), data channels must be 1/3");
+        EnsureThree(1);
     }
     ImageConverter::Convert(src, dst, interpolation);
 }

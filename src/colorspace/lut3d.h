@@ -23,7 +23,7 @@ public:
     /// As Tetrahedralinterpolation::Initialize.
     virtual void Initialize(const Vector<double>& lut, size_t numGrid, double maxValue);
 
-    /// Applies the table to every pixel of a three-channel image.
+    /// A whole image through the table.
     /// @param dst  re-created in the shape of src if it differs; may be src.
     /// @throws Exception code 2 as ImageConverter, which one channel is refused like two are.
     virtual void Convert(const Matrix& src, Matrix& dst) const;

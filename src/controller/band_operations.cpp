@@ -17,7 +17,7 @@
 namespace lumo {
 namespace {
 
-constexpr uint32_t analysisLongSide = 1200;
+constexpr uint32_t analysisLongSide = longestAnalysis;
 
 // The factors in another order than RenderedRanges takes them: a last bit may differ.
 double CorrectedBlack(double sourceBlack, int32_t outputLuminanceMax)
@@ -178,6 +178,7 @@ void QvaController::Correct(const QVA_IMAGE& dst, const QVA_IMAGE& src,
     const Htr htr(ranges, ParametersFor(pagePixels, ranges));
     Tintrix transform = first.call.MakeTransform(conditions);
     const Dpg dpg(DpgRanges(ranges), PrepareDpgParameters(pagePixels, transform));
+    transform.Release(); // before the destination is touched, as for a whole print
     WorkPlanes planes;
     DpgStage<uint16_t> stage(dpg, source.rows, source.cols, planes);
     const Vector<uint16_t> curve = MakePowerCurveMap(outputCurve);
@@ -186,7 +187,6 @@ void QvaController::Correct(const QVA_IMAGE& dst, const QVA_IMAGE& src,
     Matrix destination = WrapImage(dst);
     MatrixSink<uint16_t> sink(destination);
     stage.Drain(sink);
-    transform.Release();
 }
 
 } // namespace lumo

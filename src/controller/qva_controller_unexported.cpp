@@ -10,11 +10,17 @@ namespace lumo {
 void QvaController::RenderTone(const Matrix& src, Matrix& dst, const QVA_SOURCE_ENCODING& encoding,
                                const LuminanceRangePair& ranges) const
 {
+    if (src.channels != 3) {
+        throw Exception(exceptionFormat, "Error in Htr::operator(), src channels must be 3");
+    }
+    if (DepthOf(src.type) != D16U) {
+        throw Exception(exceptionFormat, "Error in Htr::operator(), src depth must be D16U/D32F");
+    }
+    const Matrix source(src);
     WorkPlanes planes;
-    Matrix encoded(src.rows, src.cols, rgb16Type);
-    MatrixSink<uint16_t> sink(encoded);
-    Render(src, sink, encoding, ranges, planes, nullptr);
-    dst = encoded;
+    dst.Ensure(source.rows, source.cols, rgb16Type);
+    MatrixSink<uint16_t> sink(dst);
+    Render(source, sink, encoding, ranges, planes, nullptr);
 }
 
 void QvaController::Convert2Linear(const Matrix& src, Matrix& dst, uint32_t gammaType,

@@ -23,7 +23,7 @@ void EnsureDataSize(uint64_t bytes);
 /// Product of three sizes; the largest value of the type where it would not fit.
 uint64_t SaturatingProduct(uint64_t a, uint64_t b, uint64_t c);
 
-/// A heap block, or null for 0 bytes. Released by Free.
+/// From the heap; 0 bytes are null. For Free.
 /// @throws Exception code 1 above the limit, then code 0 when memory runs out.
 void* Alloc(uint64_t bytes);
 

@@ -7,8 +7,8 @@ namespace lumo {
 
 /// Categories of failure, the values of Exception::code.
 enum ExceptionCode : int32_t {
-    exceptionResource = 0, ///< an allocation failed, or a copy found no destination
-    exceptionSize = 1,     ///< a requested buffer exceeds the size limit
+    exceptionResource = 0, ///< no memory, or nothing to copy into
+    exceptionSize = 1,     ///< more bytes than maxDataSize
     exceptionFormat = 2,   ///< an unsupported depth, channel count or size of an image or table
     exceptionArgument = 3, ///< an invalid parameter or state
 };

@@ -11,7 +11,7 @@
 
 namespace lumo {
 
-/// The base of every per-pixel function object. Objects are read-only while they are called, from
+/// What can be run over the pixels of an image. Objects are read-only while they are called, from
 /// many threads at once.
 class ImageConverterInterface {
 public:

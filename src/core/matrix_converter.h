@@ -1,4 +1,4 @@
-// Changes the element depth of a whole image.
+// Images of one depth from those of another.
 #pragma once
 
 #include "core/matrix.h"

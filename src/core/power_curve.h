@@ -35,8 +35,8 @@ enum class PowerCurve { decoding, encoding };
 /// The curve over codes 0 ... 65535 to the same codes, built once per process.
 const PowerCurveTable& UsualPowerCurve(PowerCurve direction);
 
-/// The map of a curve: entry i = the low 16 bits of the truncated curve at i for the codes
-/// trunc(inputMin) ... trunc(inputMax), 0 elsewhere.
+/// A curve as a map of all codes: at i the low 16 bits of the truncated curve, and 0 where i is no
+/// input of the curve (its ends truncated).
 Vector<uint16_t> MakePowerCurveMap(const PowerCurveTable& curve);
 
 /// Replaces every element of a D16U image by its value on the curve, through a 16-bit map.

@@ -31,9 +31,9 @@ public:
     }
     virtual ~VectorC() { Release(); }
 
-    /// Storage for n elements, null for n = 0; the caller keeps it. CopyTo asks its target for it,
-    /// constructors only this class. A class with storage of its own gives it back by Release in
-    /// its destructor.
+    /// Room for n elements, or null where there are none; the caller keeps it. CopyTo asks its
+    /// target for it, constructors only this class. A class with storage of its own gives it back
+    /// by Release in its destructor.
     virtual T* Allocate(uint64_t n)
     {
         if (n == 0) {
@@ -147,7 +147,7 @@ public:
     ~Vector() override = default;
 };
 
-/// Shares one heap object between holders; the last one deletes it.
+/// An object with a count of those who hold it: whoever lets go last deletes it.
 template <typename T>
 class SharedObject {
 public:

@@ -28,6 +28,7 @@ public:
     /// @param parameters  copied; printLut is shared.
     Dpg(const LuminanceRangePair& ranges, const DpgParameters& parameters);
 
+    /// The step over a whole image. No export reaches this form: prints run a DpgStage.
     /// @param src  three channels, D16U or D32F; only read.
     /// @param dst  re-created in the shape of src; may be src.
     /// @throws Exception code 2 for channels, then depth; code 3 for the work colour space.

@@ -14,8 +14,7 @@ extern const uint8_t bt2020Profile[544];
 /// come through within one code.
 extern const uint8_t xyzProfile[7852];
 
-/// Copies the profile of a source colour space into a new buffer, as many bytes as its header
-/// states (big-endian in the first four).
+/// A copy of the profile of a source colour space, of the length that its first four bytes give.
 /// @param colorSpace  of the caller's image; 2, the only one the argument checks let through,
 ///                    selects bt2020Profile.
 /// @return a buffer of the locked allocator, to be freed through it.

@@ -1,4 +1,4 @@
-// A colour-matching transform over three ICC profiles.
+// What a device makes of colours, asked of the matcher.
 #pragma once
 
 #include "core/image_converter.h"
@@ -8,7 +8,7 @@
 
 namespace lumo {
 
-/// Converts source RGB through the matcher Rvx32P to the XYZ that the output device reproduces.
+/// RGB of the source in, XYZ of the print out, by the matcher Rvx32P.
 /// Used by one thread.
 class Tintrix : public ImageConverterInterface {
 public:

@@ -6,9 +6,9 @@
 
 namespace lumo {
 
-/// Divides an image into compact regions of similar colour: a local k-means clustering followed by
-/// a pass that folds small fragments into a neighbour and numbers the regions densely.
-/// One object may serve several calls at once.
+/// Cuts an image into patches of one colour, round where colours leave them free. SlicClusters says
+/// which centre a pixel belongs to; NumberRegions then makes one patch of what hangs together,
+/// gives crumbs away and leaves no gap in the numbers. Nothing is kept between calls.
 class FastSlic : public ImageSegmentation {
 public:
     /// Largest number of regions that may be requested.

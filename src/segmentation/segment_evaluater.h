@@ -7,8 +7,8 @@
 
 namespace lumo {
 
-/// Runs the segmenter once a candidate count and keeps the division whose segments are the largest
-/// and most homogeneous: the score of k segments is (1/k) Σ pixelCount exp(-alpha stdDev).
+/// Tries every candidate count and keeps the division with the best score. For k segments that is
+/// (1/k) Σ pixelCount exp(-alpha stdDev): few segments and even ones win.
 class SegmentEvaluater {
 public:
     SegmentEvaluater(const FastSlic& slic, double alpha) : slic_(slic), alpha_(alpha) {}
@@ -17,7 +17,7 @@ public:
     /// @param src             the three-channel image to divide.
     /// @param image           one channel, the same size: homogeneity is measured on it.
     /// @param numSegmentsSet  1 ... 8 candidates of 1 ... 5000; the first best one wins.
-    /// @returns the label count of the chosen division, which is left in labels_.
+    /// @returns how many labels the winner has; they stay in labels_.
     /// @throws Exception code 3 for more than 8 candidates, for none (empty message), or for one
     ///         outside its range; all before any work.
     template <typename T>

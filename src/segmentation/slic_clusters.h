@@ -9,8 +9,8 @@
 namespace lumo {
 
 /// Local k-means over channel values and position (Achanta et al., "SLIC superpixels compared to
-/// state-of-the-art superpixel methods", 2012), in the adaptive form: each cluster's colour term is
-/// divided by the largest colour distance that it has shown so far.
+/// state-of-the-art superpixel methods", 2012), in the adaptive form: how
+/// far a colour may be off is learnt for each cluster, from its farthest member so far.
 class SlicClusters {
 public:
     /// Places the centres on a hexagonal grid and moves each to the lowest edge value around it.

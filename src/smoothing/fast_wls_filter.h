@@ -6,8 +6,8 @@
 
 namespace lumo {
 
-/// Approximates the weighted-least-squares smoothing of an image, smooth everywhere but across the
-/// edges of a guidance image: one solve along every column, then one along every row (Min et al.,
+/// Weighted least squares by lines: neighbours are pulled together, the less the more the guidance
+/// image differs between them. One solve along every column, then one along every row (Min et al.,
 /// "Fast global image smoothing based on weighted least squares", 2014, one iteration).
 class FastWlsFilter : public ImageFilterInterface {
 public:

@@ -30,9 +30,10 @@ public:
     bool compress;
 };
 
-/// Scales the chroma channels 1 and 2 of a block by the ratio of the smaller to the larger of the
-/// old intensity and the new one in channel 0; where the old one is below the least value of T that
-/// counts (1, or the float epsilon), chroma becomes neutral. Results are saturated to T.
+/// Takes chroma (channels 1 and 2) down by as much as the intensity in channel 0 has moved, up or
+/// down: the factor is the old one over the new or its inverse, at most 1. Where the old one is
+/// below the least value of T that counts (1, or the float epsilon), chroma becomes neutral.
+/// Results are saturated to T.
 template <typename T>
 void AdjustChroma(const T* oldIntensity, int32_t count, double chromaOffset, PixelBlock& block);
 

@@ -111,7 +111,6 @@ ToneCodes Htr::Codes() const
 
 void Htr::EnsureBand(int32_t rows, int32_t cols, const HtrAnalysis& analysis, const BandRect& band)
 {
-    constexpr int32_t longestAnalysis = 1200;
     Require(analysis.analysisRows >= 1 && analysis.analysisCols >= 1, "");
     Require(std::max(analysis.analysisRows, analysis.analysisCols) <= longestAnalysis, "");
     Require(analysis.imageRows >= 1 && analysis.imageCols >= 1, "");

@@ -21,7 +21,7 @@ public:
     ///         outside the input range, a long side below 1, detail thresholds outside [0, 1].
     Htr(const LuminanceRangePair& ranges, const HtrParameters& parameters);
 
-    /// The whole picture at once.
+    /// The whole picture at once. No export reaches this form, nor Analyze and Correct.
     /// @param src  linear, three channels, D16U or D32F; only read.
     /// @param dst  re-created in the shape of src if it differs; may be src.
     /// @throws Exception code 2 for channels, then depth; whatever the steps throw.
@@ -50,8 +50,8 @@ public:
     /// @throws Exception code 3 as the constructor.
     void EnsureValidParameters(const HtrParameters& parameters) const;
 
-    /// What the three calls above do, for pixels that come from and go to another stage without
-    /// being an image in between. `planes` is scratch.
+    /// What operator(), Analyze and Correct do, for pixels that come from and go to another stage
+    /// without being an image in between; exports run these three. `planes` is scratch.
     /// @tparam T  uint16_t or float: the depth that every step is stored in.
     template <typename T>
     void Render(const PixelSource& source, PixelSink& sink, WorkPlanes& planes) const;

@@ -8,9 +8,9 @@
 namespace lumo {
 namespace {
 
-constexpr uint64_t grid = 16;
-constexpr uint64_t valueCount = grid * grid * grid * 3;
-constexpr double nodeDistance = 4369.0;
+constexpr uint64_t grid = colorTableGrid;
+constexpr uint64_t valueCount = colorTableValues;
+constexpr double nodeDistance = 65535.0 / (colorTableGrid - 1);
 
 double CorrectionShare(const LuminanceRangePair& ranges)
 {

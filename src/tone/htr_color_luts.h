@@ -1,4 +1,4 @@
-// The two fixed colour adjustments of the rendering.
+// The colour tables before and after the tone curves.
 #pragma once
 
 #include "colorspace/color_space.h"

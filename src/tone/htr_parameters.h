@@ -9,26 +9,29 @@
 
 namespace lumo {
 
+/// Pixels of the longer side of what is segmented, at most.
+constexpr int32_t longestAnalysis = 1200;
+
 /// Parameters of Htr; the defaults are those of a new handle.
 struct HtrParameters {
     HtrParameters();
 
-    Vector<int> numSegmentsSet;           ///< candidates of the automatic choice: 1 2 4 8 14 20
-    int32_t numSegments = 1;              ///< without the automatic choice
-    int32_t workColorSpace = ICtCp;       ///< or xyYwithPQ
-    double luminanceThreshold = 1.3;      ///< cd/m2; below it the curves keep slope 1
-    bool useWlsFilter = true;             ///< split intensity into base and detail
-    int32_t resizedLongSide = 1200;       ///< pixels of the image that is segmented
-    bool evaluateSegmentsNumber = true;   ///< choose among numSegmentsSet
-    double segmentEvaluationParam = 0.04; ///< decay of the homogeneity weight
-    double regionWindowSize = 300.0;      ///< window of the weight maps, in label pixels
-    double regionWeightDecay = 1.0;       ///< decay of their similarity weight
-    double thresholdHighX = 1.0;          ///< knee of the detail compression, 0 ... 1
-    double thresholdHighY = 1.0;          ///< detail gain at the top, 0 ... 1
-    bool useChromaAdjustment = false;     ///< scale chroma by the intensity change
-    double toneKneeLuminance = 3.0;       ///< cd/m2; end of the curves' slope blend
-    float wlsSigma = 0.03f;               ///< of FastWlsFilter
-    float wlsLambda = 30.0f;              ///< of FastWlsFilter
+    Vector<int> numSegmentsSet;      ///< candidates of the automatic choice: 1 2 4 8 14 20
+    int32_t numSegments = 1;         ///< without the automatic choice
+    int32_t workColorSpace = ICtCp;  ///< or xyYwithPQ
+    double luminanceThreshold = 1.3; ///< cd/m2; below it the curves keep slope 1
+    bool useWlsFilter = true;        ///< split intensity into base and detail
+    int32_t resizedLongSide = longestAnalysis; ///< of the copy that is segmented
+    bool evaluateSegmentsNumber = true;        ///< choose among numSegmentsSet
+    double segmentEvaluationParam = 0.04;      ///< decay of the homogeneity weight
+    double regionWindowSize = 300.0;           ///< window of the weight maps, in label pixels
+    double regionWeightDecay = 1.0;            ///< decay of their similarity weight
+    double thresholdHighX = 1.0;               ///< knee of the detail compression, 0 ... 1
+    double thresholdHighY = 1.0;               ///< detail gain at the top, 0 ... 1
+    bool useChromaAdjustment = false;          ///< AdjustChroma after the curves
+    double toneKneeLuminance = 3.0;            ///< cd/m2; end of the curves' slope blend
+    float wlsSigma = 0.03f;                    ///< of FastWlsFilter
+    float wlsLambda = 30.0f;                   ///< of FastWlsFilter
 };
 
 /// One side of the common PQ code space 0 ... 65535.
@@ -51,7 +54,7 @@ struct HtrAnalysis {
     int32_t bandRows = 0; ///< the controller's
     int32_t imageRows = 0;
     int32_t imageCols = 0;
-    int32_t analysisRows = 0; ///< at most 1200
+    int32_t analysisRows = 0; ///< at most longestAnalysis
     int32_t analysisCols = 0;
     int32_t segmentCount = 0;
     Matrix_t<int> labels;               ///< analysisRows × analysisCols

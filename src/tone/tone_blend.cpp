@@ -1,6 +1,7 @@
 #include "tone/tone_blend.h"
 
 #include "core/parallel.h"
+#include "core/pixel_block.h"
 #include "core/simd.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@ namespace {
 
 constexpr float leastWeight = std::numeric_limits<float>::epsilon();
 constexpr double leastSum = std::numeric_limits<double>::epsilon();
-constexpr int32_t chunk = 64;
 
 int32_t MapPosition(int64_t position, double scale, int32_t mapSize)
 {
@@ -22,9 +22,9 @@ int32_t MapPosition(int64_t position, double scale, int32_t mapSize)
 
 // Where a code lies between two positions of the curves.
 struct CurvePosition {
-    int32_t lower[chunk];
-    int32_t upper[chunk];
-    double fraction[chunk];
+    int32_t lower[blockSize];
+    int32_t upper[blockSize];
+    double fraction[blockSize];
 };
 
 template <typename T>
@@ -169,31 +169,28 @@ void ToneBlend::Blend(const T* value, int32_t y, int32_t x, int32_t count, Row& 
     const double* curve = curves_.value.data;
     const int64_t segments = curves_.segments;
     CurvePosition at;
-    double divisor[chunk];
-    for (int32_t begin = 0; begin < count; begin += chunk) {
-        const int32_t length = std::min(chunk, count - begin);
-        if constexpr (std::is_same_v<T, uint16_t>) {
-            kernels::LocateCodes(&curves_, value + begin, length, &at);
-        } else {
-            Locate(curves_, value + begin, length, at);
-        }
-        for (int32_t i = 0; i < length; ++i) {
-            const int32_t column = mapCol_[x + begin + i];
-            const int32_t* segment = row.segment_.data + column * segments;
-            const double* weight = row.weight_.data + column * segments;
-            const double* lower = curve + at.lower[i];
-            const double* upper = curve + at.upper[i];
-            const double f = at.fraction[i];
-            double sum = 0.0;
-            for (int32_t entry = 0; entry < row.count_[column]; ++entry) {
-                const int32_t s = segment[entry];
-                sum += weight[entry] * ((1.0 - f) * lower[s] + f * upper[s]);
-            }
-            blended[begin + i] = sum;
-            divisor[i] = row.divisor_[column];
-        }
-        kernels::DivideAll(divisor, length, blended + begin);
+    double divisor[blockSize];
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        kernels::LocateCodes(&curves_, value, count, &at);
+    } else {
+        Locate(curves_, value, count, at);
     }
+    for (int32_t i = 0; i < count; ++i) {
+        const int32_t column = mapCol_[x + i];
+        const int32_t* segment = row.segment_.data + column * segments;
+        const double* weight = row.weight_.data + column * segments;
+        const double* lower = curve + at.lower[i];
+        const double* upper = curve + at.upper[i];
+        const double f = at.fraction[i];
+        double sum = 0.0;
+        for (int32_t entry = 0; entry < row.count_[column]; ++entry) {
+            const int32_t s = segment[entry];
+            sum += weight[entry] * ((1.0 - f) * lower[s] + f * upper[s]);
+        }
+        blended[i] = sum;
+        divisor[i] = row.divisor_[column];
+    }
+    kernels::DivideAll(divisor, count, blended);
 }
 
 template void ToneBlend::Blend<uint16_t>(const uint16_t*, int32_t, int32_t, int32_t, Row&,

@@ -60,7 +60,7 @@ public:
         Vector<float> scratch_;
     };
 
-    /// Blends pixels (y, x ... x + count - 1).
+    /// Blends pixels (y, x ... x + count - 1), at most blockSize of them.
     /// @tparam T      uint16_t or float.
     /// @param value   codes of the base plane.
     /// @param blended count results, not saturated; 0 where no segment weighs.

@@ -1,4 +1,4 @@
-// The conversions between linear RGB (or XYZ) and the two working colour spaces.
+// Into the colour space that tones are mapped in, ICtCp or xyY, and out of it.
 #pragma once
 
 #include "colorspace/color_space.h"

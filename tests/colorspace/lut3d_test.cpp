@@ -111,6 +111,7 @@ TEST(Lut3D, RefusesTooFewNodesShortRangesAndGreyImages)
     EXPECT_NO_THROW(PowerTable(4, 3.0));
     ExpectException(2, channels, [&] { PowerTable(2, 1.0).Convert(grey, dst); });
     EXPECT_TRUE(dst.rows == 2 && dst.cols == 2 && dst.type == grey.type);
+    ExpectException(2, channels, [&] { ImageConverter::Convert(grey, dst, PowerTable(2, 1.0)); });
 }
 
 TEST(Lut3D, OwnsItsValues)

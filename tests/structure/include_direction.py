@@ -18,13 +18,14 @@ FLOORS = {
     "src": [["core"], ["colorspace", "smoothing"], ["segmentation"], ["tone"], ["print"],
             ["controller"], ["api"]],
     "cli": [["base"], ["picture"], ["colour"], ["light"], ["formats"], ["render"], ["page"],
-            ["command"]],
+            ["proof"], ["command"]],
 }
 # Superpixels need no smoother: the tone operator brings the two together.
 APART = {("segmentation", "smoothing")}
 OUTSIDE = {"rvx32p.h"}  # the matcher's interface, beside src/
 
-INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
+INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<((?:%s)/[^>]+)>)' % "|".join(
+    room for floors in FLOORS.values() for floor in floors for room in floor), re.MULTILINE)
 
 
 def read_includes(tree):
@@ -35,7 +36,7 @@ def read_includes(tree):
             if name.endswith((".h", ".cpp", ".c")):
                 path = os.path.join(folder, name)
                 with open(path, encoding="utf-8") as file:
-                    found = INCLUDE.findall(file.read())
+                    found = [quoted or angled for quoted, angled in INCLUDE.findall(file.read())]
                 includes[os.path.relpath(path, tree)] = [f for f in found if f not in OUTSIDE]
     return includes
 
@@ -96,8 +97,10 @@ CLEAN = {"src/core/a.h": [], "src/smoothing/s.h": ["core/a.h"], "src/colorspace/
 FAULTS = [
     ({"src/core/a.h": ["tone/t.h"], "src/tone/t.h": []}, "core may not see tone"),
     ({"src/colorspace/c.h": ["smoothing/s.h"]}, "colorspace may not see smoothing"),
+    ({"src/core/a.h": ["<api/x.h>"], "src/api/x.h": []}, "core may not see api"),
     ({"src/segmentation/g.cpp": ["smoothing/s.h"]}, "segmentation may not see smoothing"),
     ({"cli/base/b.h": ["page/r.h"], "cli/page/r.h": []}, "base may not see page"),
+    ({"cli/page/p.h": ["proof/r.h"], "cli/proof/r.h": []}, "page may not see proof"),
     ({"cli/page/p.h": ["page/q.h"]}, "circle page/p.h -> page/q.h -> page/p.h"),
     ({"cli/page/p.h": ["page/p.h"]}, "circle page/p.h -> page/p.h"),
     ({"cli/attic/x.h": []}, "attic has no place"),
@@ -111,7 +114,8 @@ def faults_of(files):
             path = os.path.join(root, path)
             os.makedirs(os.path.dirname(path), exist_ok=True)
             with open(path, "w", encoding="utf-8") as file:
-                file.write("".join(f'#include "{target}"\n' for target in targets))
+                file.write("".join(f"#include {target}\n" if target[0] == "<" else
+                                   f'#include "{target}"\n' for target in targets))
         return check(root)
 
 

@@ -61,8 +61,8 @@ Matrix MakeIntegral(const Matrix& mask)
     return integral;
 }
 
-// What segment s weighs at every position: its pixels in the window around the position, damped by
-// the distance of the position's value from the segment's mean.
+// How much segment s has to say at every position: much where many of its pixels are near and the
+// value there is like its mean.
 Matrix MakeWeights(const Matrix& scaled, const Matrix& mask, const SegmentsInfo& info, int32_t s,
                    const FastObjectAdaptiveToneMapping& mapping)
 {

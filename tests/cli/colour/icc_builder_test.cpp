@@ -57,7 +57,7 @@ TEST(PrinterProfile, ChecksWhatTheLibraryWouldPassOverInSilence)
         {{}, "not an ICC profile"},
         {changed(36, "acsq"), "not an ICC profile"},
         {longer, "states a size"},
-        {changed(12, "link"), "class 'link'"},
+        {changed(12, "link"), "is a device link"},
         {changed(12, "abst"), "class 'abst'"},
         {changed(12, "nmcl"), "class 'nmcl'"},
         {changed(20, "RGB "), "connects neither"},

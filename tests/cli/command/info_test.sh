@@ -22,17 +22,25 @@ expect 0 "" info photo.exr --exposure -1
 expect_output "-1.00 EV (--exposure)"
 expect_output "peak 810."
 expect 0 "" info light.tif
-expect_output "undershoot filled"
+expect_output "undershoot beside bright light filled"
 expect_output "colours outside BT.2020 moved in"
-expect_output "rims of the brightest light mixed"
+expect_output "light above 30000 cd/m2 taken to white"
 expect_output "bent to 10000"
+expect_output "(default, exposed)"
+expect 0 "" info light.tif --top 3000
+expect_output "bent to 3000"
 expect 0 "" info light.tif --exposure none --no-repair --no-colour-fit --no-rim-mix --no-shoulder
 expect_output "none (--exposure none)"
 grep -q "first  " stdout.txt && fail "steps that are off are shown"
+for step in repair colour-fit rim-mix shoulder; do
+    expect_output "off          --no-$step"
+done
+expect 0 "" info photo.png
+expect_output "none (made for a screen)"
 expect 0 "" info light.tif --json --exposure 0.5
 expect_output '"exposure": 0.5'
 expect_output '"repair": true'
-expect 2 "--exposure: 'bright' is not a number" info photo.exr --exposure bright
+expect 2 "'bright' is not a number; auto and none are names" info photo.exr --exposure bright
 expect 2 "--exposure: the picture is PQ" info pq.png --exposure 1
 expect 0 "" info flawed.exr
 expect_output "1 sample not a number, 1 infinite, 1 negative"

@@ -75,6 +75,7 @@ std::string Share(const std::string& path)
     job.plan.bandLines = 6;
     job.plan.stripLines = 3;
     job.share = {1, 1};
+    job.write.metadata = samples::Described();
     PageResult result(path, StripsOf(job.plan, {0, 10}, job.write), job.plan.bandLines,
                       ShareText(job), Continuation::Restart);
     std::vector<std::uint16_t> codes(12 * 6 * 3);

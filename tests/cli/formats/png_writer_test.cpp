@@ -39,7 +39,7 @@ std::uint32_t BigEndian(const std::string& bytes, std::size_t place)
     return number;
 }
 
-/// The data of a chunk, found by walking over all of them ("PNG Specification", 5.3).
+/// The data of a chunk, found by walking over all of them (ISO/IEC 15948, 5.3).
 std::string ChunkOf(const std::string& bytes, const std::string& name)
 {
     for (std::size_t place = 8; place + 12 <= bytes.size();) {

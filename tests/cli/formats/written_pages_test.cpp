@@ -26,7 +26,7 @@ Page Photograph()
     return page;
 }
 
-/// All data of a PNG's IDAT chunks ("PNG Specification", 5.3).
+/// All data of a PNG's IDAT chunks (ISO/IEC 15948, 5.3).
 std::string DataOf(const std::string& png)
 {
     std::string data;

@@ -68,7 +68,7 @@ TEST(ExposureAnchor, HoldsOverSixOrdersOfMagnitude)
             std::clamp(mean, ExposureAnchor::darkest, ExposureAnchor::brightest);
         Interpretation meaning = Unscaled();
         PictureStatistics statistics = StatisticsOf(scene);
-        const LightPlan plan = PlanLight({}, meaning, statistics);
+        const LightPlan plan = PlanLight({}, {}, meaning, statistics);
         EXPECT_NEAR(expected, LogMean(scene, std::exp2(plan.exposure)), 0.01 * expected);
         EXPECT_NEAR(expected, statistics.LogMeanLuminance(), 0.02 * expected);
         EXPECT_DOUBLE_EQ(defaultWhite * std::exp2(plan.exposure), meaning.signalOneLuminance);
@@ -104,7 +104,7 @@ TEST(PlanLight, ExposesOnlyWhereNothingStatesTheScale)
     pq.transfer = Transfer::Pq;
     const auto exposure = [&dark](const LightOptions& options, Interpretation meaning) {
         PictureStatistics statistics = StatisticsOf(dark);
-        return PlanLight(options, meaning, statistics).exposure;
+        return PlanLight(options, {}, meaning, statistics).exposure;
     };
     EXPECT_GT(exposure({}, Unscaled()), 5.0);
     EXPECT_EQ(0.0, exposure(none, Unscaled()));
@@ -114,11 +114,47 @@ TEST(PlanLight, ExposesOnlyWhereNothingStatesTheScale)
     EXPECT_ANY_THROW(exposure(asked, pq));
 }
 
+TEST(PlanLight, BendsToTheTopThatIsAskedForUnlessCodesPass)
+{
+    const Row bright(30, 5000.0f);
+    const auto end = [&bright](std::optional<double> top, Interpretation meaning) {
+        PictureStatistics statistics = StatisticsOf(bright);
+        const LightPlan plan = PlanLight({}, top, meaning, statistics);
+        return std::pair(plan.shoulderEnd > 0.0, plan.shoulderTop);
+    };
+    Interpretation scaled = Unscaled();
+    scaled.hasScale = true;
+    EXPECT_EQ(std::pair(false, 10000.0), end({}, scaled));
+    EXPECT_EQ(std::pair(true, 3000.0), end(3000.0, scaled));
+    Interpretation pq = scaled;
+    pq.transfer = Transfer::Pq;
+    pq.isInteger = true;
+    pq.codeWhite = 65535.0;
+    pq.signalOneLuminance = 10000.0;
+    EXPECT_FALSE(end(3000.0, pq).first);
+}
+
+TEST(PlanLight, WritesAnExposureAsExactAsItIs)
+{
+    for (const auto& [stops, text] :
+         {std::pair(1.5, "+1.50 EV"), {-0.001, "-0.001 EV"}, {0.0, "none"}, {-12.34, "-12.34 EV"}})
+    {
+        LightPlan plan;
+        plan.exposure = stops;
+        EXPECT_EQ(text, ExposureText(plan));
+    }
+}
+
 TEST(HighlightShoulder, IsSmoothRisesAndKeepsTheColour)
 {
-    for (const double end : {10500.0, 40000.0, 2.6e5, 4e7}) {
-        SCOPED_TRACE(end);
-        const HighlightShoulder shoulder(end);
+    for (const auto& [end, top] : {std::pair(10500.0, 10000.0),
+                                   {40000.0, 10000.0},
+                                   {2.6e5, 10000.0},
+                                   {4e7, 10000.0},
+                                   {2.6e5, 3000.0}})
+    {
+        SCOPED_TRACE(testing::Message() << end << " to " << top);
+        const HighlightShoulder shoulder(end, top);
         double last = 0.0;
         double lastSlope = 1.0;
         for (double light = 500.0; light < end; light *= 1.01) {
@@ -126,7 +162,7 @@ TEST(HighlightShoulder, IsSmoothRisesAndKeepsTheColour)
                          static_cast<float>(0.01 * light)};
             const Row before = pixel;
             shoulder(pixel.data(), 1);
-            if (light < HighlightShoulder::knee) {
+            if (light < top / 5.0) {
                 ASSERT_EQ(before, pixel);
             }
             ASSERT_NEAR(0.3, pixel[0] / pixel[1], 1e-6);
@@ -142,8 +178,8 @@ TEST(HighlightShoulder, IsSmoothRisesAndKeepsTheColour)
         }
         Row ends = {static_cast<float>(end), 0, 0, static_cast<float>(end * 50.0), 1, 1};
         shoulder(ends.data(), 2);
-        EXPECT_NEAR(HighlightShoulder::top, ends[0], 1.0);
-        EXPECT_NEAR(HighlightShoulder::top, ends[3], 1.0);
+        EXPECT_NEAR(top, ends[0], 1.0);
+        EXPECT_NEAR(top, ends[3], 1.0);
     }
 }
 
@@ -157,22 +193,37 @@ TEST(ColourFit, KeepsLuminanceAndTheLineToGrey)
     EXPECT_NEAR(0.0, fitted[2], 1e-5);
     EXPECT_NEAR((pixel[0] - grey) / (pixel[1] - grey), (fitted[0] - grey) / (fitted[1] - grey),
                 1e-3);
-    Row darker = {-5.0f, 1.0f, 0.5f};
-    ColourFit()(darker.data(), 1);
-    EXPECT_EQ(Row(3, 0.0f), darker);
 }
 
-TEST(HighlightRims, TakesOnlyWhatIsBrightAndNearlyWhite)
+// What has next to no light, or less than none, has no colour that could be kept: a shadow would
+// turn to black dots where one of its channels carries what there is.
+TEST(ColourFit, CutsWhatHasNextToNoLight)
+{
+    Row errors = {-5.0f, 1.0f, 0.5f, 0.6f, -0.2f, 0.4f, 2.0f, -0.6f, -0.3f};
+    ColourFit()(errors.data(), 3);
+    EXPECT_EQ((Row{0, 1.0f, 0.5f, 0.6f, 0, 0.4f, 2.0f, 0, 0}), errors);
+    float last = 0.5f; // of red, on the way to a colour
+    for (float green = -0.25f; green < 0.1f; green += 0.002f) {
+        Row pixel = {0.5f, green, -0.1f};
+        ColourFit()(pixel.data(), 1);
+        EXPECT_NEAR(last, pixel[0], 0.02f);
+        EXPECT_GE(std::min(pixel[1], pixel[2]), 0.0f);
+        last = pixel[0];
+    }
+    EXPECT_LT(last, 0.45f);
+}
+
+// A candle's flame becomes white, glass before the sky stays coloured.
+TEST(HighlightRims, TakesFarTooBrightLightToWhite)
 {
     const struct {
         Row pixel;
         float share; ///< of the way to grey
     } cases[] = {
-        {{1000, 1490, 1100}, 0.0f},    // not bright
-        {{20000, 9000, 500}, 0.0f},    // a red light
-        {{9000, 8500, 6000}, 1.0f},    // bright and nearly white
-        {{3464.1f, 3300, 2300}, 0.5f}, // half way from 1500 to 8000 on a logarithmic axis
-        {{9000, 7000, 4365}, 0.5f},    // half way from 0.35 to 0.62
+        {{9000, 29000, 26000}, 0.0f},   // turquoise glass
+        {{54772, 33000, 2000}, 0.5f},   // half way from 30000 to 100000 on a logarithmic axis
+        {{100000, 40000, 1000}, 1.0f},  // a flame
+        {{3e6f, 2.8e6f, 2.5e6f}, 1.0f}, // the sun
     };
     for (const auto& c : cases) {
         Row mixed = c.pixel;
@@ -184,32 +235,89 @@ TEST(HighlightRims, TakesOnlyWhatIsBrightAndNearlyWhite)
     }
 }
 
-TEST(NegativeRepair, FillsRunsFromTheirDarkerEnd)
-{
-    const auto greys = [](const Row& lights) {
-        Row rgb;
-        for (const float light : lights) {
-            rgb.insert(rgb.end(), 3, light);
-        }
-        return rgb;
-    };
-    const struct {
-        Row lights;
-        Row repaired;
-    } cases[] = {{{20, -400, 7000, -3, -1, 25, 0}, {20, 20, 7000, 25, 25, 25, 0}},
-                 {{-1, -2, 9}, {9, 9, 9}},
-                 {{9, -2}, {9, 9}},
-                 {{-1, -2}, {-1, -2}},
-                 {{0, -1, 5}, {0, 0, 5}}};
-    for (const auto& c : cases) {
-        Row row = greys(c.lights);
-        NegativeRepair()(row.data(), c.lights.size());
-        EXPECT_EQ(greys(c.repaired), row);
+/// A made picture with pixels of one grey each, or of one colour.
+struct Picture {
+    std::int64_t width;
+    Row rgb;
+
+    Picture(std::int64_t columns, std::int64_t rows, float grey)
+        : width(columns), rgb(static_cast<std::size_t>(columns * rows * 3), grey)
+    {
     }
-    Row colour = {-1, 3, 0, 5, 5, 5}; // negative in one channel only
-    const Row before = colour;
-    NegativeRepair()(colour.data(), 2);
-    EXPECT_EQ(before, colour);
+    float* At(std::int64_t x, std::int64_t y) { return rgb.data() + (y * width + x) * 3; }
+    void Set(std::int64_t x, std::int64_t y, float grey) { std::fill_n(At(x, y), 3, grey); }
+    Picture Turned() const
+    {
+        const auto height = static_cast<std::int64_t>(rgb.size()) / 3 / width;
+        Picture turned(height, width, 0.0f);
+        for (std::int64_t y = 0; y < height; ++y) {
+            for (std::int64_t x = 0; x < width; ++x) {
+                std::copy_n(rgb.data() + (y * width + x) * 3, 3, turned.At(y, x));
+            }
+        }
+        return turned;
+    }
+    Picture Repaired() const
+    {
+        Picture repaired = *this;
+        const auto height = static_cast<std::int64_t>(rgb.size()) / 3 / width;
+        for (std::int64_t y = 0; y < height; ++y) {
+            NegativeRepair()({rgb.data(), width, height}, y, repaired.At(0, y));
+        }
+        return repaired;
+    }
+};
+
+// A lamp of 7000 cd/m² with undershoot around it, two pixels wide below.
+TEST(NegativeRepair, FillsRingsAroundBrightLightFromTheirDarkSide)
+{
+    Picture picture(9, 9, 30.0f);
+    for (const auto& [x, y] : {std::pair(4, 3), {3, 4}, {5, 4}, {4, 5}, {4, 6}, {3, 3}}) {
+        picture.Set(x, y, -400.0f);
+    }
+    picture.Set(4, 4, 7000.0f);
+    picture.Set(2, 3, 20.0f);
+    std::copy_n(Row{60.0f, 1.0f, -5.0f}.data(), 3, picture.At(3, 7)); // dark, and no colour
+    Picture expected = picture;
+    for (const auto& [x, y] : {std::pair(4, 3), {5, 4}, {4, 5}, {4, 6}}) {
+        expected.Set(x, y, 30.0f);
+    }
+    expected.Set(3, 3, 20.0f);
+    expected.Set(3, 4, 20.0f);
+    EXPECT_EQ(expected.rgb, picture.Repaired().rgb);
+    EXPECT_EQ(expected.Turned().rgb, picture.Turned().Repaired().rgb);
+}
+
+// Errors of a shadow: below 0 over an area, in front of something lit, but beside nothing that
+// could have rung so deep.
+TEST(NegativeRepair, LeavesWhatIsNoUndershoot)
+{
+    const struct {
+        const char* what;
+        float lit;
+        float depth;
+    } cases[] = {{"nothing bright", 150.0f, 1.0f}, {"too deep", 1000.0f, 201.0f}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Picture picture(9, 5, -c.depth);
+        for (std::int64_t y = 0; y < 5; ++y) {
+            picture.Set(0, y, c.lit);
+            picture.Set(8, y, 1.0f);
+        }
+        EXPECT_EQ(picture.rgb, picture.Repaired().rgb);
+    }
+    Picture wide(12, 1, -1.0f);
+    wide.Set(0, 0, 500.0f);
+    wide.Set(1, 0, 20.0f);
+    Picture expected = wide; // only as far as a resampler reaches
+    expected.Set(2, 0, 20.0f);
+    expected.Set(3, 0, 20.0f);
+    EXPECT_EQ(expected.rgb, wide.Repaired().rgb);
+    Picture colour(2, 1, 5000.0f);
+    std::copy_n(Row{-1, 3, 0}.data(), 3, colour.At(0, 0)); // negative in one channel only
+    EXPECT_EQ(colour.rgb, colour.Repaired().rgb);
+    Picture none(2, 1, -1.0f);
+    EXPECT_EQ(none.rgb, none.Repaired().rgb);
 }
 
 TEST(LightSteps, LeaveGreyGreyAndWithoutAPlanEverything)

@@ -51,6 +51,9 @@ TEST(PageJob, TellsEveryChangeOfTheBytesApart)
         [](PageJob& job) { job.write.compression = Compression::Lzw; },
         [](PageJob& job) { job.write.compression = Compression::None; },
         [](PageJob& job) { job.write.dpi = 300.0; },
+        [](PageJob& job) { job.write.metadata.exif = {1}; },
+        [](PageJob& job) { job.write.metadata.xmp = {2}; },
+        [](PageJob& job) { job.write.metadata.iptc = {3}; },
         [](PageJob& job) { job.pageDigest = 2; },
     };
     std::set<std::string> lines = {JobText(Job())};
@@ -84,7 +87,14 @@ TEST(PageJob, IsReadBackFromAShare)
     EXPECT_EQ(80, record.plan.margin);
     EXPECT_EQ(40, record.plan.bandLines);
     EXPECT_EQ(20, record.plan.stripLines);
+    EXPECT_TRUE(record.metadata.exif.empty());
     EXPECT_EQ("nothing", DifferenceOf(record.job, JobText(job)));
+    PageJob described = job;
+    described.write.metadata = {{0, 0xff}, {'<'}, {0x1c}};
+    const ShareRecord withMetadata = ParseShare(ShareText(described, 7), "s.tif");
+    EXPECT_EQ(described.write.metadata.exif, withMetadata.metadata.exif);
+    EXPECT_EQ(described.write.metadata.xmp, withMetadata.metadata.xmp);
+    EXPECT_EQ(described.write.metadata.iptc, withMetadata.metadata.iptc);
     PageJob other = job;
     other.render.threshold = 20.0;
     EXPECT_EQ("threshold is 1.3 and 20.0", DifferenceOf(record.job, JobText(other)));

@@ -10,7 +10,7 @@ namespace qva {
 
 namespace {
 
-constexpr ImageSize stored = {5, 3};
+constexpr ImageSize stored = {7, 11};
 
 /// The value 1.0 is 1 cd/m².
 Interpretation Linear()
@@ -45,7 +45,7 @@ TEST(PageLines, GiveTheUprightPageForEveryOrientation)
     range.top = 10000.0;
     std::vector<double> values;
     for (int i = 0; i < stored.width * stored.height * 3; ++i) {
-        values.push_back(i % 7 == 3 ? -9000.0 : i * 1000.0 + 7.0);
+        values.push_back(i / 3 % 5 == 3 ? -900.0 : i * 100.0 + 7.0);
     }
     for (int orientation = 1; orientation <= 8; ++orientation) {
         samples::WriteTiff(path, stored, values,
@@ -66,12 +66,16 @@ TEST(PageLines, GiveTheUprightPageForEveryOrientation)
             std::vector<std::uint16_t> found(expected.size());
             page.Seek(0, progress);
             page.Read(1, found.data());
-            page.Read(lines - 1, found.data() + length * 3);
+            page.Read(4, found.data() + length * 3);
+            page.Seek(5, progress);
+            page.Read(lines - 5, found.data() + length * 15);
             EXPECT_EQ(expected, found);
-            page.Seek(1, progress);
-            page.Read(1, found.data());
-            EXPECT_TRUE(std::equal(found.begin(), found.begin() + length * 3,
-                                   expected.begin() + length * 3));
+            for (const std::int64_t line : {5, 1, 6}) {
+                page.Seek(line, progress);
+                page.Read(1, found.data());
+                EXPECT_TRUE(std::equal(found.begin(), found.begin() + length * 3,
+                                       expected.begin() + length * 3 * line));
+            }
         }
     }
 }

@@ -117,28 +117,28 @@ TEST(LoadPage, RoundsLinearCodesAndCutsAtTheEnds)
 }
 
 // What is kept while a picture is examined becomes the page that reading it again would give.
-TEST(MakePage, IsWhatReadingAgainGivesForEveryOrientationAndNumberOfThreads)
+TEST(MakePage, IsWhatReadingAgainGivesUprightAndTurned)
 {
     const int before = Workers();
-    const ImageSize size = {700, 900};
+    const ImageSize size = {700, 400}; // two blocks
     std::vector<float> codes(static_cast<std::size_t>(size.width * size.height * 3));
     for (std::size_t i = 0; i < codes.size(); ++i) {
         codes[i] = static_cast<float>(i * 40503 % 65536);
     }
+    // Of these primaries, blue has negative luminance: there is something to repair.
     Interpretation meaning = Pq();
-    meaning.primaries = bt709;
+    meaning.primaries = FindPrimaries("aces").value();
     const SceneDecoder decoder(meaning, "a", SampleKind::Codes);
-    LightPlan plan;
-    plan.repairs = true;
-    plan.fitsColour = true;
-    const LightSteps light(plan);
     Progress progress(ProgressStyle::None);
-    for (const bool passThrough : {false, true}) {
+    for (const bool repairs : {false, true}) {
+        LightPlan plan;
+        plan.repairs = repairs;
+        plan.fitsColour = true;
+        const LightSteps light(plan);
         RenderRange range;
         range.top = 9000.0;
-        range.passThrough = passThrough;
-        for (int orientation = 1; orientation <= 8; ++orientation) {
-            for (const int threads : {1, 2, 5}) {
+        for (const int orientation : {1, 6, 7}) {
+            for (const int threads : {1, 5}) {
                 SCOPED_TRACE(orientation * 10 + threads);
                 SetWorkers(threads);
                 FakeSource read(Sized(size, orientation), codes);
@@ -153,8 +153,8 @@ TEST(MakePage, IsWhatReadingAgainGivesForEveryOrientationAndNumberOfThreads)
                 EXPECT_EQ(Scan(measured, decoder, counts, progress).LogMeanLuminance(),
                           statistics.LogMeanLuminance());
                 ASSERT_TRUE(samples.IsThere());
-                const Page page = MakePage(std::move(samples), kept.Describe(),
-                                           RowEncoder(decoder, light, range));
+                const Page page =
+                    MakePage(std::move(samples), kept.Describe(), decoder, light, range);
                 ASSERT_EQ(expected.size.width, page.size.width);
                 EXPECT_TRUE(std::equal(expected.codes.get(), expected.codes.get() + codes.size(),
                                        page.codes.get()));

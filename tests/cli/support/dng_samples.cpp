@@ -10,7 +10,7 @@ namespace qva::samples {
 
 namespace {
 
-// Types of the TIFF 6.0 specification.
+// Types of TIFF 6.0.
 constexpr unsigned typeByte = 1;
 constexpr unsigned typeText = 2;
 constexpr unsigned typeShort = 3;

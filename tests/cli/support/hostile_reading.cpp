@@ -2,6 +2,7 @@
 
 #include "colour/scene_decoder.h"
 #include "formats/image_source.h"
+#include "picture/print_metadata.h"
 
 #include <fstream>
 #include <iterator>
@@ -24,6 +25,8 @@ void Read(const std::string& path, std::uint64_t maxPixels)
     if (!meaning.isInteger || meaning.transfer == Transfer::Profile) {
         decoder.emplace(meaning, path);
     }
+    MetadataForPrint(source->Describe());
+    MetadataFindings(source->Describe());
     const ImageSize size = source->Size();
     std::vector<float> row(static_cast<std::size_t>(size.width * 3));
     SampleCounts counts;

@@ -88,15 +88,15 @@ std::vector<double> OnItsSide(const std::vector<double>& page)
     return stored;
 }
 
-/// Scene values in need of every step: far above 10000 cd/m² where 1.0 is 203, nearly white there,
-/// outside the primaries, and negative beside bright light.
+/// Scene values in need of every step: far above 10000 cd/m² where 1.0 is 203, outside the
+/// primaries, and negative beside bright light.
 std::vector<double> DifficultLight()
 {
     std::vector<double> light;
     for (int y = 0; y < tall.height; ++y) {
         for (int x = 0; x < tall.width; ++x) {
             const double wave = 0.5 + 0.5 * std::sin(y / 37.0 + x / 19.0);
-            const double level = (y + x) % 23 == 0 ? -1.0 : 0.01 * std::pow(2e4, wave);
+            const double level = (y + x) % 23 == 0 ? -1.0 : 0.001 * std::pow(1e6, wave);
             const double blue = (y / 11 + x / 7) % 3 == 0 ? -0.2 : 0.75;
             light.insert(light.end(), {level, 0.9 * level, blue * level});
         }
@@ -151,6 +151,13 @@ int main(int count, char** arguments)
     samples::WriteBytes(folder + "device.icc", std::string(profile.begin(), profile.end()));
     std::string damaged = samples::PrinterSample();
     samples::WriteBytes(folder + "printer.icc", damaged);
+    samples::WriteBytes(folder + "paper.icc", samples::PrinterSample({.whiteY = 0.8}));
+    samples::WriteBytes(folder + "press.icc", samples::PrinterSample({.isCmyk = true}));
+    samples::WriteBytes(folder + "no_way_back.icc",
+                        samples::PrinterSample({.hasFromDevice = false}));
+    std::string link = damaged;
+    link.replace(12, 4, "link");
+    samples::WriteBytes(folder + "link.icc", link);
     // The first table's place in the directory: outside the file, while others lie in it.
     damaged[136] = 1;
     samples::WriteBytes(folder + "damaged.icc", damaged);

@@ -2,8 +2,10 @@
 
 #include "colour/icc_builder.h"
 #include "exr_samples.h"
+#include "formats/writer_table.h"
 #include "jpeg_samples.h"
 #include "samples.h"
+#include "tiff_bytes.h"
 
 #if defined(QVA_HAVE_JXL)
 #include "jxl_samples.h"
@@ -174,7 +176,40 @@ void WriteRaws(const std::string& folder)
 #endif
 }
 
+/// Both formats that are written, with all that describes a picture.
+void WriteDescribed(const std::string& folder)
+{
+    const std::vector<std::uint16_t> codes(static_cast<std::size_t>(pixels) * 3, 30000);
+    for (const OutputFormat* format : {&OutputFormatOf("a.tif"), &OutputFormatOf("a.png")}) {
+        OutputFile file(folder + format->name + "_described");
+        const auto writer = format->make(file, size, {.metadata = Described()});
+        writer->Write(codes.data(), size.height);
+        writer->Finish();
+        file.Commit();
+    }
+}
+
 } // namespace
+
+Metadata Described()
+{
+    // The directory has an artist, a place of Exif data behind it, and one of GPS data.
+    const auto number = [](std::uint64_t value) { return Number(value, 4, true); };
+    const std::string exif = Header(true) +
+                             Directory({{315, 2, 4, std::string("Ada\0", 4)},
+                                        {34665, 4, 1, number(50)},
+                                        {34853, 4, 1, number(76)}},
+                                       true) +
+                             Directory({{33434, 5, 1, number(68)}}, true) + number(1) + number(60) +
+                             Directory({{1, 2, 2, std::string("N\0\0\0", 4)}}, true);
+    return {AsBytes(exif),
+            AsBytes("<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF "
+                    "xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'><rdf:Description "
+                    "xmlns:p='http://ns.adobe.com/photoshop/1.0/' p:City='Bath' "
+                    "p:ColorMode='3'><p:Credit>Ada</p:Credit></rdf:Description></rdf:RDF>"
+                    "</x:xmpmeta>"),
+            AsBytes(std::string("\x1c\x01\x5a\0\3\x1b%G\x1c\2\x50\0\3Ada", 16))};
+}
 
 void WritePictureKinds(const std::string& path)
 {
@@ -191,6 +226,7 @@ void WritePictureKinds(const std::string& path)
     CopyHeifs(folder);
     WriteJxls(folder);
     WriteRaws(folder);
+    WriteDescribed(folder);
 }
 
 } // namespace qva::samples

@@ -46,33 +46,66 @@ int FromLab(const cmsUInt16Number* lab, cmsUInt16Number* device, void*)
     return TRUE;
 }
 
-void WriteTable(cmsHPROFILE profile, cmsTagSignature tag, cmsUInt32Number points,
+int CmykToLab(const cmsUInt16Number* device, cmsUInt16Number* lab, void*)
+{
+    cmsUInt16Number rgb[3];
+    for (int k = 0; k < 3; ++k) {
+        rgb[k] = static_cast<cmsUInt16Number>((65535U - device[k]) * (65535U - device[3]) / 65535U);
+    }
+    return ToLab(rgb, lab, nullptr);
+}
+
+int CmykFromLab(const cmsUInt16Number* lab, cmsUInt16Number* device, void*)
+{
+    FromLab(lab, device, nullptr);
+    for (int k = 0; k < 3; ++k) {
+        device[k] = static_cast<cmsUInt16Number>(65535 - device[k]);
+    }
+    device[3] = 0;
+    return TRUE;
+}
+
+struct Grid {
+    cmsUInt32Number points;
+    cmsUInt32Number from; ///< channels
+    cmsUInt32Number to;
+};
+
+void WriteTable(cmsHPROFILE profile, cmsTagSignature tag, cmsTagSignature sameTag, const Grid& size,
                 cmsSAMPLER16 sampler)
 {
     cmsContext context = cmsGetProfileContextID(profile);
     const std::unique_ptr<cmsPipeline, void (*)(cmsPipeline*)> table(
-        cmsPipelineAlloc(context, 3, 3), cmsPipelineFree);
-    cmsStage* grid = cmsStageAllocCLut16bit(context, points, 3, 3, nullptr);
+        cmsPipelineAlloc(context, size.from, size.to), cmsPipelineFree);
+    cmsStage* grid = cmsStageAllocCLut16bit(context, size.points, size.from, size.to, nullptr);
     cmsStageSampleCLut16bit(grid, sampler, nullptr, 0);
     cmsPipelineInsertStage(table.get(), cmsAT_END, grid);
     cmsWriteTag(profile, tag, table.get());
+    cmsLinkTag(profile, sameTag, tag);
 }
 
 } // namespace
 
-std::string PrinterSample()
+std::string PrinterSample(const PrinterKind& kind)
 {
     const ContextHandle context = MakeContext();
     const ProfileHandle profile(cmsCreateProfilePlaceholder(context.get()));
+    const cmsUInt32Number channels = kind.isCmyk ? 4 : 3;
     cmsSetProfileVersion(profile.get(), 2.4);
     cmsSetDeviceClass(profile.get(), cmsSigOutputClass);
-    cmsSetColorSpace(profile.get(), cmsSigRgbData);
+    cmsSetColorSpace(profile.get(), kind.isCmyk ? cmsSigCmykData : cmsSigRgbData);
     cmsSetPCS(profile.get(), cmsSigLabData);
-    WriteTable(profile.get(), cmsSigAToB0Tag, 5, ToLab);
-    WriteTable(profile.get(), cmsSigBToA0Tag, 9, FromLab);
-    cmsLinkTag(profile.get(), cmsSigAToB1Tag, cmsSigAToB0Tag);
-    cmsLinkTag(profile.get(), cmsSigBToA1Tag, cmsSigBToA0Tag);
-    cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
+    if (kind.hasFromDevice) {
+        WriteTable(profile.get(), cmsSigAToB0Tag, cmsSigAToB1Tag, {5, channels, 3},
+                   kind.isCmyk ? CmykToLab : ToLab);
+    }
+    if (kind.hasToDevice) {
+        WriteTable(profile.get(), cmsSigBToA0Tag, cmsSigBToA1Tag, {9, 3, channels},
+                   kind.isCmyk ? CmykFromLab : FromLab);
+    }
+    const cmsCIEXYZ white = {cmsD50_XYZ()->X * kind.whiteY, kind.whiteY,
+                             cmsD50_XYZ()->Z * kind.whiteY};
+    cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, &white);
     cmsUInt32Number size = 0;
     cmsSaveProfileToMem(profile.get(), nullptr, &size);
     std::string bytes(size, '\0');

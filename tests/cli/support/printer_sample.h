@@ -5,7 +5,15 @@
 
 namespace qva::samples {
 
-/// An RGB printer on paper of L* 95 with a black of L* 10, as tables from and to Lab.
-std::string PrinterSample();
+/// What a sample is made as.
+struct PrinterKind {
+    bool isCmyk = false;       ///< with as much of the three inks as light is missing, and no black
+    bool hasToDevice = true;   ///< tables from Lab
+    bool hasFromDevice = true; ///< tables to Lab
+    double whiteY = 1.0;       ///< Y of the media white, whose x and y are those of D50
+};
+
+/// A printer on paper of L* 95 with a black of L* 10, as tables from and to Lab.
+std::string PrinterSample(const PrinterKind& kind = {});
 
 } // namespace qva::samples

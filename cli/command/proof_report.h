@@ -1,0 +1,29 @@
+// Tells people and programs what a proof found.
+#pragma once
+
+#include "base/json_text.h"
+#include "proof/proof.h"
+
+#include <string>
+
+namespace qva {
+
+/// What was proofed.
+struct ProofSubject {
+    const std::string& path;
+    const PrinterProfile& profile;
+    const DeviceProfile& device;
+    const ViewerSpace& viewer;
+    const ProofSettings& settings;
+};
+
+/// @return lines for people, each with its line end.
+std::string ProofText(const ProofSubject& subject, const ProofResult& result);
+
+/// @return the same as one JSON object over several lines, with a line end.
+std::string ProofJson(const ProofSubject& subject, const ProofResult& result);
+
+/// Writes the members of that object into one that is open.
+void WriteProof(JsonWriter& json, const ProofSubject& subject, const ProofResult& result);
+
+} // namespace qva
