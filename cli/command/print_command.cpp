@@ -1,9 +1,11 @@
 // qva print and qva preview
 #include "base/memory_limit.h"
+#include "base/phase_times.h"
 #include "command/command.h"
 #include "command/option_checks.h"
 #include "command/print_options.h"
 #include "command/remarks.h"
+#include "command/timing_option.h"
 #include "formats/write_page.h"
 #include "render/profile_trial.h"
 #include "render/renderer.h"
@@ -39,6 +41,7 @@ constexpr const char* printExamples =
 Page Load(ImageSource& source, const Examination& found, KeptSamples kept,
           const PhotoOptions& photo, Progress& progress)
 {
+    const InPhase examining(Phase::Examining);
     const LightSteps light(found.light);
     const SceneDecoder decoder(found.meaning, photo.path, source.Samples());
     if (kept.IsThere()) {
@@ -46,7 +49,10 @@ Page Load(ImageSource& source, const Examination& found, KeptSamples kept,
         progress.Show("converting", -1.0);
         return MakePage(std::move(kept), found.description, decoder, light, found.range);
     }
-    source.Open(photo.path, photo.limits);
+    {
+        const InPhase reading(Phase::Reading);
+        source.Open(photo.path, photo.limits);
+    }
     Page page = LoadPage(source, decoder, light, found.range, progress);
     source.Close();
     return page;
@@ -79,6 +85,7 @@ private:
 void PrintCommand::AddOptions(CLI::App& app)
 {
     AddPrintOptions(app, options_);
+    AddTimingOption(app);
     // Prints that do not fit are rendered in bands; a preview cannot be.
     if (!options_.render.preview) {
         app.add_option_function<std::string>(
@@ -161,6 +168,7 @@ void PrintCommand::Run()
         RunInBands(profile, found, *source);
     }
     TellPrint(options_, profile, found);
+    TellTiming();
 }
 
 } // namespace

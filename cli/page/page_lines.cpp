@@ -1,5 +1,6 @@
 #include "page/page_lines.h"
 
+#include "base/phase_times.h"
 #include "base/workers.h"
 
 #include <algorithm>
@@ -82,6 +83,7 @@ void PageLines::SeekStored(std::int64_t row)
     if (isOpen_ && rows_.Next() == row) {
         return;
     }
+    const InPhase reading(Phase::Reading);
     const std::int64_t first = rows_.FirstFor(row);
     std::int64_t place = rows_.SourceRow();
     if (!isOpen_ || place > first) {

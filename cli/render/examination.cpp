@@ -1,12 +1,19 @@
 #include "render/examination.h"
 
+#include "base/phase_times.h"
+
 namespace qva {
 
 Examination Examine(const std::string& path, const SourceOptions& options,
                     const LightOptions& light, const SizeLimits& limits, Progress& progress,
                     std::unique_ptr<ImageSource>& source, Keeping* keeping)
 {
-    source = OpenImage(path, limits);
+    const InPhase examining(Phase::Examining);
+    {
+        // Some formats are decoded as they are opened.
+        const InPhase reading(Phase::Reading);
+        source = OpenImage(path, limits);
+    }
     Examination found;
     found.description = source->Describe();
     found.meaning = Interpret(found.description, options);

@@ -1,5 +1,6 @@
 #include "render/light_rows.h"
 
+#include "base/phase_times.h"
 #include "base/workers.h"
 
 #include <algorithm>
@@ -55,12 +56,8 @@ void LightRows::ReadAlone(std::int64_t count, std::uint16_t* codes)
 {
     const std::int64_t samples = size_.width * 3;
     const auto width = static_cast<std::size_t>(size_.width);
-    if (has16Bits_) {
-        source_.ReadSamples(count, codes);
-    } else {
-        GrowTo(count * samples, rows_);
-        source_.ReadRows(count, rows_.data());
-    }
+    GrowTo(has16Bits_ ? 0 : count * samples, rows_);
+    ReadStored(count, codes, rows_.data());
     ForEach(count, [&](std::int64_t row, int worker) {
         std::uint16_t* line = codes + row * samples;
         if (has16Bits_) {
@@ -71,6 +68,17 @@ void LightRows::ReadAlone(std::int64_t count, std::uint16_t* codes)
     });
     next_ += count;
     first_ = next_;
+}
+
+/// Reads the next rows as what the source delivers: samples of 16 bits, or else floats.
+void LightRows::ReadStored(std::int64_t count, std::uint16_t* samples, float* rgb)
+{
+    const InPhase reading(Phase::Reading);
+    if (has16Bits_) {
+        source_.ReadSamples(count, samples);
+    } else {
+        source_.ReadRows(count, rgb);
+    }
 }
 
 void LightRows::ReadAmongOthers(std::int64_t count, std::uint16_t* codes)
@@ -96,12 +104,8 @@ void LightRows::Hold(std::int64_t end)
     }
     GrowTo((held_ + count) * samples, rows_);
     float* light = rows_.data() + held_ * samples;
-    if (has16Bits_) {
-        GrowTo(count * samples, samples_);
-        source_.ReadSamples(count, samples_.data());
-    } else {
-        source_.ReadRows(count, light);
-    }
+    GrowTo(has16Bits_ ? count * samples : 0, samples_);
+    ReadStored(count, samples_.data(), light);
     held_ += count;
     ForEach(count, [&](std::int64_t row, int) {
         if (has16Bits_) {

@@ -35,6 +35,7 @@ public:
 
 private:
     void ReadAlone(std::int64_t count, std::uint16_t* codes);
+    void ReadStored(std::int64_t count, std::uint16_t* samples, float* rgb);
     void ReadAmongOthers(std::int64_t count, std::uint16_t* codes);
     void Hold(std::int64_t end);
     void Drop(std::int64_t first);

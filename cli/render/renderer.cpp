@@ -1,5 +1,6 @@
 #include "render/renderer.h"
 
+#include "base/phase_times.h"
 #include "render/library_calls.h"
 
 #include <algorithm>
@@ -49,6 +50,7 @@ double FitThreshold(double threshold, const RenderRange& range)
 void Render(Page& page, const RenderRange& range, const PrinterProfile& profile,
             const RenderSettings& settings, const std::string& name)
 {
+    const InPhase rendering(Phase::Rendering);
     EnsureWidth(page.size, reducedSide, name);
     const LibraryHandle handle;
     const QVA_OUTPUT_CONDITIONS conditions = ConditionsRecord(profile, settings);

@@ -1,6 +1,7 @@
 #include "render/scan_load.h"
 
 #include "base/errors.h"
+#include "base/phase_times.h"
 #include "base/workers.h"
 #include "render/light_rows.h"
 
@@ -149,6 +150,7 @@ void ForEachRow(ImageSource& source, const char* stage, Progress& progress, T* w
     steps.ordered = [&](std::int64_t item) {
         const std::int64_t first = item * rows;
         const std::int64_t end = first + rowsIn(item);
+        const InPhase reading(Phase::Reading);
         ReadNamed(first, end, [&] { ReadBlock(source, end - first, blockAt(item)); });
         progress.Show(stage, static_cast<double>(end) / static_cast<double>(size.height));
     };
