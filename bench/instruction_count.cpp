@@ -1,10 +1,9 @@
 // Fixed calls whose instructions are counted: run it under callgrind with --instr-atstart=no. Each
 // part ends in a dump that bears its name.
+#include "counted_call.h"
 #include "scene.h"
 
-#include <cstdio>
 #include <gnu/libc-version.h>
-#include <valgrind/callgrind.h>
 
 namespace lumo::bench {
 namespace {
@@ -54,20 +53,6 @@ bool Correct(QVA_HANDLE handle, Page& page)
                                 src.width, 4 * src.height};
     return QVA_CorrectionForPrint(handle, &dst, &src, &range, sizeof range, &conditions, &band,
                                   &area) == QVA_OK;
-}
-
-template <typename Call>
-bool Count(const char* name, Call&& call)
-{
-    CALLGRIND_START_INSTRUMENTATION;
-    CALLGRIND_ZERO_STATS;
-    const bool done = call();
-    CALLGRIND_DUMP_STATS_AT(name);
-    CALLGRIND_STOP_INSTRUMENTATION;
-    if (!done) {
-        std::fprintf(stderr, "%s: the call failed\n", name);
-    }
-    return done;
 }
 
 bool CountAll()

@@ -1,6 +1,7 @@
 #include "base/output_file.h"
 
 #include "base/errors.h"
+#include "base/phase_times.h"
 #include "base/scratch_file.h"
 
 #include <cerrno>
@@ -135,6 +136,7 @@ Descriptor OutputFile::Duplicate() const
 
 void OutputFile::Commit()
 {
+    const InPhase writing(Phase::Writing);
     if (fchmod(descriptor_.Get(), target_.mode) != 0 || fsync(descriptor_.Get()) != 0 ||
         std::rename(temporary_->Path().c_str(), target_.path.c_str()) != 0)
     {

@@ -4,6 +4,7 @@
 #include "colour/profile_transform.h"
 #include "colour/transfer_functions.h"
 
+#include <Imath/half.h>
 #include <algorithm>
 #include <bitset>
 #include <cmath>
@@ -23,6 +24,11 @@ double Between(double signal, double bottom, double top)
 // decoded in parallel loops, which a failed request for memory would end together with the program.
 constexpr std::size_t pixelsAtOnce = 1024;
 using Places = std::bitset<pixelsAtOnce * 3>;
+
+// IEEE 754, half: a sign, five bits of exponent, ten of fraction. All bits of the exponent are set
+// in infinities and, with a fraction, in what is not a number.
+constexpr unsigned signBit = 0x8000;
+constexpr unsigned infinityBits = 0x7c00;
 
 /// Takes the samples that are no light out of the picture.
 /// @return where +infinity stood.
@@ -84,7 +90,8 @@ double LuminanceToSignal(const Interpretation& meaning, double luminance)
                                                 : PowerToLinear(light, 1.0 / meaning.exponent);
 }
 
-SceneDecoder::SceneDecoder(const Interpretation& interpretation, const std::string& name)
+SceneDecoder::SceneDecoder(const Interpretation& interpretation, const std::string& name,
+                           SampleKind samples)
     : meaning_(interpretation)
 {
     if (meaning_.transfer == Transfer::Profile) {
@@ -94,6 +101,8 @@ SceneDecoder::SceneDecoder(const Interpretation& interpretation, const std::stri
     }
     if (meaning_.isInteger) {
         BuildTable();
+    } else if (samples == SampleKind::Halves) {
+        BuildHalfTable();
     }
     needsMatrix_ = !profile_ && !SamePrimaries(meaning_.primaries, bt2020);
     const Matrix3 matrix = ToBt2020(meaning_.primaries);
@@ -132,26 +141,72 @@ void SceneDecoder::BuildTable()
     }
 }
 
+void SceneDecoder::BuildHalfTable()
+{
+    hasHalves_ = true;
+    table_.resize(std::size_t{1} << 16);
+    SampleCounts counts;
+    for (std::size_t bits = 0; bits < table_.size(); ++bits) {
+        table_[bits] = imath_half_to_float(static_cast<std::uint16_t>(bits));
+        Clean(&table_[bits], 1, counts);
+        ApplyTransfer(&table_[bits], 1);
+    }
+}
+
+void SceneDecoder::DecodeSamples(const std::uint16_t* samples, float* rgb, std::size_t pixels,
+                                 SampleCounts& counts) const
+{
+    unsigned all = 0;
+    unsigned highest = 0;
+    for (std::size_t i = 0; i < pixels * 3; ++i) {
+        const unsigned bits = samples[i];
+        rgb[i] = table_[bits];
+        all |= bits;
+        highest = std::max(highest, bits & ~signBit);
+    }
+    FinishRun(rgb, pixels);
+    if (hasHalves_ && ((all & signBit) != 0 || highest >= infinityBits)) {
+        MarkHalves(samples, rgb, pixels * 3, counts);
+    }
+}
+
+void SceneDecoder::MarkHalves(const std::uint16_t* halves, float* rgb, std::size_t samples,
+                              SampleCounts& counts)
+{
+    for (std::size_t i = 0; i < samples; ++i) {
+        const unsigned magnitude = halves[i] & ~signBit;
+        if (magnitude > infinityBits) {
+            ++counts.notANumber;
+        } else if (magnitude == infinityBits) {
+            ++counts.infinite;
+            rgb[i] = halves[i] == infinityBits ? std::numeric_limits<float>::infinity() : rgb[i];
+        } else if (halves[i] > signBit) {
+            ++counts.negative;
+        }
+    }
+}
+
 void SceneDecoder::Decode(float* rgb, std::size_t pixels, SampleCounts& counts) const
 {
     if (meaning_.isInteger) {
-        DecodeRun(rgb, pixels);
+        ApplyTransfer(rgb, pixels * 3);
+        FinishRun(rgb, pixels);
         return;
     }
     for (std::size_t first = 0; first < pixels; first += pixelsAtOnce) {
         float* some = rgb + first * 3;
         const std::size_t count = std::min(pixelsAtOnce, pixels - first);
         const Places infinite = Clean(some, count * 3, counts);
-        DecodeRun(some, count);
+        ApplyTransfer(some, count * 3);
+        FinishRun(some, count);
         for (std::size_t i = 0; infinite.any() && i < count * 3; ++i) {
             some[i] = infinite[i] ? std::numeric_limits<float>::infinity() : some[i];
         }
     }
 }
 
-void SceneDecoder::DecodeRun(float* rgb, std::size_t pixels) const
+void SceneDecoder::FinishRun(float* rgb, std::size_t pixels) const
 {
-    ApplyTransfer(rgb, pixels * 3);
     if (profile_) {
         profile_->Convert(rgb, pixels);
         for (std::size_t i = 0; i < pixels * 3; ++i) {
@@ -173,7 +228,7 @@ void SceneDecoder::ApplyTransfer(float* rgb, std::size_t samples) const
 {
     // A finite product of finite values; beyond this a matrix could reach infinity.
     constexpr double largest = 1e30;
-    if (!table_.empty()) {
+    if (meaning_.isInteger) {
         for (std::size_t i = 0; i < samples; ++i) {
             rgb[i] = table_[static_cast<std::size_t>(rgb[i])];
         }

@@ -31,9 +31,11 @@ struct SampleCounts {
 /// Decodes blocks of pixels. Read-only after construction.
 class SceneDecoder {
 public:
-    /// @param name  of the file, for messages.
+    /// @param name     of the file, for messages.
+    /// @param samples  Halves where DecodeSamples will get such.
     /// @throws Failure for an ICC profile that cannot be used, or unusable primaries.
-    SceneDecoder(const Interpretation& interpretation, const std::string& name);
+    SceneDecoder(const Interpretation& interpretation, const std::string& name,
+                 SampleKind samples = SampleKind::Floats);
     ~SceneDecoder();
 
     /// Decodes interleaved R, G, B in place. The results are finite except where a sample was
@@ -42,23 +44,40 @@ public:
     /// @param counts  added to.
     void Decode(float* rgb, std::size_t pixels, SampleCounts& counts) const;
 
+    /// Whether DecodeSamples takes samples of a kind.
+    bool Takes(SampleKind samples) const
+    {
+        return samples == SampleKind::Codes ? meaning_.isInteger
+                                            : samples == SampleKind::Halves && hasHalves_;
+    }
+
+    /// The same from samples of 16 bits, which stay.
+    /// @param samples  codes of an integer picture, or the bits of half-floats.
+    /// @param rgb      pixels * 3 values, set to what Decode makes of the samples.
+    void DecodeSamples(const std::uint16_t* samples, float* rgb, std::size_t pixels,
+                       SampleCounts& counts) const;
+
 private:
     using Row = std::array<float, 3>;
 
-    void DecodeRun(float* rgb, std::size_t pixels) const;
+    void FinishRun(float* rgb, std::size_t pixels) const;
     double LightOf(double signal) const;
     double SignalOf(double sample) const;
     void BuildTable();
+    void BuildHalfTable();
+    static void MarkHalves(const std::uint16_t* halves, float* rgb, std::size_t samples,
+                           SampleCounts& counts);
     void ApplyTransfer(float* rgb, std::size_t samples) const;
     void ApplyHlgDisplay(float* rgb, std::size_t pixels) const;
     void ApplyMatrix(float* rgb, std::size_t pixels) const;
 
     Interpretation meaning_;
     std::unique_ptr<ProfileTransform> profile_;
-    std::vector<float> table_;    ///< light of every integer code; empty for floats
+    std::vector<float> table_;    ///< light of every integer code, or of the bits of every half
     std::array<Row, 3> matrix_{}; ///< source primaries to BT.2020
     Row luminanceWeights_{};      ///< of the source primaries
     bool needsMatrix_ = false;
+    bool hasHalves_ = false;
 };
 
 /// @return the light in cd/m² of a signal; HLG and Profile have none of their own and throw

@@ -5,6 +5,7 @@
 #include "command/json_output.h"
 #include "command/page_options.h"
 #include "command/remarks.h"
+#include "command/timing_option.h"
 #include "page/page_lines.h"
 #include "render/profile_trial.h"
 #include "render/threads.h"
@@ -76,6 +77,7 @@ public:
     void AddOptions(CLI::App& app) override
     {
         AddPageOptions(app, options_);
+        AddTimingOption(app);
         app.footer(pageExamples);
     }
     void Finish() override { FinishPage(options_); }
@@ -105,6 +107,7 @@ void PageCommand::Tell(const PageSummary& done, const PrinterProfile& profile,
 {
     TellScratch(options_.print, done.scratchReason);
     TellPrint(options_.print, profile, found);
+    TellTiming();
     if (!options_.print.json) {
         return;
     }
@@ -126,6 +129,7 @@ void PageCommand::Tell(const PageSummary& done, const PrinterProfile& profile,
     json.Add("seconds", done.seconds);
     json.Add("peakMemory", PeakMemory());
     json.Close();
+    WriteTiming(json);
     AddRemarks(json, AllRemarks(options_.print, profile, found));
     EndOutput(json);
 }

@@ -2,12 +2,14 @@
 #include "base/errors.h"
 #include "base/memory_limit.h"
 #include "base/output_file.h"
+#include "base/phase_times.h"
 #include "command/command.h"
 #include "command/json_output.h"
 #include "command/option_checks.h"
 #include "command/print_options.h"
 #include "command/remarks.h"
 #include "command/report.h"
+#include "command/timing_option.h"
 #include "formats/write_page.h"
 #include "render/profile_trial.h"
 #include "render/renderer.h"
@@ -18,6 +20,7 @@
 #include <chrono>
 #include <fmt/format.h>
 #include <optional>
+#include <utility>
 
 namespace qva {
 
@@ -40,12 +43,23 @@ constexpr const char* printExamples =
     "  qva print photo.png -o print.png --side-by-side compare.png --verbose\n"
     "      also a sheet with a plain clip on the left and the print on the right";
 
-Page Load(ImageSource& source, const Examination& found, const PhotoOptions& photo,
-          Progress& progress)
+/// Makes the page of what was kept, or reads the file once more.
+Page Load(ImageSource& source, const Examination& found, KeptSamples kept,
+          const PhotoOptions& photo, Progress& progress)
 {
-    source.Open(photo.path, photo.limits);
-    const SceneDecoder decoder(found.meaning, photo.path);
-    Page page = LoadPage(source, decoder, LightSteps(found.light), found.range, progress);
+    const InPhase examining(Phase::Examining);
+    const LightSteps light(found.light);
+    const SceneDecoder decoder(found.meaning, photo.path, source.Samples());
+    if (kept.IsThere()) {
+        source.Close();
+        progress.Show("converting", -1.0);
+        return MakePage(std::move(kept), found.description, decoder, light, found.range);
+    }
+    {
+        const InPhase reading(Phase::Reading);
+        source.Open(photo.path, photo.limits);
+    }
+    Page page = LoadPage(source, decoder, light, found.range, progress);
     source.Close();
     return page;
 }
@@ -62,7 +76,7 @@ public:
 
 private:
     bool FitsMemory(ImageSize size) const;
-    void RunAtOnce(const PrinterProfile& profile, const Examination& found, ImageSource& source,
+    void RunAtOnce(const PrinterProfile& profile, const Examination& found, Page page,
                    const OutputFile& output, const OutputFile* sheet, Progress& progress) const;
     void RunInBands(const PrinterProfile& profile, const Examination& found,
                     ImageSource& source) const;
@@ -87,6 +101,7 @@ private:
 void PrintCommand::AddOptions(CLI::App& app)
 {
     AddPrintOptions(app, options_);
+    AddTimingOption(app);
     // Prints that do not fit are rendered in bands; a preview cannot be.
     if (!options_.render.preview) {
         app.add_option_function<std::string>(
@@ -106,11 +121,10 @@ bool PrintCommand::FitsMemory(ImageSize size) const
     return options_.render.preview || PrintMemory(size) <= maxMemory_.value_or(MemoryLimit());
 }
 
-void PrintCommand::RunAtOnce(const PrinterProfile& profile, const Examination& found,
-                             ImageSource& source, const OutputFile& output, const OutputFile* sheet,
+void PrintCommand::RunAtOnce(const PrinterProfile& profile, const Examination& found, Page page,
+                             const OutputFile& output, const OutputFile* sheet,
                              Progress& progress) const
 {
-    Page page = Load(source, found, options_.photo, progress);
     Panel clipped;
     if (sheet != nullptr) {
         clipped = ReducePage(page, ClippedLight(found.range, options_.render.paperWhite));
@@ -147,6 +161,7 @@ void PrintCommand::Tell(std::string_view status, bool atOnce, const PrinterProfi
     json.Add("inBands", !atOnce);
     json.Add("seconds", std::chrono::duration<double>(Clock::now() - start_).count());
     json.Add("peakMemory", PeakMemory());
+    WriteTiming(json);
     AddRemarks(json, AllRemarks(options_, profile, found));
     json.OpenObject("picture");
     WriteReport(json, found, options_.render.threshold);
@@ -182,10 +197,12 @@ bool PrintCommand::Print(const PrinterProfile& profile, Examination& found)
     }
     Progress progress(Style());
     std::unique_ptr<ImageSource> source;
+    Keeping keeping{[this](ImageSize size) { return FitsMemory(size); }, {}};
     found = Examine(options_.photo.path, options_.photo.source, options_.photo.light,
-                    options_.photo.limits, progress, source);
+                    options_.photo.limits, progress, source, &keeping);
     if (FitsMemory(source->Size())) {
-        RunAtOnce(profile, found, *source, *output, sheet ? &*sheet : nullptr, progress);
+        Page page = Load(*source, found, std::move(keeping.samples), options_.photo, progress);
+        RunAtOnce(profile, found, std::move(page), *output, sheet ? &*sheet : nullptr, progress);
         output->Commit();
         if (sheet) {
             sheet->Commit();
@@ -228,6 +245,7 @@ void PrintCommand::Run()
     const bool atOnce = Print(profile, found);
     pipes.Send();
     TellPrint(options_, profile, found);
+    TellTiming();
     Tell(statusDone, atOnce, profile, found);
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr double brightShare = 0.9999;
 
-std::string SampleKind(const SourceDescription& description)
+std::string KindOfSamples(const SourceDescription& description)
 {
     return fmt::format(
         "{}-bit {}, {}{}", description.bits, description.isFloat ? "floating point" : "integer",
@@ -77,7 +77,7 @@ std::string ReportText(const Examination& found, double threshold)
     const auto line = [&text](const char* label, const std::string& value) {
         text += fmt::format("  {:<13}{}\n", label, value);
     };
-    line("format", fmt::format("{}, {}", description.format, SampleKind(description)));
+    line("format", fmt::format("{}, {}", description.format, KindOfSamples(description)));
     const ImageSize upright = UprightSize(description);
     line("size", fmt::format("{} x {} pixels (orientation {})", upright.width, upright.height,
                              description.orientation));

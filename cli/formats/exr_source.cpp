@@ -35,7 +35,15 @@ public:
     void Open(const std::string& path, const SizeLimits& limits) override;
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
-    void ReadRows(std::int64_t count, float* rgb) override;
+    void ReadRows(std::int64_t count, float* rgb) override { Read(count, rgb, block_); }
+    SampleKind Samples() const override
+    {
+        return description_.bits == 16 ? SampleKind::Halves : SampleKind::Floats;
+    }
+    void ReadSamples(std::int64_t count, std::uint16_t* samples) override
+    {
+        Read(count, samples, halves_);
+    }
     void SkipRows(std::int64_t count) override { next_ += count; }
     void Close() override;
 
@@ -45,10 +53,16 @@ private:
     void CheckChannel(const char* name, int sampling);
     void CheckTiles();
     void DescribeColour();
-    void ReadOverlap(std::int64_t first, std::int64_t last);
-    void ReadChannels(std::int64_t first, std::int64_t last);
-    void ReadChroma(std::int64_t first, std::int64_t last);
-    void CopyRow(std::int64_t row, float* out) const;
+    template <typename T>
+    void Read(std::int64_t count, T* out, std::vector<T>& block);
+    template <typename T>
+    void ReadOverlap(std::int64_t first, std::int64_t last, T* block);
+    template <typename T>
+    void ReadChannels(std::int64_t first, std::int64_t last, T* block);
+    template <typename T>
+    void ReadChroma(std::int64_t first, std::int64_t last, T* block);
+    template <typename T>
+    void CopyRow(const T* in, T* out) const;
 
     SourceDescription description_;
     std::unique_ptr<Imf::MultiPartInputFile> file_;
@@ -58,8 +72,8 @@ private:
     Imath::Box2i display_;
     Imath::Box2i data_;
     std::int64_t next_ = 0;
-    std::vector<float> block_; ///< rows of the data window, three channels
-    std::int64_t blockFirst_ = 0;
+    std::vector<float> block_;          ///< rows of the data window, three channels
+    std::vector<std::uint16_t> halves_; ///< the same as half-floats
 };
 
 ImageSize SizeOf(const Imath::Box2i& window)
@@ -236,35 +250,42 @@ void ExrSource::DescribeColour()
     }
 }
 
-void ExrSource::ReadRows(std::int64_t count, float* rgb)
+template <typename T>
+void ExrSource::Read(std::int64_t count, T* out, std::vector<T>& block)
 {
     // The data window can be much wider than the picture.
     constexpr std::int64_t pixelsAtOnce = 1 << 20;
     const std::int64_t rows = std::max<std::int64_t>(pixelsAtOnce / WidthOf(data_), 1);
-    for (std::int64_t first = 0; first < count; first += rows) {
+    const std::int64_t samples = description_.size.width * 3;
+    const bool isWhole = display_ == data_ && !description_.isGrey;
+    for (std::int64_t done = 0; done < count; done += rows) {
         const std::int64_t top = display_.min.y + next_;
-        const std::int64_t some = std::min(rows, count - first);
-        ReadOverlap(std::max<std::int64_t>(top, data_.min.y),
-                    std::min<std::int64_t>(top + some - 1, data_.max.y));
-        for (std::int64_t row = 0; row < some; ++row) {
-            CopyRow(top + row, rgb + (first + row) * description_.size.width * 3);
+        const std::int64_t some = std::min(rows, count - done);
+        const std::int64_t first = std::max<std::int64_t>(top, data_.min.y);
+        const std::int64_t last = std::min<std::int64_t>(top + some - 1, data_.max.y);
+        if (!isWhole && first <= last) {
+            block.resize(static_cast<std::size_t>((last - first + 1) * WidthOf(data_) * 3));
+        }
+        if (first <= last) {
+            ReadOverlap(first, last, isWhole ? out + done * samples : block.data());
+        }
+        for (std::int64_t row = isWhole ? some : 0; row < some; ++row) {
+            const std::int64_t y = top + row;
+            const T* in = block.data() + (y - first) * WidthOf(data_) * 3;
+            CopyRow(y < first || y > last ? nullptr : in, out + (done + row) * samples);
         }
         next_ += some;
     }
 }
 
-void ExrSource::ReadOverlap(std::int64_t first, std::int64_t last)
+template <typename T>
+void ExrSource::ReadOverlap(std::int64_t first, std::int64_t last, T* block)
 {
-    if (first > last) {
-        return;
-    }
-    block_.resize(static_cast<std::size_t>((last - first + 1) * WidthOf(data_) * 3));
-    blockFirst_ = first;
     try {
         if (layout_ == Layout::Chroma) {
-            ReadChroma(first, last);
+            ReadChroma(first, last, block);
         } else {
-            ReadChannels(first, last);
+            ReadChannels(first, last, block);
         }
     } catch (const std::bad_alloc&) {
         throw;
@@ -273,55 +294,67 @@ void ExrSource::ReadOverlap(std::int64_t first, std::int64_t last)
     }
 }
 
-void ExrSource::ReadChannels(std::int64_t first, std::int64_t last)
+template <typename T>
+void ExrSource::ReadChannels(std::int64_t first, std::int64_t last, T* block)
 {
-    constexpr std::size_t pixelBytes = 3 * sizeof(float);
+    constexpr std::size_t pixelBytes = 3 * sizeof(T);
     const std::int64_t width = WidthOf(data_);
     Imf::FrameBuffer frame;
     const Imath::V2i origin(data_.min.x, static_cast<int>(first));
     const char* const names[] = {"R", "G", "B"};
     for (std::size_t k = 0; k < (description_.isGrey ? 1 : 3); ++k) {
         frame.insert(description_.isGrey ? "Y" : names[k],
-                     Imf::Slice::Make(Imf::FLOAT, block_.data() + k, origin, width,
-                                      last - first + 1, pixelBytes,
+                     Imf::Slice::Make(sizeof(T) == 2 ? Imf::HALF : Imf::FLOAT, block + k, origin,
+                                      width, last - first + 1, pixelBytes,
                                       pixelBytes * static_cast<std::size_t>(width)));
     }
     part_->setFrameBuffer(frame);
     part_->readPixels(static_cast<int>(first), static_cast<int>(last));
 }
 
+void Store(half value, float& out)
+{
+    out = value;
+}
+
+void Store(half value, std::uint16_t& out)
+{
+    out = value.bits();
+}
+
 // The library filters the chroma of 27 rows for every row, which it remembers from row to row.
-void ExrSource::ReadChroma(std::int64_t first, std::int64_t last)
+template <typename T>
+void ExrSource::ReadChroma(std::int64_t first, std::int64_t last, T* block)
 {
     if (!chroma_) {
         chroma_ = std::make_unique<Imf::RgbaInputFile>(description_.path.c_str());
     }
     const std::int64_t width = WidthOf(data_);
-    std::vector<Imf::Rgba> rows(block_.size() / 3);
+    std::vector<Imf::Rgba> rows(static_cast<std::size_t>((last - first + 1) * width));
     const Imath::V2i origin(data_.min.x, static_cast<int>(first));
     chroma_->setFrameBuffer(Imf::ComputeBasePointer(rows.data(), origin, width), 1,
                             static_cast<std::size_t>(width));
     chroma_->readPixels(static_cast<int>(first), static_cast<int>(last));
-    float* out = block_.data();
     for (const Imf::Rgba& pixel : rows) {
-        *out++ = pixel.r;
-        *out++ = pixel.g;
-        *out++ = pixel.b;
+        Store(pixel.r, *block++);
+        Store(pixel.g, *block++);
+        Store(pixel.b, *block++);
     }
 }
 
-void ExrSource::CopyRow(std::int64_t row, float* out) const
+/// @param in  a row of the data window; null outside.
+template <typename T>
+void ExrSource::CopyRow(const T* in, T* out) const
 {
-    std::fill_n(out, description_.size.width * 3, 0.0f);
-    if (row < data_.min.y || row > data_.max.y) {
+    std::fill_n(out, description_.size.width * 3, T{});
+    if (in == nullptr) {
         return;
     }
-    const float* in = block_.data() + (row - blockFirst_) * WidthOf(data_) * 3;
     const std::int64_t first = std::max(display_.min.x, data_.min.x);
     const std::int64_t last = std::min(display_.max.x, data_.max.x);
     for (std::int64_t x = first; x <= last; ++x) {
-        const float* source = in + (x - data_.min.x) * 3;
-        float* target = out + (x - display_.min.x) * 3;
+        const T* source = in + (x - data_.min.x) * 3;
+        T* target = out + (x - display_.min.x) * 3;
         for (int k = 0; k < 3; ++k) {
             target[k] = source[description_.isGrey ? 0 : k];
         }

@@ -39,6 +39,16 @@ std::string FirstBytes(const std::string& path)
 
 } // namespace
 
+void ImageSource::ReadSamples(std::int64_t count, std::uint16_t* samples)
+{
+    std::vector<float> row(static_cast<std::size_t>(Size().width * 3));
+    for (std::int64_t i = 0; i < count; ++i) {
+        ReadRows(1, row.data());
+        samples = std::transform(row.begin(), row.end(), samples,
+                                 [](float code) { return static_cast<std::uint16_t>(code); });
+    }
+}
+
 void ImageSource::SkipRows(std::int64_t count)
 {
     std::vector<float> row(static_cast<std::size_t>(Size().width * 3));

@@ -32,6 +32,16 @@ public:
     /// @param rgb    count * width * 3 values.
     virtual void ReadRows(std::int64_t count, float* rgb) = 0;
 
+    /// What ReadSamples delivers; not at all for Floats.
+    virtual SampleKind Samples() const
+    {
+        return Describe().isFloat ? SampleKind::Floats : SampleKind::Codes;
+    }
+
+    /// Reads the next rows as ReadRows does, in 16 bits a sample.
+    /// @param samples  count * width * 3 codes, or the bits of half-floats.
+    virtual void ReadSamples(std::int64_t count, std::uint16_t* samples);
+
     /// Passes over the next rows.
     /// @param count  0 ... rows left.
     virtual void SkipRows(std::int64_t count);

@@ -7,6 +7,7 @@
 #include "picture/input_file.h"
 #include "picture/rendered_for.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csetjmp>
 #include <cstdio>
@@ -29,6 +30,7 @@ public:
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
     void ReadRows(std::int64_t count, float* rgb) override;
+    void ReadSamples(std::int64_t count, std::uint16_t* samples) override;
     void Close() override;
 
 private:
@@ -46,7 +48,9 @@ private:
     void ReadMetadata();
     void PrepareRows();
     void ReadAllPasses();
-    void CopyRow(const unsigned char* row, float* out) const;
+    void ReadRow();
+    template <typename T>
+    void CopyRow(T* out) const;
 
     SourceDescription description_;
     std::FILE* file_ = nullptr;
@@ -294,26 +298,43 @@ void PngSource::ReadAllPasses()
     }
 }
 
+void PngSource::ReadRow()
+{
+    if (passes_) {
+        passes_->Read(next_ * static_cast<std::int64_t>(rowBytes_), row_.data(), rowBytes_);
+    } else {
+        Guard([this] { png_read_row(png_, row_.data(), nullptr); });
+    }
+    ++next_;
+}
+
 void PngSource::ReadRows(std::int64_t count, float* rgb)
 {
-    for (std::int64_t row = 0; row < count; ++row, ++next_) {
-        if (passes_) {
-            passes_->Read(next_ * static_cast<std::int64_t>(rowBytes_), row_.data(), rowBytes_);
-        } else {
-            Guard([this] { png_read_row(png_, row_.data(), nullptr); });
-        }
-        CopyRow(row_.data(), rgb + row * description_.size.width * 3);
+    for (std::int64_t row = 0; row < count; ++row) {
+        ReadRow();
+        CopyRow(rgb + row * description_.size.width * 3);
     }
 }
 
-void PngSource::CopyRow(const unsigned char* row, float* out) const
+void PngSource::ReadSamples(std::int64_t count, std::uint16_t* samples)
+{
+    for (std::int64_t row = 0; row < count; ++row) {
+        ReadRow();
+        CopyRow(samples + row * description_.size.width * 3);
+    }
+}
+
+template <typename T>
+void PngSource::CopyRow(T* out) const
 {
     const auto samples = static_cast<std::size_t>(description_.size.width * 3);
+    if (description_.bits == 8) {
+        std::copy_n(row_.data(), samples, out);
+        return;
+    }
     for (std::size_t i = 0; i < samples; ++i) {
-        std::uint16_t code = row[i];
-        if (description_.bits == 16) {
-            std::memcpy(&code, row + i * 2, 2);
-        }
+        std::uint16_t code = 0;
+        std::memcpy(&code, row_.data() + i * 2, 2);
         out[i] = code;
     }
 }

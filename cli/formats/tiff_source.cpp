@@ -27,7 +27,9 @@ public:
     void Open(const std::string& path, const SizeLimits& limits) override;
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
-    void ReadRows(std::int64_t count, float* rgb) override;
+    void ReadRows(std::int64_t count, float* rgb) override { Read(count, rgb); }
+    SampleKind Samples() const override;
+    void ReadSamples(std::int64_t count, std::uint16_t* samples) override { Read(count, samples); }
     void SkipRows(std::int64_t count) override;
     void Close() override { file_.reset(); }
 
@@ -49,7 +51,10 @@ private:
     void ReadTileBand(std::int64_t first);
     void CopyTile(std::int64_t left, std::size_t plane);
     const unsigned char* SampleOf(std::int64_t bandRow, std::size_t channel) const;
-    void CopyRow(std::int64_t bandRow, float* out) const;
+    template <typename T>
+    void Read(std::int64_t count, T* out);
+    template <typename T>
+    void CopyRow(std::int64_t bandRow, T* out) const;
 
     SourceDescription description_;
     std::unique_ptr<TIFF, TiffCloser> file_;
@@ -351,43 +356,56 @@ const unsigned char* TiffSource::SampleOf(std::int64_t bandRow, std::size_t chan
     return description_.isGrey ? row : row + channel * sampleBytes_;
 }
 
-float SampleAt(const unsigned char* bytes, std::size_t size, bool isFloat)
+SampleKind TiffSource::Samples() const
 {
-    if (size == 1) {
-        return bytes[0];
+    if (!description_.isFloat) {
+        return SampleKind::Codes;
     }
+    return sampleBytes_ == 2 ? SampleKind::Halves : SampleKind::Floats;
+}
+
+template <typename T>
+T Loaded(const unsigned char* bytes)
+{
+    T value{};
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+}
+
+void SampleAt(const unsigned char* bytes, std::size_t size, bool isFloat, float& out)
+{
     if (size == 4) {
-        float value = 0.0f;
-        std::memcpy(&value, bytes, sizeof value);
-        return value;
-    }
-    std::uint16_t word = 0;
-    std::memcpy(&word, bytes, sizeof word);
-    return isFloat ? imath_half_to_float(word) : word;
-}
-
-/// The commonest kind of row, 16-bit R, G, B.
-void CopyCodes(const unsigned char* bytes, std::int64_t samples, float* out)
-{
-    for (std::int64_t i = 0; i < samples; ++i) {
-        std::uint16_t code = 0;
-        std::memcpy(&code, bytes + i * 2, sizeof code);
-        out[i] = code;
+        out = Loaded<float>(bytes);
+    } else if (size == 2) {
+        const auto word = Loaded<std::uint16_t>(bytes);
+        out = isFloat ? imath_half_to_float(word) : word;
+    } else {
+        out = *bytes;
     }
 }
 
-void TiffSource::CopyRow(std::int64_t bandRow, float* out) const
+void SampleAt(const unsigned char* bytes, std::size_t size, bool, std::uint16_t& out)
 {
-    if (planes_ == 1 && pixelBytes_ == 6 && !description_.isFloat) {
-        CopyCodes(SampleOf(bandRow, 0), description_.size.width * 3, out);
+    out = size == 2 ? Loaded<std::uint16_t>(bytes) : *bytes;
+}
+
+template <typename T>
+void TiffSource::CopyRow(std::int64_t bandRow, T* out) const
+{
+    const std::int64_t width = description_.size.width;
+    // The commonest kind of row, 16-bit R, G, B.
+    if (planes_ == 1 && pixelBytes_ == 6 && (!description_.isFloat || sizeof(T) == 2)) {
+        const unsigned char* in = SampleOf(bandRow, 0);
+        for (std::int64_t i = 0; i < width * 3; ++i) {
+            out[i] = Loaded<std::uint16_t>(in + i * 2);
+        }
         return;
     }
     for (std::size_t channel = 0; channel < 3; ++channel) {
         const unsigned char* in = SampleOf(bandRow, channel);
-        for (std::int64_t x = 0; x < description_.size.width; ++x) {
-            out[x * 3 + static_cast<std::int64_t>(channel)] =
-                SampleAt(in, sampleBytes_, description_.isFloat);
-            in += pixelBytes_;
+        for (std::int64_t x = 0; x < width; ++x, in += pixelBytes_) {
+            SampleAt(in, sampleBytes_, description_.isFloat,
+                     out[x * 3 + static_cast<std::int64_t>(channel)]);
         }
     }
 }
@@ -402,14 +420,15 @@ void TiffSource::SkipRows(std::int64_t count)
     }
 }
 
-void TiffSource::ReadRows(std::int64_t count, float* rgb)
+template <typename T>
+void TiffSource::Read(std::int64_t count, T* out)
 {
     for (std::int64_t row = 0; row < count; ++row, ++next_) {
         const std::int64_t first = next_ - next_ % bandRows_;
         if (first != bandFirst_) {
             ReadBand(first);
         }
-        CopyRow(next_ - first, rgb + row * description_.size.width * 3);
+        CopyRow(next_ - first, out + row * description_.size.width * 3);
     }
 }
 

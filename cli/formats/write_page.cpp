@@ -1,5 +1,6 @@
 #include "formats/write_page.h"
 
+#include "base/phase_times.h"
 #include "formats/image_source.h"
 #include "formats/writer_table.h"
 
@@ -10,6 +11,7 @@ namespace qva {
 void WritePage(const OutputFile& file, const Page& page, const WriteSettings& settings,
                Progress& progress)
 {
+    const InPhase writing(Phase::Writing);
     const auto writer = OutputFormatOf(file.Path()).make(file, page.size, settings);
     const std::int64_t rows = std::max(writer->RowsAtOnce(), RowsPerBlock(page.size));
     for (std::int64_t first = 0; first < page.size.height; first += rows) {

@@ -1,6 +1,7 @@
 #include "page/band_renderer.h"
 
 #include "base/errors.h"
+#include "base/phase_times.h"
 #include "page/band_plan.h"
 #include "page/continued_page.h"
 
@@ -46,6 +47,7 @@ BandRenderer::BandRenderer(const Page& reduced, ImageSize page, const RenderRang
 
 void BandRenderer::Analyse(const Page& reduced) const
 {
+    const InPhase rendering(Phase::Rendering);
     const QVA_IMAGE image = ImageRecord(reduced.codes.get(), reduced.size);
     const std::uint32_t status =
         QVA_Analysis(handle_.Get(), &image, &sourceRange_, sizeof sourceRange_, &conditions_);
@@ -88,6 +90,7 @@ void BandRenderer::Correct(const std::uint16_t* source, std::uint16_t* result, D
 std::uint32_t BandRenderer::TryCorrect(const std::uint16_t* source, std::uint16_t* result,
                                        Direction direction, const LineRun& lines) const
 {
+    const InPhase rendering(Phase::Rendering);
     const bool isRows = direction == Direction::Rows;
     const ImageSize size =
         isRows ? ImageSize{page_.width, lines.count} : ImageSize{lines.count, page_.height};

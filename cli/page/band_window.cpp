@@ -1,11 +1,14 @@
 #include "page/band_window.h"
 
+#include "base/phase_times.h"
+
 #include <algorithm>
 
 namespace qva {
 
 const std::uint16_t* BandWindow::LinesOf(const Band& band, Progress& progress)
 {
+    const InPhase examining(Phase::Examining);
     const std::int64_t samples = plan_.LineLength() * 3;
     const std::int64_t kept =
         held_.count == 0 ? 0 : std::max<std::int64_t>(held_.End() - band.outer.first, 0);

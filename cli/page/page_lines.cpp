@@ -1,5 +1,8 @@
 #include "page/page_lines.h"
 
+#include "base/phase_times.h"
+#include "base/workers.h"
+
 #include <algorithm>
 
 namespace qva {
@@ -80,6 +83,7 @@ void PageLines::SeekStored(std::int64_t row)
     if (isOpen_ && rows_.Next() == row) {
         return;
     }
+    const InPhase reading(Phase::Reading);
     const std::int64_t first = rows_.FirstFor(row);
     std::int64_t place = rows_.SourceRow();
     if (!isOpen_ || place > first) {
@@ -104,16 +108,15 @@ void PageLines::Read(std::int64_t count, std::uint16_t* codes)
 void PageLines::ReadStored(std::int64_t count, std::uint16_t* codes)
 {
     const std::int64_t rows = RowsAtOnce(stored_);
+    const std::int64_t samples = stored_.width * 3;
     for (std::int64_t first = 0; first < count; first += rows) {
         const std::int64_t block = std::min(rows, count - first);
-        std::uint16_t* out = codes + first * stored_.width * 3;
+        std::uint16_t* out = codes + first * samples;
         rows_.Read(block, out);
         // In a row across the lines, its pixels are one of every line.
         if (order_.across ? order_.backward : order_.mirrored) {
-#pragma omp parallel for schedule(static)
-            for (std::int64_t row = 0; row < block; ++row) {
-                Mirror(out + row * stored_.width * 3, stored_.width);
-            }
+            ForEach(block,
+                    [&](std::int64_t row, int) { Mirror(out + row * samples, stored_.width); });
         }
     }
 }

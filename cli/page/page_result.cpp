@@ -1,6 +1,7 @@
 #include "page/page_result.h"
 
 #include "base/errors.h"
+#include "base/phase_times.h"
 #include "formats/strip_encoder.h"
 
 #include <algorithm>
@@ -251,6 +252,7 @@ std::int64_t PageResult::StripsOfNextBand() const
 
 void PageResult::Append(const std::uint16_t* codes)
 {
+    const InPhase writing(Phase::Writing);
     Entry entry;
     EncodeStrips(page_, FirstStrip(), StripsOfNextBand(), codes, [&](const EncodedStrip& strip) {
         writer_->Append(strip);
@@ -284,6 +286,7 @@ void PageResult::Finish(const Describer& describe)
 
 void PageResult::Commit()
 {
+    const InPhase writing(Phase::Writing);
     if (fchmod(descriptor_.Get(), target_.mode) != 0 || fsync(descriptor_.Get()) != 0 ||
         std::rename(part_.c_str(), target_.path.c_str()) != 0)
     {

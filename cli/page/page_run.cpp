@@ -1,6 +1,7 @@
 #include "page/page_run.h"
 
 #include "base/errors.h"
+#include "base/phase_times.h"
 #include "base/signals.h"
 #include "page/band_renderer.h"
 #include "page/band_window.h"
@@ -39,7 +40,7 @@ public:
           profile_(profile),
           plan_(PlanFor(request.cut, found.description)),
           progress_(request.progress),
-          decoder_(found.meaning, request.photo),
+          decoder_(found.meaning, request.photo, source.Samples()),
           light_(found.light),
           lines_(source, decoder_, light_, PageRange(found.range, request.render.paperWhite),
                  plan_.direction, request.limits, FolderOf(request.output))
@@ -78,6 +79,7 @@ private:
 
 void PageRun::Reduce()
 {
+    const InPhase examining(Phase::Examining);
     const bool isRows = plan_.direction == Direction::Rows;
     const ImageSize upright = ReducedSize(plan_.page, analysisSide);
     PageReducer reducer(plan_.Lines(), plan_.LineLength(),
@@ -148,6 +150,7 @@ void PageRun::RenderBands(PageResult& result)
 
 void PageRun::Finish(PageResult& result)
 {
+    const InPhase writing(Phase::Writing);
     if (request_.cut.share) {
         result.Finish([this](std::uint32_t checksum) { return ShareText(job_, checksum); });
     } else {

@@ -1,5 +1,7 @@
 #include "page/reduced_page.h"
 
+#include "base/workers.h"
+
 #include <algorithm>
 
 namespace qva {
@@ -35,10 +37,10 @@ void PageReducer::Add(const std::uint16_t* codes, std::int64_t count)
 {
     // Threads share the columns: each owns the boxes it adds to.
     constexpr std::int64_t columnsAtOnce = 32;
-#pragma omp parallel for schedule(static)
-    for (std::int64_t first = 0; first < copy_.width; first += columnsAtOnce) {
+    ForEach((copy_.width + columnsAtOnce - 1) / columnsAtOnce, [&](std::int64_t item, int) {
+        const std::int64_t first = item * columnsAtOnce;
         AddColumns(codes, count, first, std::min(first + columnsAtOnce, copy_.width));
-    }
+    });
     AddToDigest(codes, count);
     next_ += count;
 }
@@ -82,8 +84,7 @@ Page PageReducer::Result() const
 void PageReducer::AddToDigest(const std::uint16_t* codes, std::int64_t count)
 {
     std::vector<std::uint64_t> lineDigests(static_cast<std::size_t>(count));
-#pragma omp parallel for schedule(static)
-    for (std::int64_t line = 0; line < count; ++line) {
+    ForEach(count, [&](std::int64_t line, int) {
         // FNV-1a over codes in place of bytes.
         std::uint64_t digest = 0xcbf29ce484222325u;
         const std::uint16_t* code = codes + line * lineLength_ * 3;
@@ -91,7 +92,7 @@ void PageReducer::AddToDigest(const std::uint16_t* codes, std::int64_t count)
             digest = (digest ^ *code) * 0x100000001b3u;
         }
         lineDigests[static_cast<std::size_t>(line)] = digest;
-    }
+    });
     for (const std::uint64_t digest : lineDigests) {
         digest_ = Mixed(digest_ + 0x9e3779b97f4a7c15u + digest);
     }

@@ -1,5 +1,7 @@
 #include "page/turned_lines.h"
 
+#include "base/workers.h"
+
 #include <algorithm>
 
 namespace qva {
@@ -15,8 +17,8 @@ void CopyAcross(const std::uint16_t* lines, std::int64_t count, std::int64_t lin
 {
     // In tiles, so that both sides stay in the cache.
     constexpr std::int64_t tile = 32;
-#pragma omp parallel for schedule(static)
-    for (std::int64_t left = 0; left < lineLength; left += tile) {
+    ForEach((lineLength + tile - 1) / tile, [&](std::int64_t item, int) {
+        const std::int64_t left = item * tile;
         const std::int64_t right = std::min(left + tile, lineLength);
         for (std::int64_t top = 0; top < count; top += tile) {
             const std::int64_t bottom = std::min(top + tile, count);
@@ -26,7 +28,7 @@ void CopyAcross(const std::uint16_t* lines, std::int64_t count, std::int64_t lin
                 }
             }
         }
-    }
+    });
 }
 
 TurnedLines::TurnedLines(std::int64_t lines, std::int64_t lineLength, const std::string& folder)

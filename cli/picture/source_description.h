@@ -61,6 +61,12 @@ struct Finding {
     std::string text;
 };
 
+/// What a sample fits into with nothing lost.
+enum class SampleKind {
+    Codes,  ///< integers of 8 or 16 bits
+    Halves, ///< floating-point numbers of 16 bits
+    Floats
+};
 /// The finding of a picture whose light can be taken to another headroom.
 constexpr const char* headroomLabel = "headroom";
 

@@ -1,12 +1,12 @@
 #include "proof/proof_run.h"
 
+#include "base/workers.h"
 #include "formats/image_source.h"
 #include "picture/box_reducer.h"
 #include "proof/proof_table.h"
 
 #include <algorithm>
 #include <cmath>
-#include <omp.h>
 #include <vector>
 
 namespace qva {
@@ -36,8 +36,7 @@ public:
           sizes_(sizes),
           reduces_(sizes.view.width < sizes.page.width || sizes.view.height < sizes.page.height),
           light_(reduces_ ? DisplayLight() : std::vector<float>()),
-          parts_(static_cast<std::size_t>(omp_get_max_threads()),
-                 ProofFigures(sizes.page, inkLimit)),
+          parts_(static_cast<std::size_t>(Workers()), ProofFigures(sizes.page, inkLimit)),
           reducer_(sizes.page, sizes.view, view::count,
                    [this, &show](const float* row) { show(reduces_ ? Signals(row) : row); }),
           signals_(reducer_.RowValues())
@@ -70,16 +69,16 @@ void ProofPass::AddRows(const std::uint16_t* codes, std::int64_t first, std::int
     values_.resize(rows * width * proof::count);
     views_.resize(rows * width * view::count);
     reduced_.resize(rows * reducer_.RowValues());
-#pragma omp parallel for schedule(static)
-    for (std::size_t row = 0; row < rows; ++row) {
+    ForEach(count, [&](std::int64_t item, int worker) {
+        const auto row = static_cast<std::size_t>(item);
         float* values = values_.data() + row * width * proof::count;
         float* shown = views_.data() + row * width * view::count;
         table_.Convert(codes + row * width * 3, width, values);
-        parts_[static_cast<std::size_t>(omp_get_thread_num())].AddRow(
-            codes + row * width * 3, values, first + static_cast<std::int64_t>(row));
+        parts_[static_cast<std::size_t>(worker)].AddRow(codes + row * width * 3, values,
+                                                        first + item);
         StoreView(values, shown);
         reducer_.ReduceColumns(shown, reduced_.data() + row * reducer_.RowValues());
-    }
+    });
     for (std::size_t row = 0; row < rows; ++row) {
         reducer_.Add(reduced_.data() + row * reducer_.RowValues());
     }

@@ -1,22 +1,17 @@
 #include "render/light_rows.h"
 
+#include "base/phase_times.h"
+#include "base/workers.h"
+
 #include <algorithm>
-#include <omp.h>
 
 namespace qva {
 
 namespace {
 
-std::uint16_t LinearCode(float light, float scale)
-{
-    // Written so that a not-a-number would become 0.
-    const float code = light * scale;
-    return code > 0.0f ? static_cast<std::uint16_t>(std::min(code, 65535.0f) + 0.5f)
-                       : std::uint16_t{0};
-}
-
 /// Keeps what is there, and takes no more memory than asked for.
-void GrowTo(std::int64_t count, std::vector<float>& samples)
+template <typename T>
+void GrowTo(std::int64_t count, std::vector<T>& samples)
 {
     if (static_cast<std::size_t>(count) > samples.size()) {
         samples.reserve(static_cast<std::size_t>(count));
@@ -29,17 +24,16 @@ void GrowTo(std::int64_t count, std::vector<float>& samples)
 LightRows::LightRows(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
                      const RenderRange& range)
     : source_(source),
-      decoder_(decoder),
-      light_(light),
-      range_(range),
+      encoder_(decoder, light, range),
       size_(source.Size()),
-      reach_(range.passThrough ? 0 : light.Reach())
+      has16Bits_(decoder.Takes(source.Samples())),
+      scratch_(size_.width, Workers())
 {
 }
 
 std::int64_t LightRows::FirstFor(std::int64_t row) const
 {
-    return std::max<std::int64_t>(row - reach_, 0);
+    return std::max<std::int64_t>(row - encoder_.Reach(), 0);
 }
 
 void LightRows::Start(std::int64_t row)
@@ -51,26 +45,50 @@ void LightRows::Start(std::int64_t row)
 
 void LightRows::Read(std::int64_t count, std::uint16_t* codes)
 {
-    Hold(std::min(next_ + count + reach_, size_.height));
+    if (encoder_.Reach() > 0) {
+        ReadAmongOthers(count, codes);
+    } else {
+        ReadAlone(count, codes);
+    }
+}
+
+void LightRows::ReadAlone(std::int64_t count, std::uint16_t* codes)
+{
     const std::int64_t samples = size_.width * 3;
-    if (reach_ > 0) {
-        // One a thread, made before the loop: a request for memory that fails in a parallel loop
-        // would end the program.
-        GrowTo(samples * omp_get_max_threads(), single_);
-    }
-    const RowBlock around = {rows_.data(), size_.width, held_};
-#pragma omp parallel for schedule(static)
-    for (std::int64_t row = 0; row < count; ++row) {
-        const std::int64_t place = next_ + row - first_;
-        float* rgb = rows_.data() + place * samples;
-        if (reach_ > 0) {
-            float* repaired = single_.data() + omp_get_thread_num() * samples;
-            std::copy_n(rgb, samples, repaired);
-            light_.Repair(around, place, repaired);
-            rgb = repaired;
+    const auto width = static_cast<std::size_t>(size_.width);
+    GrowTo(has16Bits_ ? 0 : count * samples, rows_);
+    ReadStored(count, codes, rows_.data());
+    ForEach(count, [&](std::int64_t row, int worker) {
+        std::uint16_t* line = codes + row * samples;
+        if (has16Bits_) {
+            encoder_(line, scratch_.Light(worker), width, line);
+        } else {
+            encoder_(rows_.data() + row * samples, width, line);
         }
-        Encode(rgb, codes + row * samples);
+    });
+    next_ += count;
+    first_ = next_;
+}
+
+/// Reads the next rows as what the source delivers: samples of 16 bits, or else floats.
+void LightRows::ReadStored(std::int64_t count, std::uint16_t* samples, float* rgb)
+{
+    const InPhase reading(Phase::Reading);
+    if (has16Bits_) {
+        source_.ReadSamples(count, samples);
+    } else {
+        source_.ReadRows(count, rgb);
     }
+}
+
+void LightRows::ReadAmongOthers(std::int64_t count, std::uint16_t* codes)
+{
+    Hold(std::min(next_ + count + encoder_.Reach(), size_.height));
+    const RowBlock around = {rows_.data(), size_.width, held_};
+    ForEach(count, [&](std::int64_t row, int worker) {
+        encoder_.Encode(around, next_ + row - first_, scratch_.Light(worker),
+                        codes + row * size_.width * 3);
+    });
     next_ += count;
     Drop(FirstFor(next_));
 }
@@ -79,22 +97,23 @@ void LightRows::Read(std::int64_t count, std::uint16_t* codes)
 void LightRows::Hold(std::int64_t end)
 {
     const std::int64_t samples = size_.width * 3;
+    const auto width = static_cast<std::size_t>(size_.width);
     const std::int64_t count = end - SourceRow();
     if (count <= 0) {
         return;
     }
     GrowTo((held_ + count) * samples, rows_);
-    float* rgb = rows_.data() + held_ * samples;
-    source_.ReadRows(count, rgb);
+    float* light = rows_.data() + held_ * samples;
+    GrowTo(has16Bits_ ? count * samples : 0, samples_);
+    ReadStored(count, samples_.data(), light);
     held_ += count;
-    if (range_.passThrough) {
-        return;
-    }
-#pragma omp parallel for schedule(static)
-    for (std::int64_t row = 0; row < count; ++row) {
-        SampleCounts counts;
-        decoder_.Decode(rgb + row * samples, static_cast<std::size_t>(size_.width), counts);
-    }
+    ForEach(count, [&](std::int64_t row, int) {
+        if (has16Bits_) {
+            encoder_.Decode(samples_.data() + row * samples, light + row * samples, width);
+        } else {
+            encoder_.Decode(light + row * samples, width);
+        }
+    });
 }
 
 /// Forgets the rows before `first`.
@@ -105,20 +124,6 @@ void LightRows::Drop(std::int64_t first)
     std::copy(rows_.data() + count * samples, rows_.data() + held_ * samples, rows_.data());
     first_ = first;
     held_ -= count;
-}
-
-void LightRows::Encode(float* rgb, std::uint16_t* codes) const
-{
-    const std::int64_t samples = size_.width * 3;
-    if (range_.passThrough) {
-        std::transform(rgb, rgb + samples, codes,
-                       [](float sample) { return static_cast<std::uint16_t>(sample); });
-        return;
-    }
-    light_(rgb, static_cast<std::size_t>(size_.width));
-    const auto scale = static_cast<float>(65535.0 / range_.top);
-    std::transform(rgb, rgb + samples, codes,
-                   [scale](float sample) { return LinearCode(sample, scale); });
 }
 
 } // namespace qva

@@ -1,19 +1,17 @@
 // The rows of a picture as codes of a range.
 #pragma once
 
-#include "colour/range_choice.h"
-#include "colour/scene_decoder.h"
 #include "formats/image_source.h"
-#include "light/light_steps.h"
+#include "render/row_encoder.h"
 
 #include <cstdint>
 #include <vector>
 
 namespace qva {
 
-/// Reads stored rows, changes their light and codes them. Reads ahead and holds back by the rows
-/// that the light steps have to see above and below, so that a row becomes the same wherever
-/// reading began. The rows of a range that passes codes through are handed on as they are.
+/// Reads stored rows, changes their light and codes them on all threads. Reads ahead and holds back
+/// by the rows that the light steps have to see above and below, so that a row becomes the same
+/// wherever reading began. The rows of a range that passes codes through are handed on as they are.
 class LightRows {
 public:
     /// @param source  opened; read from only.
@@ -36,21 +34,22 @@ public:
     std::int64_t SourceRow() const { return first_ + held_; }
 
 private:
+    void ReadAlone(std::int64_t count, std::uint16_t* codes);
+    void ReadStored(std::int64_t count, std::uint16_t* samples, float* rgb);
+    void ReadAmongOthers(std::int64_t count, std::uint16_t* codes);
     void Hold(std::int64_t end);
     void Drop(std::int64_t first);
-    void Encode(float* rgb, std::uint16_t* codes) const;
 
     ImageSource& source_;
-    const SceneDecoder& decoder_;
-    const LightSteps& light_;
-    RenderRange range_;
+    RowEncoder encoder_;
     ImageSize size_;
-    std::int64_t reach_;
+    bool has16Bits_; ///< samples of the source
+    ScratchRows scratch_;
     std::int64_t next_ = 0;
-    std::int64_t first_ = 0;    ///< row that rows_ begins with
-    std::int64_t held_ = 0;     ///< rows in rows_
-    std::vector<float> rows_;   ///< decoded, not yet changed
-    std::vector<float> single_; ///< one row a thread
+    std::int64_t first_ = 0;             ///< row that rows_ begins with
+    std::int64_t held_ = 0;              ///< rows in rows_
+    std::vector<float> rows_;            ///< decoded, not yet changed
+    std::vector<std::uint16_t> samples_; ///< of the rows that are being decoded
 };
 
 } // namespace qva

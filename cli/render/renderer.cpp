@@ -1,5 +1,6 @@
 #include "render/renderer.h"
 
+#include "base/phase_times.h"
 #include "render/library_calls.h"
 
 #include <algorithm>
@@ -56,6 +57,7 @@ void Render(const std::uint16_t* source, std::uint16_t* result, ImageSize size,
             const RenderRange& range, const PrinterProfile& profile, const RenderSettings& settings,
             const std::string& name)
 {
+    const InPhase rendering(Phase::Rendering);
     EnsureWidth(size, reducedSide, name);
     const LibraryHandle handle;
     const QVA_OUTPUT_CONDITIONS conditions = ConditionsRecord(profile, settings);

@@ -1,11 +1,14 @@
 #include "render/scan_load.h"
 
 #include "base/errors.h"
+#include "base/phase_times.h"
+#include "base/workers.h"
 #include "render/light_rows.h"
 
 #include <algorithm>
+#include <cassert>
 #include <fmt/format.h>
-#include <omp.h>
+#include <utility>
 #include <vector>
 
 namespace qva {
@@ -54,47 +57,164 @@ void PlaceRow(const std::uint16_t* row, std::int64_t width, std::int64_t y,
     }
 }
 
-/// Calls read(first, count) for the rows of a source, block after block.
-template <typename Read>
-void ForEachBlock(ImageSize size, const char* stage, Progress& progress, const Read& read)
+// Blocks that are under way, and so threads that work on them: few, because nothing reads faster
+// than these convert.
+constexpr int mostReaders = 8;
+
+int Readers()
 {
+    return std::min(Workers(), mostReaders);
+}
+
+std::int64_t SamplesOf(ImageSize size)
+{
+    return size.width * size.height * 3;
+}
+
+Page EmptyPage(ImageSize size)
+{
+    return {size, std::make_unique_for_overwrite<std::uint16_t[]>(
+                      static_cast<std::size_t>(SamplesOf(size)))};
+}
+
+void ReadBlock(ImageSource& source, std::int64_t count, float* rows)
+{
+    source.ReadRows(count, rows);
+}
+
+void ReadBlock(ImageSource& source, std::int64_t count, std::uint16_t* rows)
+{
+    source.ReadSamples(count, rows);
+}
+
+/// Samples that are in memory, as a source.
+class KeptSource : public ImageSource {
+public:
+    KeptSource(const KeptSamples& kept, const SourceDescription& description)
+        : kept_(kept), description_(description), next_(kept.stored.codes.get())
+    {
+    }
+    void Open(const std::string&, const SizeLimits&) override {}
+    ImageSize Size() const override { return description_.size; }
+    const SourceDescription& Describe() const override { return description_; }
+    void ReadRows(std::int64_t, float*) override { assert(false); }
+    SampleKind Samples() const override { return kept_.kind; }
+    void ReadSamples(std::int64_t count, std::uint16_t* samples) override
+    {
+        const std::int64_t values = SamplesOf({Size().width, count});
+        std::copy_n(next_, samples == next_ ? 0 : values, samples);
+        next_ += values;
+    }
+    void Close() override {}
+
+private:
+    const KeptSamples& kept_;
+    const SourceDescription& description_;
+    const std::uint16_t* next_;
+};
+
+/// Calls read for the rows first ... end - 1, which a failure names.
+template <typename Read>
+void ReadNamed(std::int64_t first, std::int64_t end, const Read& read)
+{
+    try {
+        read();
+    } catch (const Failure& failure) {
+        const std::string place = fmt::format("rows {} to {}", first, end - 1);
+        throw Failure(Failure(failure, place), first);
+    }
+}
+
+/// Reads all rows of a source in order, and meanwhile calls use(row, y, worker) for those that are
+/// there on all threads.
+/// @param whole  where the rows are to stay; null where they are used up.
+template <typename T, typename Use>
+void ForEachRow(ImageSource& source, const char* stage, Progress& progress, T* whole,
+                const Use& use)
+{
+    const ImageSize size = source.Size();
     const std::int64_t rows = RowsPerBlock(size);
-    for (std::int64_t first = 0; first < size.height; first += rows) {
-        const std::int64_t count = std::min(rows, size.height - first);
-        try {
-            read(first, count);
-        } catch (const Failure& failure) {
-            const std::string place = fmt::format("rows {} to {}", first, first + count - 1);
-            throw Failure(Failure(failure, place), first);
+    SlotSteps steps;
+    steps.count = (size.height + rows - 1) / rows;
+    steps.slots = std::min({UsualSlots(), steps.count, std::int64_t{mostReaders}});
+    std::vector<T> blocks(static_cast<std::size_t>(
+        whole == nullptr ? steps.slots * SamplesOf({size.width, rows}) : 0));
+    const auto blockAt = [&](std::int64_t item) {
+        return whole != nullptr
+                   ? whole + item * SamplesOf({size.width, rows})
+                   : blocks.data() + item % steps.slots * SamplesOf({size.width, rows});
+    };
+    const auto rowsIn = [&](std::int64_t item) {
+        return std::min(rows, size.height - item * rows);
+    };
+    steps.ordered = [&](std::int64_t item) {
+        const std::int64_t first = item * rows;
+        const std::int64_t end = first + rowsIn(item);
+        const InPhase reading(Phase::Reading);
+        ReadNamed(first, end, [&] { ReadBlock(source, end - first, blockAt(item)); });
+        progress.Show(stage, static_cast<double>(end) / static_cast<double>(size.height));
+    };
+    steps.shared = [&](std::int64_t item, int worker) {
+        for (std::int64_t row = 0; row < rowsIn(item); ++row) {
+            use(blockAt(item) + row * size.width * 3, item * rows + row, worker);
         }
-        progress.Show(stage, static_cast<double>(first + count) / static_cast<double>(size.height));
+    };
+    RunOrderedFirst(steps);
+}
+
+/// Places the rows of a source whose light is decided by their neighbours' too.
+void PlaceAmongOthers(ImageSource& source, LightRows& rows, Progress& progress,
+                      std::uint16_t* page)
+{
+    const ImageSize size = source.Size();
+    const Placement placement = PlacementOf(source.Describe());
+    const std::int64_t block = RowsPerBlock(size);
+    std::vector<std::uint16_t> codes(static_cast<std::size_t>(SamplesOf({size.width, block})));
+    for (std::int64_t first = 0; first < size.height; first += block) {
+        const std::int64_t count = std::min(block, size.height - first);
+        ReadNamed(first, first + count, [&] { rows.Read(count, codes.data()); });
+        ForEach(count, [&](std::int64_t row, int) {
+            PlaceRow(codes.data() + SamplesOf({size.width, row}), size.width, first + row,
+                     placement, page);
+        });
+        progress.Show("reading",
+                      static_cast<double>(first + count) / static_cast<double>(size.height));
     }
 }
 
 } // namespace
 
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
-                       Progress& progress)
+                       Progress& progress, KeptSamples* kept)
 {
     struct Part {
         PictureStatistics statistics;
         SampleCounts counts;
     };
-    const ImageSize size = source.Size();
-    std::vector<float> rgb(static_cast<std::size_t>(RowsPerBlock(size) * size.width * 3));
-    // One a thread, made before the loops: a request for memory that fails in a parallel loop would
-    // end the program.
-    std::vector<Part> parts(static_cast<std::size_t>(omp_get_max_threads()));
-    ForEachBlock(size, "measuring", progress, [&](std::int64_t, std::int64_t count) {
-        source.ReadRows(count, rgb.data());
-#pragma omp parallel for schedule(static)
-        for (std::int64_t row = 0; row < count; ++row) {
-            Part& part = parts[static_cast<std::size_t>(omp_get_thread_num())];
-            float* pixels = rgb.data() + row * size.width * 3;
-            decoder.Decode(pixels, static_cast<std::size_t>(size.width), part.counts);
-            part.statistics.Add(pixels, static_cast<std::size_t>(size.width));
+    const auto width = static_cast<std::size_t>(source.Size().width);
+    std::vector<Part> parts(static_cast<std::size_t>(Readers()));
+    const auto partOf = [&parts](int worker) -> Part& {
+        return parts[static_cast<std::size_t>(worker)];
+    };
+    if (decoder.Takes(source.Samples())) {
+        if (kept != nullptr) {
+            *kept = {source.Samples(), EmptyPage(source.Size())};
         }
-    });
+        ScratchRows scratch(source.Size().width, Readers());
+        ForEachRow<std::uint16_t>(
+            source, "measuring", progress, kept != nullptr ? kept->stored.codes.get() : nullptr,
+            [&](const std::uint16_t* row, std::int64_t, int worker) {
+                float* light = scratch.Light(worker);
+                decoder.DecodeSamples(row, light, width, partOf(worker).counts);
+                partOf(worker).statistics.Add(light, width);
+            });
+    } else {
+        ForEachRow<float>(source, "measuring", progress, nullptr,
+                          [&](float* row, std::int64_t, int worker) {
+                              decoder.Decode(row, width, partOf(worker).counts);
+                              partOf(worker).statistics.Add(row, width);
+                          });
+    }
     PictureStatistics statistics;
     for (const Part& part : parts) {
         statistics.Add(part.statistics);
@@ -106,9 +226,7 @@ PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleC
 Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
               const RenderRange& range, Progress& progress)
 {
-    Page page{UprightSize(source.Describe()), nullptr};
-    page.codes = std::make_unique_for_overwrite<std::uint16_t[]>(
-        static_cast<std::size_t>(page.size.width * page.size.height * 3));
+    Page page = EmptyPage(UprightSize(source.Describe()));
     LoadCodes(source, decoder, light, range, progress, page.codes.get());
     return page;
 }
@@ -116,17 +234,55 @@ Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps
 void LoadCodes(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
                const RenderRange& range, Progress& progress, std::uint16_t* page)
 {
-    const ImageSize size = source.Size();
+    const std::int64_t width = source.Size().width;
+    const auto pixels = static_cast<std::size_t>(width);
     const Placement placement = PlacementOf(source.Describe());
+    const RowEncoder encoder(decoder, light, range);
+    if (encoder.Reach() > 0) {
+        LightRows rows(source, decoder, light, range);
+        PlaceAmongOthers(source, rows, progress, page);
+        return;
+    }
+    ScratchRows scratch(width, Readers());
+    const auto place = [&](std::int64_t y, int worker) {
+        PlaceRow(scratch.Codes(worker), width, y, placement, page);
+    };
+    if (decoder.Takes(source.Samples())) {
+        ForEachRow<std::uint16_t>(source, "reading", progress, nullptr,
+                                  [&](const std::uint16_t* row, std::int64_t y, int worker) {
+                                      encoder(row, scratch.Light(worker), pixels,
+                                              scratch.Codes(worker));
+                                      place(y, worker);
+                                  });
+    } else {
+        ForEachRow<float>(source, "reading", progress, nullptr,
+                          [&](float* row, std::int64_t y, int worker) {
+                              encoder(row, pixels, scratch.Codes(worker));
+                              place(y, worker);
+                          });
+    }
+}
+
+Page MakePage(KeptSamples kept, const SourceDescription& description, const SceneDecoder& decoder,
+              const LightSteps& light, const RenderRange& range)
+{
+    const ImageSize size = description.size;
+    const bool isUpright = description.orientation == 1;
+    const Placement placement = PlacementOf(description);
+    const std::int64_t block = RowsPerBlock(size);
+    KeptSource source(kept, description);
     LightRows rows(source, decoder, light, range);
-    std::vector<std::uint16_t> codes(static_cast<std::size_t>(RowsPerBlock(size) * size.width * 3));
-    ForEachBlock(size, "reading", progress, [&](std::int64_t first, std::int64_t count) {
-        rows.Read(count, codes.data());
-#pragma omp parallel for schedule(static)
-        for (std::int64_t row = 0; row < count; ++row) {
-            PlaceRow(codes.data() + row * size.width * 3, size.width, first + row, placement, page);
-        }
-    });
+    Page turned = isUpright ? Page{} : EmptyPage(UprightSize(description));
+    for (std::int64_t first = 0; first < size.height; first += block) {
+        const std::int64_t count = std::min(block, size.height - first);
+        std::uint16_t* codes = kept.stored.codes.get() + SamplesOf({size.width, first});
+        rows.Read(count, codes);
+        ForEach(isUpright ? 0 : count, [&](std::int64_t row, int) {
+            PlaceRow(codes + SamplesOf({size.width, row}), size.width, first + row, placement,
+                     turned.codes.get());
+        });
+    }
+    return isUpright ? std::move(kept.stored) : std::move(turned);
 }
 
 } // namespace qva

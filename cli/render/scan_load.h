@@ -11,9 +11,19 @@
 
 namespace qva {
 
+/// The samples of a picture as they are stored, in 16 bits, in the buffer of the page they become.
+struct KeptSamples {
+    SampleKind kind = SampleKind::Floats; ///< Codes or Halves where some are kept
+    Page stored;                          ///< no codes where none are kept
+
+    bool IsThere() const { return stored.codes != nullptr; }
+};
+
 /// Reads all rows of a freshly opened source once and gathers their light and flaws.
+/// @param kept  where given and the decoder takes the source's samples, set to these.
+/// @throws std::bad_alloc where they do not fit memory.
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
-                       Progress& progress);
+                       Progress& progress, KeptSamples* kept = nullptr);
 
 /// Reads all rows of a freshly opened source, converts them to codes of the range and sets them
 /// upright.
@@ -25,5 +35,8 @@ Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps
 /// the source reads from where stored rows are upright and no longer than those of codes.
 void LoadCodes(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
                const RenderRange& range, Progress& progress, std::uint16_t* page);
+/// The same from kept samples, which are used up: in their own buffer where they lie upright.
+Page MakePage(KeptSamples kept, const SourceDescription& description, const SceneDecoder& decoder,
+              const LightSteps& light, const RenderRange& range);
 
 } // namespace qva

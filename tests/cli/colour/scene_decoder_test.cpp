@@ -4,7 +4,9 @@
 #include "colour/transfer_functions.h"
 #include "meanings.h"
 
+#include <Imath/half.h>
 #include <cmath>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -142,6 +144,44 @@ TEST(SceneDecoder, BringsFlawsIntoRangeAndCountsThem)
         EXPECT_TRUE(i == 3 ? rgb[i] == infinity : std::isfinite(rgb[i])) << i;
     }
     ExpectNear({37.26, 93.09, 98.36}, rgb, 0.001);
+}
+
+// Samples of 16 bits become what the floats that they stand for become, bit for bit.
+TEST(SceneDecoder, MakesTheSameOfSamplesAsOfFloats)
+{
+    std::vector<std::uint16_t> samples(65536 * 3);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        samples[i] = static_cast<std::uint16_t>(i * 40503);
+    }
+    for (const bool isInteger : {true, false}) {
+        for (const Transfer transfer :
+             {Transfer::Linear, Transfer::Power, Transfer::Srgb, Transfer::Pq, Transfer::Hlg})
+        {
+            for (const Chromaticities& primaries : {bt2020, bt709}) {
+                SCOPED_TRACE(static_cast<int>(transfer));
+                Interpretation meaning = Codes(transfer, primaries);
+                meaning.isInteger = isInteger;
+                meaning.codeWhite = isInteger ? 65535.0 : 1.0;
+                const SampleKind kind = isInteger ? SampleKind::Codes : SampleKind::Halves;
+                const SceneDecoder decoder(meaning, "photo", kind);
+                ASSERT_TRUE(decoder.Takes(kind));
+                std::vector<float> expected(samples.size());
+                for (std::size_t i = 0; i < samples.size(); ++i) {
+                    expected[i] = isInteger ? samples[i] : imath_half_to_float(samples[i]);
+                }
+                SampleCounts before;
+                SampleCounts after;
+                decoder.Decode(expected.data(), 65536, before);
+                std::vector<float> got(samples.size());
+                decoder.DecodeSamples(samples.data(), got.data(), 65536, after);
+                EXPECT_EQ(0, std::memcmp(expected.data(), got.data(), got.size() * sizeof(float)));
+                EXPECT_EQ(before.notANumber, after.notANumber);
+                EXPECT_EQ(before.infinite, after.infinite);
+                EXPECT_EQ(before.negative, after.negative);
+                EXPECT_EQ(isInteger ? 0U : 3U * 2 * 1023, after.notANumber);
+            }
+        }
+    }
 }
 
 } // namespace

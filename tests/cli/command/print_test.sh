@@ -34,6 +34,23 @@ expect_output "300 pixels per inch"
 # The same bytes again, for any number of threads; another paper white gives others.
 expect 0 "" print photo.exr -o again.tif --quiet --compression none --dpi 300 --threads 1
 cmp -s result.tif again.tif || fail "one thread gives other bytes"
+
+# The phases of a run, of which each has a line, are all of it.
+"$qva" print photo.exr -o again.tif -q --timing 2>times.txt || fail "--timing: exit code $?"
+awk 'NR == 1 { next } $1 == "all" { ok = NR == 7 && $2 > 0 && ($2 - sum) ^ 2 < 1e-4 } { sum += $2 }
+     END { exit !ok }' times.txt || fail "--timing: $(cat times.txt)"
+for phase in reading examining rendering writing; do
+    grep -q "^  $phase .*[1-9]" times.txt || fail "--timing: nothing spent on $phase"
+done
+"$qva" page photo.exr -o again.tif -q --restart --json --timing >times.json || fail "page --timing"
+for phase in reading examining rendering writing; do
+    grep -A2 "\"$phase\"" times.json | grep -q "\"wall\": .*[1-9]" || fail "page: nothing on $phase"
+done
+
+# OpenMP's runtime ends a process that it is to put on a processor that is not there. The last one of
+# 64 few machines have.
+GOMP_CPU_AFFINITY="0 63" expect 0 "" print photo.exr -o again.tif -q --compression none --dpi 300 --threads 2
+cmp -s result.tif again.tif || fail "a processor that is missing gives other bytes"
 for option in "--paper-white 200" "--threshold 20" "--top 500" "--white 100"; do
     # shellcheck disable=SC2086
     expect 0 "" print photo.exr -o again.tif --quiet --compression none --dpi 300 $option

@@ -2,9 +2,12 @@
 
 #include "colour/icc_builder.h"
 #include "hostile_reading.h"
+#include "picture_kinds.h"
 #include "samples.h"
 
+#include <Imath/half.h>
 #include <cmath>
+#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace qva {
@@ -246,6 +249,38 @@ TEST(OpenImage, RefusesDamageAndSizeInEveryFormat)
     const std::string longer = ErrorOf([] { CheckSize("a", {std::int64_t{1} << 31, 1}, {~0ULL}); });
     EXPECT_NE(std::string::npos, longer.find("2147483648 x 1 pixels: a side is longer")) << longer;
     EXPECT_EQ("a: the picture has no pixels", ErrorOf([] { CheckSize("a", {0, 5}, {~0ULL}); }));
+}
+
+// In runs of one and of several rows, as floats and in 16 bits.
+TEST(ImageSource, DeliversTheSameSamplesIn16Bits)
+{
+    const samples::Folder folder;
+    samples::WritePictureKinds(folder / "");
+    int halves = 0;
+    int codes = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder / "")) {
+        SCOPED_TRACE(entry.path().filename());
+        const std::unique_ptr<ImageSource> source = OpenImage(entry.path().string(), {10000000});
+        const SampleKind kind = source->Samples();
+        if (kind == SampleKind::Floats) {
+            continue;
+        }
+        ++(kind == SampleKind::Halves ? halves : codes);
+        const ImageSize stored = source->Size();
+        const auto row = static_cast<std::size_t>(stored.width * 3);
+        std::vector<std::uint16_t> read(row * static_cast<std::size_t>(stored.height));
+        source->ReadSamples(1, read.data());
+        source->ReadSamples(stored.height - 1, read.data() + row);
+        const std::vector<float> expected = samples::ReadAll(entry.path().string());
+        ASSERT_EQ(expected.size(), read.size());
+        for (std::size_t i = 0; i < read.size(); ++i) {
+            const float value = kind == SampleKind::Halves ? imath_half_to_float(read[i]) : read[i];
+            ASSERT_TRUE(value == expected[i] || (std::isnan(value) && std::isnan(expected[i])))
+                << i;
+        }
+    }
+    EXPECT_LT(2, halves);
+    EXPECT_LT(8, codes);
 }
 
 } // namespace

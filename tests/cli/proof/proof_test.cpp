@@ -1,4 +1,5 @@
 // A proof from codes to figures and pictures, over a printer that is known by hand.
+#include "base/workers.h"
 #include "picture/box_reducer.h"
 #include "printer_sample.h"
 #include "proof/proof_run.h"
@@ -8,7 +9,6 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <numeric>
-#include <omp.h>
 #include <random>
 
 namespace qva {
@@ -151,8 +151,8 @@ struct Shown {
 Shown Proofed(const ColourTable& table, const ProofSizes& sizes,
               const std::vector<std::uint16_t>& codes, int threads)
 {
-    const int before = omp_get_max_threads();
-    omp_set_num_threads(threads);
+    const int before = Workers();
+    SetWorkers(threads);
     Shown shown{};
     Progress progress(ProgressStyle::None);
     const std::uint16_t* next = codes.data();
@@ -163,7 +163,7 @@ Shown Proofed(const ColourTable& table, const ProofSizes& sizes,
         shown.rows.insert(shown.rows.end(), row, row + sizes.view.width * 5);
     };
     shown.mean = RunProof(table, sizes, 300.0, read, show, progress).MeanDeltaE();
-    omp_set_num_threads(before);
+    SetWorkers(before);
     return shown;
 }
 

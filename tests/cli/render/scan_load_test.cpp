@@ -1,5 +1,6 @@
 #include "render/scan_load.h"
 
+#include "base/workers.h"
 #include "meanings.h"
 #include "samples.h"
 
@@ -101,6 +102,54 @@ TEST(LoadPage, RoundsLinearCodesAndCutsAtTheEnds)
     const Page page = LoadPage(source, SceneDecoder(meaning, "a"), LightSteps({}), range, progress);
     const std::vector<std::uint16_t> expected = {0, 1, 0, 65535, 65535, 65535};
     EXPECT_EQ(expected, std::vector<std::uint16_t>(page.codes.get(), page.codes.get() + 6));
+}
+
+// What is kept while a picture is examined becomes the page that reading it again would give.
+TEST(MakePage, IsWhatReadingAgainGivesUprightAndTurned)
+{
+    const int before = Workers();
+    const ImageSize size = {700, 400}; // two blocks
+    std::vector<float> codes(static_cast<std::size_t>(size.width * size.height * 3));
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+        codes[i] = static_cast<float>(i * 40503 % 65536);
+    }
+    // Of these primaries, blue has negative luminance: there is something to repair.
+    Interpretation meaning = Pq();
+    meaning.primaries = FindPrimaries("aces").value();
+    const SceneDecoder decoder(meaning, "a", SampleKind::Codes);
+    Progress progress(ProgressStyle::None);
+    for (const bool repairs : {false, true}) {
+        LightPlan plan;
+        plan.repairs = repairs;
+        plan.fitsColour = true;
+        const LightSteps light(plan);
+        RenderRange range;
+        range.top = 9000.0;
+        for (const int orientation : {1, 6, 7}) {
+            for (const int threads : {1, 5}) {
+                SCOPED_TRACE(orientation * 10 + threads);
+                SetWorkers(threads);
+                FakeSource read(Sized(size, orientation), codes);
+                const Page expected =
+                    LoadPage(read, SceneDecoder(meaning, "a"), light, range, progress);
+                FakeSource kept(Sized(size, orientation), codes);
+                KeptSamples samples;
+                SampleCounts counts;
+                const PictureStatistics statistics =
+                    Scan(kept, decoder, counts, progress, &samples);
+                FakeSource measured(Sized(size, orientation), codes);
+                EXPECT_EQ(Scan(measured, decoder, counts, progress).LogMeanLuminance(),
+                          statistics.LogMeanLuminance());
+                ASSERT_TRUE(samples.IsThere());
+                const Page page =
+                    MakePage(std::move(samples), kept.Describe(), decoder, light, range);
+                ASSERT_EQ(expected.size.width, page.size.width);
+                EXPECT_TRUE(std::equal(expected.codes.get(), expected.codes.get() + codes.size(),
+                                       page.codes.get()));
+            }
+        }
+    }
+    SetWorkers(before);
 }
 
 } // namespace
