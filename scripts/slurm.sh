@@ -3,7 +3,10 @@
 start_slurm() {
     install -d -m 755 -o munge -g munge /run/munge
     [[ -f /etc/munge/munge.key ]] || mungekey
-    pgrep -x munged >/dev/null || runuser -u munge -- munged
+    if ! pgrep -x munged >/dev/null; then
+        runuser -u munge -- munged
+        pgrep -nx munged >"$slurm/munged.pid"
+    fi
     cat >"$slurm/slurm.conf" <<CONF
 ClusterName=pages
 SlurmctldHost=localhost
@@ -37,7 +40,12 @@ CONF
 }
 
 stop_slurm() {
-    for daemon in slurmd slurmctld; do
-        [[ -f $slurm/$daemon.pid ]] && kill "$(cat "$slurm/$daemon.pid")" 2>/dev/null || true
+    local daemon id
+    for daemon in slurmd slurmctld munged; do
+        [[ -f $slurm/$daemon.pid ]] || continue
+        id=$(cat "$slurm/$daemon.pid")
+        kill "$id" 2>/dev/null || true
+        # It still writes what it knows.
+        timeout 20 tail --pid="$id" -f /dev/null || true
     done
 }

@@ -122,6 +122,25 @@ for signal in TERM INT KILL; do
         fail "printed twice after $signal"
 done
 
+# A print that outlives its batch may still get its name: the next batch begins nothing before that.
+# shellcheck disable=SC2086
+"$qva" batch many/[0-5].exr -o orphan $options --jobs 1 &
+process=$!
+until print=$(tr -d ' ' </proc/$process/task/$process/children) && kill -STOP "$print" 2>/dev/null &&
+    sleep 0.1 && grep -q '^State:.T' "/proc/$print/status"; do kill -0 $process || break; done
+kill -KILL $process
+{ wait $process; } 2>/dev/null
+begun=$(grep -c '"status":"begun"' orphan/qva-batch.jsonl)
+# shellcheck disable=SC2086
+"$qva" batch many/[0-5].exr -o orphan $options --jobs 1 2>stderr.txt &
+process=$!
+until grep -q "waits for the prints" stderr.txt; do kill -0 $process 2>/dev/null || break; done
+sleep 0.5
+[ "$(grep -c '"status":"begun"' orphan/qva-batch.jsonl)" = "$begun" ] || fail "a print is begun beside another of it"
+kill -CONT "$print"
+wait $process || fail "a batch that waited fails: $(cat stderr.txt)"
+[ "$(find orphan -name '*.tif' | wc -l)" = 6 ] || fail "a batch that waited: $(ls orphan)"
+
 printf '{"status":"done","outp' >>stoppedTERM/qva-batch.jsonl
 # shellcheck disable=SC2086
 batch 0 many -o stoppedTERM $options --side-by-side '{name}-look.png' --force
