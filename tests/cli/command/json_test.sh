@@ -31,13 +31,13 @@ missing a.html
 expect 0 "" print photo.exr -o a.tif --dry-run
 expect_output "a.tif, at once"
 missing a.tif
-tells printed print photo.exr -o a.tif --json
+tells printed print photo.exr -o a.tif --json --timing
 grep -q "generic photo paper" stdout.txt || fail "remarks are not told to programs"
 tells printed preview photo.exr -o a.tif --json -q
 tells proofed proof photo.exr --profile press.icc --json
 tells proofed proof a.tif --any-paper -o a.png --json
 tells reported report photo.exr -o a.html --json
-tells pagePrinted page tall.tif -o a.tif --json --band-rows 100
+tells pagePrinted page tall.tif -o a.tif --json --band-rows 100 --timing
 for i in 1 2; do
     expect 0 "" page tall.tif -o "s$i.tif" -q --profile device.icc --band-rows 100 --band "$i/2"
 done

@@ -114,8 +114,8 @@ TEST(MakePage, IsWhatReadingAgainGivesUprightAndTurned)
         codes[i] = static_cast<float>(i * 40503 % 65536);
     }
     // Of these primaries, blue has negative luminance: there is something to repair.
-    Interpretation meaning = Pq();
-    meaning.primaries = FindPrimaries("aces").value();
+    const Interpretation meaning =
+        samples::Codes(Transfer::Pq, 10000.0, FindPrimaries("aces").value());
     const SceneDecoder decoder(meaning, "a", SampleKind::Codes);
     Progress progress(ProgressStyle::None);
     for (const bool repairs : {false, true}) {
