@@ -163,8 +163,7 @@ void ForEachRow(ImageSource& source, const char* stage, Progress& progress, T* w
 }
 
 /// Places the rows of a source whose light is decided by their neighbours' too.
-void PlaceAmongOthers(ImageSource& source, LightRows& rows, Progress& progress,
-                      std::uint16_t* page)
+void PlaceAmongOthers(ImageSource& source, LightRows& rows, Progress& progress, std::uint16_t* page)
 {
     const ImageSize size = source.Size();
     const Placement placement = PlacementOf(source.Describe());
