@@ -118,7 +118,7 @@ TEST(CommandLine, SaysWhatIsWrong)
          "--threshold?" +
              see},
         {"print a --ouput b.tif",
-         "command line: --output is required; did you mean --output?" + see},
+         "command line: --output is required; --ouput is unknown; did you mean --output?" + see},
         {"info a --xyzzy", "command line: The following argument was not expected: --xyzzy" + see},
         {"--prnt", "--prnt: unknown option" + see},
         {"info", "command line: PHOTO is required" + see},
