@@ -14,10 +14,12 @@ import unittest
 import numpy as np
 import qva
 
-sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "support"))
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(HERE, "../support"))
 from tiff_codes import tiff_codes  # noqa: E402
 
 QVA, MAKE_SAMPLES = sys.argv[1:3]
+EXAMPLES = os.path.join(HERE, "../../examples")
 
 
 def run(*arguments):
@@ -228,6 +230,15 @@ class Reads(unittest.TestCase):
             self.assertEqual(again.icc_profile, qva.rendered_profile())
         with self.assertRaises(qva.Misuse):
             qva.write("written.gif", result)
+
+
+class Example(unittest.TestCase):
+    def test_makes_its_sheet(self):
+        script = os.path.join(EXAMPLES, "where_light_went.py")
+        told = subprocess.run([sys.executable, script, "photo.exr", "sheet.jpg", "paper.icc"],
+                              stdout=subprocess.PIPE, text=True, check=True).stdout
+        self.assertRegex(told, r"^light up to \d+ cd/m2; 98 % of the places moved by [-+]")
+        self.assertGreater(os.path.getsize("sheet.jpg"), 1000)
 
 
 class Bands(unittest.TestCase):
