@@ -59,7 +59,7 @@ def scene(height=61, width=83):
     light = 0.01 * 90000.0 ** (x / (width - 1.0))
     light = np.where((y // 9) % 2 == 0, light, light[:, ::-1])
     colours = np.stack([light, light * 0.6, light * 0.3], axis=2)
-    colours[5:9, 5:9, 2] = -0.01
+    colours[5:9, 5:9] = -0.01
     return colours.astype(np.float32)
 
 
@@ -85,9 +85,9 @@ class Prints(unittest.TestCase):
                    "--intent", "saturation"))]
         for name, pixels, options, words in cases:
             with self.subTest(name=name, options=options):
-                expected = printed(name, "--profile", "device.icc", *words)
+                expected = printed(name, "--profile", "paper.icc", *words)
                 np.testing.assert_array_equal(
-                    qva.print_image(pixels, "device.icc", **options), expected)
+                    qva.print_image(pixels, "paper.icc", **options), expected)
         with open("device.icc", "rb") as file:
             np.testing.assert_array_equal(qva.print_image(half, file.read(), threads=3),
                                           printed("half.tif", "--profile", "device.icc"))
