@@ -35,6 +35,21 @@ void TryOnce(const PrinterProfile& profile, const RenderSettings& settings, cons
     passed.insert(question);
 }
 
+/// Codes that the library knows need no measuring where the top is given: nothing else is chosen by
+/// their light.
+Examination ExamineArray(ImageSource& source, const PhotoOptions& photo, Progress& progress)
+{
+    Examination found;
+    found.description = source.Describe();
+    found.meaning = Interpret(found.description, photo.source);
+    if (!PassesCodes(found.meaning) || !photo.source.top) {
+        return Examine(source, photo.source, photo.light, progress);
+    }
+    found.light = PlanLight(photo.light, photo.source.top, found.meaning, found.statistics);
+    found.range = ChooseRange(found.meaning, found.statistics, photo.source);
+    return found;
+}
+
 /// Renders where the codes go without a copy where the layout of both sides allows.
 void RenderView(ArraySource& source, const ArrayView& pixels, const CallOptions& options,
                 const PrinterProfile& profile, const ArrayView& result)
@@ -42,7 +57,7 @@ void RenderView(ArraySource& source, const ArrayView& pixels, const CallOptions&
     Progress progress(ProgressStyle::None);
     const std::string& name = source.Describe().path;
     source.Open(name, options.photo.limits);
-    const Examination found = Examine(source, options.photo.source, options.photo.light, progress);
+    const Examination found = ExamineArray(source, options.photo, progress);
     const PackedResult packed(result);
     const std::uint16_t* from = packed.Codes();
     if (found.range.passThrough && pixels.IsPackedCodes() && found.description.orientation == 1) {

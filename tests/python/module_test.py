@@ -78,6 +78,9 @@ class Prints(unittest.TestCase):
         half = scene().astype(np.float16)
         write_tiff("half.tif", half.astype(np.float32))
         cases = [("codes.tif", codes(), {}, ()), ("codes.tif", codes(), PQ, PQ_WORDS),
+                 ("codes.tif", codes(), {**PQ, "top": 700}, (*PQ_WORDS, "--top", "700")),
+                 ("codes.tif", codes(), {**PQ, "encoding": "linear", "top": 300, "exposure": -1},
+                  ("--encoding", "linear", *PQ_WORDS[2:], "--top", "300", "--exposure", "-1")),
                  ("floats.tif", scene(), {}, ()), ("half.tif", half, {}, ()),
                  ("floats.tif", scene(), {"white": 1, "top": 500, "repair": False,
                                           "exposure": -0.5, "intent": "saturation"},
