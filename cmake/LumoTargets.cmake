@@ -28,3 +28,12 @@ if(LUMO_BUILD_FUZZ)
 endif()
 
 find_package(OpenMP REQUIRED COMPONENTS CXX)
+
+# Headers that nearly every file of a target reads, the standard library's and those named; a build
+# that shall find missing includes goes without.
+function(lumo_precompile target)
+    if(LUMO_PRECOMPILED_HEADERS)
+        target_precompile_headers(${target} PRIVATE
+            <algorithm> <functional> <memory> <string> <vector> ${ARGN})
+    endif()
+endfunction()

@@ -35,7 +35,7 @@ std::string FollowLinks(const std::string& path)
     }
     const std::filesystem::path target = std::filesystem::canonical(path, error);
     if (error) {
-        throw Failure(path, "is a symbolic link to nowhere");
+        throw Failure(path, "is a symbolic link to nowhere", exitOutput);
     }
     return target.string();
 }
@@ -53,7 +53,11 @@ OutputTarget ResolveOutput(const std::string& path)
     const std::string target = FollowLinks(path);
     struct stat status {};
     if (stat(target.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        throw Failure(path, S_ISDIR(status.st_mode) ? "is a directory" : "is not a regular file");
+        throw Failure(path,
+                      S_ISDIR(status.st_mode)
+                          ? "is a directory: name a file in it, or see qva batch"
+                          : "is not a regular file",
+                      exitOutput);
     }
     return {target, ModeFor(target)};
 }
@@ -62,7 +66,7 @@ void EnsureNew(const std::string& path)
 {
     struct stat status {};
     if (lstat(path.c_str(), &status) == 0) {
-        throw Failure(path, "is there already: --no-clobber keeps it");
+        throw Failure(path, "is there already: --no-clobber keeps it", exitOutput);
     }
 }
 
@@ -73,7 +77,7 @@ void EnsureFolder(const std::string& output)
     try {
         const ScratchFile trial(FolderOf(output));
     } catch (const Failure&) {
-        throw Failure(output, "cannot be written: " + SystemReason(errno));
+        throw Failure(output, WriteReason(errno), exitOutput);
     }
 }
 
@@ -86,10 +90,10 @@ Descriptor OpenBeside(const std::string& path, int flags, mode_t mode, const std
     const bool known =
         file.IsOpen() ? fstat(file.Get(), &status) == 0 : lstat(path.c_str(), &status) == 0;
     if (known && !S_ISREG(status.st_mode)) {
-        throw Failure(result, "cannot be written: " + path + " is not a regular file");
+        throw Failure(result, "cannot be written: " + path + " is not a regular file", exitOutput);
     }
     if (!file.IsOpen()) {
-        throw Failure(result, "cannot be written: " + SystemReason(error));
+        throw Failure(result, WriteReason(error), exitOutput);
     }
     return file;
 }
@@ -102,7 +106,7 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_(ResolveOu
             open(temporary_->Path().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     } while (!descriptor_.IsOpen() && errno == EEXIST);
     if (!descriptor_.IsOpen()) {
-        throw Failure(path, "cannot be written: " + SystemReason(errno));
+        throw Failure(path, WriteReason(errno), exitOutput);
     }
     MarkAsUsed(descriptor_.Get());
 }
@@ -125,7 +129,7 @@ Descriptor OutputFile::Duplicate() const
 {
     Descriptor copy(dup(descriptor_.Get()));
     if (!copy.IsOpen()) {
-        throw Failure(path_, "cannot be written: " + SystemReason(errno));
+        throw Failure(path_, WriteReason(errno), exitOutput);
     }
     return copy;
 }
@@ -136,7 +140,7 @@ void OutputFile::Commit()
     if (fchmod(descriptor_.Get(), target_.mode) != 0 || fsync(descriptor_.Get()) != 0 ||
         std::rename(temporary_->Path().c_str(), target_.path.c_str()) != 0)
     {
-        throw Failure(path_, "cannot be written: " + SystemReason(errno));
+        throw Failure(path_, WriteReason(errno), exitOutput);
     }
     descriptor_.Close();
     Discard();

@@ -21,7 +21,7 @@ ScratchFile::ScratchFile(const std::string& folder) : name_("a temporary file in
     descriptor_ =
         Descriptor(open(name.Path().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!descriptor_.IsOpen()) {
-        throw Failure(name_, "cannot be created: " + SystemReason(errno));
+        throw Failure(name_, "cannot be created: " + SystemReason(errno), exitOutput);
     }
     unlink(name.Path().c_str());
 }
@@ -41,7 +41,7 @@ void ScratchFile::Write(std::int64_t place, const void* bytes, std::size_t count
             continue;
         }
         if (done <= 0) {
-            throw Failure(name_, "cannot be written: " + SystemReason(errno));
+            throw Failure(name_, WriteReason(errno), exitOutput);
         }
         from += done;
         place += done;
@@ -58,8 +58,9 @@ void ScratchFile::Read(std::int64_t place, void* bytes, std::size_t count) const
             continue;
         }
         if (done <= 0) {
-            throw Failure(name_, "cannot be read: " +
-                                     (done == 0 ? "it is too short" : SystemReason(errno)));
+            throw Failure(
+                name_, "cannot be read: " + (done == 0 ? "it is too short" : SystemReason(errno)),
+                exitOutput);
         }
         to += done;
         place += done;

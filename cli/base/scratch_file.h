@@ -26,6 +26,9 @@ public:
     /// Reads bytes that were written.
     void Read(std::int64_t place, void* bytes, std::size_t count) const;
 
+    /// Its descriptor.
+    int Number() const { return descriptor_.Get(); }
+
 private:
     std::string name_;
     Descriptor descriptor_;

@@ -21,6 +21,8 @@ namespace qva {
 namespace {
 
 constexpr std::string_view prefix = ".qva-";
+constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
+constexpr std::size_t letterCount = 10;
 
 // Signal handlers may not touch strings: the names live in fixed buffers, valid while used.
 struct Slot {
@@ -45,13 +47,22 @@ int Remember(const std::string& name)
 
 std::string RandomName()
 {
-    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
     std::random_device random;
     std::string name(prefix);
-    for (int i = 0; i < 10; ++i) {
+    for (std::size_t i = 0; i < letterCount; ++i) {
         name.push_back(letters[random() % letters.size()]);
     }
     return name;
+}
+
+/// Whether RandomName may have made it, perhaps with an ending behind: others begin with a prefix,
+/// too.
+bool IsOurs(const std::string& name)
+{
+    const std::size_t end = prefix.size() + letterCount;
+    return name.starts_with(prefix) && name.size() >= end &&
+           name.find_first_not_of(letters, prefix.size()) >= end &&
+           (name.size() == end || name[end] == '.');
 }
 
 /// Whether a regular file is there that nobody has marked.
@@ -65,8 +76,9 @@ bool IsUnused(const std::string& path)
 
 } // namespace
 
-TemporaryName::TemporaryName(const std::string& folder)
-    : path_((std::filesystem::path(folder) / RandomName()).string()), slot_(Remember(path_))
+TemporaryName::TemporaryName(const std::string& folder, const std::string& ending)
+    : path_((std::filesystem::path(folder) / (RandomName() + ending)).string()),
+      slot_(Remember(path_))
 {
 }
 
@@ -91,7 +103,7 @@ std::vector<std::string> LeftoversIn(const std::string& folder)
          entry.increment(error))
     {
         const std::filesystem::path& path = entry->path();
-        if (path.filename().string().starts_with(prefix) && IsUnused(path.string())) {
+        if (IsOurs(path.filename().string()) && IsUnused(path.string())) {
             found.push_back(path.string());
         }
     }

@@ -12,7 +12,8 @@ class TemporaryName {
 public:
     /// Chooses a name; the file is the caller's to create, so that a signal finds it from its first
     /// moment.
-    explicit TemporaryName(const std::string& folder);
+    /// @param ending  of the name, where somebody goes by it: ".tif".
+    explicit TemporaryName(const std::string& folder, const std::string& ending = {});
     ~TemporaryName();
     TemporaryName(const TemporaryName&) = delete;
     TemporaryName& operator=(const TemporaryName&) = delete;

@@ -273,6 +273,14 @@ Interpretation Interpret(const SourceDescription& description, const SourceOptio
         TakeOptions(options, meaning);
     }
     SetLuminance(description, options, meaning);
+    if (meaning.transferFrom == "--encoding" && description.isFloat &&
+        meaning.transfer != Transfer::Linear)
+    {
+        meaning.notes.push_back(fmt::format("--encoding {} takes its floating-point values as "
+                                            "signals from 0 to 1; where they are light, as most "
+                                            "are, leave it out",
+                                            *options.encoding));
+    }
     if (description.hasAlpha) {
         meaning.notes.push_back("the alpha channel is left out; colours are taken as stored");
     }

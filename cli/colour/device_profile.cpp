@@ -32,10 +32,12 @@ void CheckDirections(cmsHPROFILE profile, bool saturation, const std::string& na
 {
     const auto toDevice = saturation ? cmsSigBToA2Tag : cmsSigBToA1Tag;
     if (!HasDirection(profile, toDevice, cmsSigBToA0Tag)) {
-        throw Failure(name, "the profile has no table from colours to device values (BToA)");
+        throw Failure(name, "the profile has no table from colours to device values (BToA)",
+                      exitProfile);
     }
     if (!HasDirection(profile, cmsSigAToB1Tag, cmsSigAToB0Tag)) {
-        throw Failure(name, "the profile has no table from device values to colours (AToB)");
+        throw Failure(name, "the profile has no table from device values to colours (AToB)",
+                      exitProfile);
     }
 }
 
@@ -76,7 +78,7 @@ DeviceProfile::DeviceProfile(const PrinterProfile& profile, const DeviceIntent& 
     cmsContext context = engine.context.get();
     const ProfileHandle device = OpenProfile(context, profile.bytes);
     if (!device) {
-        throw Failure(name, "the profile is damaged");
+        throw Failure(name, "the profile is damaged", exitProfile);
     }
     CheckDirections(device.get(), intent.saturation, name);
     engine.space = cmsGetColorSpace(device.get());
@@ -89,7 +91,7 @@ DeviceProfile::DeviceProfile(const PrinterProfile& profile, const DeviceIntent& 
         TransformHandle made(cmsCreateTransformTHR(context, from, fromFormat, to, toFormat, wanted,
                                                    exactFlags | flags));
         if (!made) {
-            throw Failure(name, "the profile is damaged: its tables cannot be used");
+            throw Failure(name, "the profile is damaged: its tables cannot be used", exitProfile);
         }
         return made;
     };

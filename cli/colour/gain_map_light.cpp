@@ -41,8 +41,8 @@ GainMapLight::GainMapLight(const SourceDescription& base, const GainMapFile& map
         {"gain map",
          fmt::format("{}, {} x {} pixels, {}", map.kind, map.size.width, map.size.height,
                      map.channels == 1 ? "one channel" : "three channels")},
-        {"headroom", fmt::format("{:.3g} of {:.3g} stops above SDR white",
-                                 HeadroomOf(map.numbers, headroom), FullHeadroom(map.numbers))}};
+        {headroomLabel, fmt::format("{:.3g} of {:.3g} stops above SDR white",
+                                    HeadroomOf(map.numbers, headroom), FullHeadroom(map.numbers))}};
     ChooseColours(map);
 }
 

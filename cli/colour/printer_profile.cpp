@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <fmt/format.h>
 #include <string_view>
+#include <utility>
 
 namespace qva {
 
@@ -46,7 +47,7 @@ std::string_view Field(const std::vector<unsigned char>& bytes, std::size_t offs
 void CheckHeader(const std::vector<unsigned char>& bytes, const std::string& name)
 {
     if (bytes.size() < smallestProfile || Field(bytes, 36) != "acsp") {
-        throw Failure(name, "is not an ICC profile");
+        throw Failure(name, "is not an ICC profile, as an .icc or .icm file holds one");
     }
     const std::uint32_t stated = static_cast<std::uint32_t>(bytes[0]) << 24 |
                                  static_cast<std::uint32_t>(bytes[1]) << 16 |
@@ -88,14 +89,19 @@ PrinterProfile BuiltInProfile()
 
 PrinterProfile ReadPrinterProfile(const std::string& path)
 {
+    return MakePrinterProfile(ReadFile(path), path);
+}
+
+PrinterProfile MakePrinterProfile(std::vector<unsigned char> bytes, const std::string& name)
+{
     PrinterProfile profile;
-    profile.bytes = ReadFile(path);
-    CheckPrinterProfile(profile.bytes, path);
+    profile.bytes = std::move(bytes);
+    CheckPrinterProfile(profile.bytes, name);
     profile.isPrinter = Field(profile.bytes, 12) == "prtr";
     const ContextHandle context = MakeContext();
     profile.description = DescriptionOf(OpenProfile(context.get(), profile.bytes).get());
     if (profile.description.empty()) {
-        profile.description = path;
+        profile.description = name;
     }
     return profile;
 }
@@ -111,7 +117,11 @@ void CheckPrinterProfile(const std::vector<unsigned char>& bytes, const std::str
 
 PrinterProfile ProfileOf(const std::string& path)
 {
-    return path.empty() ? BuiltInProfile() : ReadPrinterProfile(path);
+    try {
+        return path.empty() ? BuiltInProfile() : ReadPrinterProfile(path);
+    } catch (const Failure& failure) {
+        throw failure.As(exitProfile);
+    }
 }
 
 } // namespace qva

@@ -23,6 +23,10 @@ PrinterProfile BuiltInProfile();
 ///         a profile of an output device, a display or a colour space.
 PrinterProfile ReadPrinterProfile(const std::string& path);
 
+/// The same for bytes that came from elsewhere.
+/// @param name  for messages.
+PrinterProfile MakePrinterProfile(std::vector<unsigned char> bytes, const std::string& name);
+
 /// The profile of a file, or the built-in one where no name is given.
 PrinterProfile ProfileOf(const std::string& path);
 

@@ -92,14 +92,14 @@ ViewerSpace ViewerSpace::Monitor(const std::string& path)
     ViewerSpace space(file.description);
     const ProfileHandle profile = OpenProfile(space.engine_->context.get(), file.bytes);
     if (file.isPrinter) {
-        throw Failure(path, "is the profile of a printer, not of a monitor");
+        throw Failure(path, "is the profile of a printer, not of a monitor", exitProfile);
     }
     if (!profile || cmsGetColorSpace(profile.get()) != cmsSigRgbData) {
-        throw Failure(path, "is not the profile of an RGB display");
+        throw Failure(path, "is not the profile of an RGB display", exitProfile);
     }
     space.Use(profile.get());
     if (!space.engine_->transform) {
-        throw Failure(path, "the profile has no way from colours to the display");
+        throw Failure(path, "the profile has no way from colours to the display", exitProfile);
     }
     space.profile_ = std::move(file.bytes);
     return space;

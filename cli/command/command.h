@@ -27,9 +27,13 @@ public:
 
     /// The file that a failure is about which names none, such as a lack of memory.
     virtual std::string Subject() const = 0;
+
+    /// Whether a program reads what the command writes to standard output.
+    virtual bool WantsJson() const { return false; }
 };
 
 // The commands.
+std::unique_ptr<Command> MakeBatchCommand();
 std::unique_ptr<Command> MakeInfoCommand();
 std::unique_ptr<Command> MakeJoinCommand();
 std::unique_ptr<Command> MakePageCommand();
@@ -37,5 +41,6 @@ std::unique_ptr<Command> MakePreviewCommand();
 std::unique_ptr<Command> MakePrintCommand();
 std::unique_ptr<Command> MakeProofCommand();
 std::unique_ptr<Command> MakeReportCommand();
+std::unique_ptr<Command> MakeWatchCommand();
 
 } // namespace qva

@@ -23,7 +23,7 @@ struct CommandEntry {
 };
 
 // The order is that of the help.
-constexpr CommandEntry commands[] = {
+constexpr CommandEntry commandTable[] = {
     {"print", "Render a photograph for a printer", MakePrintCommand},
     {"preview", "Render for the screen: the print before its device step", MakePreviewCommand},
     {"proof", "Show a print before it is on paper, and what the paper cannot give",
@@ -31,6 +31,9 @@ constexpr CommandEntry commands[] = {
     {"report", "Write all about a print into one HTML file", MakeReportCommand},
     {"page", "Render a page of any size in bounded memory, band by band", MakePageCommand},
     {"join", "Put the shares of a page together", MakeJoinCommand},
+    {"batch", "Print many pictures, several at a time; what is up to date is left",
+     MakeBatchCommand},
+    {"watch", "Print the pictures that are put into a folder", MakeWatchCommand},
     {"info", "Show what a photograph holds and what is chosen", MakeInfoCommand},
 };
 
@@ -53,13 +56,14 @@ constexpr const char* examples =
     "  qva preview photo.png -o screen.png    the same without the device step\n"
     "  qva page poster.tif -o print.tif --profile printer.icc   a page larger than memory\n"
     "\n"
-    "Exit codes: 0 done, 1 failed, 2 misused.\n"
-    "\"qva help print\" lists all options of print.";
+    "\"qva help print\" lists all options of print.\n"
+    "\n"
+    "Exit codes:\n";
 
 std::vector<std::string> CommandNames()
 {
     std::vector<std::string> names;
-    for (const CommandEntry& entry : commands) {
+    for (const CommandEntry& entry : commandTable) {
         names.emplace_back(entry.name);
     }
     return names;
@@ -101,8 +105,10 @@ std::vector<std::string> Words(int count, const char* const* arguments)
     return words;
 }
 
-/// Where an option is not known: the one that may be meant.
-std::string HintFor(const CLI::App& app)
+/// Where an option is not known: the one that may be meant; where there are more words than are
+/// taken: what takes them.
+/// @param told  what the parser says; it names one fault alone.
+std::string HintFor(const CLI::App& app, const std::string& told)
 {
     for (const CLI::App* command : app.get_subcommands()) {
         std::vector<std::string> known;
@@ -113,7 +119,14 @@ std::string HintFor(const CLI::App& app)
         }
         for (const std::string& word : command->remaining()) {
             if (word.starts_with("--")) {
-                return Hint(word.substr(0, word.find('=')), known);
+                const std::string name = word.substr(0, word.find('='));
+                return (told.find(name) == std::string::npos
+                            ? fmt::format("; {} is unknown", OneLine(name))
+                            : std::string()) +
+                       Hint(name, known);
+            }
+            if (!word.starts_with('-')) {
+                return "; qva batch prints many pictures";
             }
         }
     }
@@ -132,34 +145,41 @@ std::string Parse(CLI::App& app, std::vector<std::string> words)
     } catch (const CLI::CallForHelp&) {
         return app.help();
     } catch (const CLI::ParseError& error) {
-        throw Misuse("command line",
-                     fmt::format("{}{} (see qva --help)", OneLine(error.what()), HintFor(app)));
+        throw Misuse("command line", fmt::format("{}{} (see qva --help)", OneLine(error.what()),
+                                                 HintFor(app, error.what())));
     }
     return {};
 }
 
 } // namespace
 
+Program::Program() : app(std::make_unique<CLI::App>(Description(), "qva"))
+{
+    app->footer(examples + ExitCodeTable());
+    app->set_version_flag("-V,--version", "qva " QVA_VERSION_STRING);
+    app->require_subcommand(1);
+    for (const CommandEntry& entry : commandTable) {
+        commands.push_back(entry.make());
+        commands.back()->AddOptions(*app->add_subcommand(entry.name, entry.help));
+    }
+}
+
+Program::~Program() = default;
+
 CommandLine ParseCommandLine(int count, const char* const* arguments)
 {
     std::vector<std::string> words = Words(count, arguments);
-    CLI::App app(Description(), "qva");
-    app.footer(examples);
-    app.set_version_flag("-V,--version", "qva " QVA_VERSION_STRING);
-    app.require_subcommand(1);
-    std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>> choices;
-    for (const CommandEntry& entry : commands) {
-        choices.emplace_back(app.add_subcommand(entry.name, entry.help), entry.make());
-        choices.back().second->AddOptions(*choices.back().first);
-    }
+    Program program;
     CommandLine line;
-    line.text = Parse(app, std::move(words));
+    line.text = Parse(*program.app, std::move(words));
     if (!line.text.empty()) {
         return line;
     }
+    const std::vector<CLI::App*> choices = program.app->get_subcommands({});
     const auto chosen = std::find_if(choices.begin(), choices.end(),
-                                     [](const auto& choice) { return choice.first->parsed(); });
-    line.command = std::move(chosen->second);
+                                     [](const CLI::App* choice) { return choice->parsed(); });
+    line.name = (*chosen)->get_name();
+    line.command = std::move(program.commands[static_cast<std::size_t>(chosen - choices.begin())]);
     line.command->Finish();
     return line;
 }

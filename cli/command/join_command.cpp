@@ -1,7 +1,7 @@
 // qva join
 #include "base/errors.h"
-#include "base/json_text.h"
 #include "command/command.h"
+#include "command/json_output.h"
 #include "command/option_checks.h"
 #include "command/print_options.h"
 #include "command/remarks.h"
@@ -97,8 +97,10 @@ public:
     }
     void Run() override;
     std::string Subject() const override { return options_.output; }
+    bool WantsJson() const override { return options_.json; }
 
 private:
+    void Tell(ImageSize size, std::size_t shares) const;
     std::shared_ptr<const DeviceOutput> DeviceOfShares(
         const std::optional<RenderedFor>& paper) const;
 
@@ -108,6 +110,7 @@ private:
         int threads = 0;
         ProgressStyle progress = ProgressStyle::Terminal;
         bool noClobber = false;
+        bool dryRun = false;
         bool json = false;
     } options_;
     DeviceOptions device_;
@@ -130,7 +133,8 @@ void JoinCommand::AddOptions(CLI::App& app)
         ->type_name("FILE");
     AddNoClobberOption(app, options_.noClobber);
     AddThreadsOption(app, options_.threads);
-    app.add_flag("--json", options_.json, "Write the result to standard output as JSON");
+    AddDryRunOption(app, options_.dryRun);
+    AddJsonOption(app, options_.json);
     AddProgressOption(app, options_.progress);
     app.footer("Example:\n  qva join share1.tif share2.tif -o print.tif");
 }
@@ -142,7 +146,8 @@ std::shared_ptr<const DeviceOutput> JoinCommand::DeviceOfShares(
     if (!paper || paper->profileDigest != DigestOf(profile.bytes)) {
         throw Failure(options_.shares.front(),
                       fmt::format("was rendered for another profile than {}",
-                                  profile_.empty() ? "the built-in one" : profile_));
+                                  profile_.empty() ? "the built-in one" : profile_),
+                      exitProfile);
     }
     return DeviceOf(device_, profile, paper->intent, profile_);
 }
@@ -159,7 +164,11 @@ void JoinCommand::Run()
     }
     SetThreads(options_.threads);
     TellLeftovers(options_.output, options_.progress == ProgressStyle::None);
-    OutputFile output(options_.output);
+    ResolveOutput(options_.output);
+    std::optional<OutputFile> output;
+    if (!options_.dryRun) {
+        output.emplace(options_.output);
+    }
     std::vector<ShareFile> files;
     for (const std::string& path : options_.shares) {
         files.push_back(OpenShare(path));
@@ -182,18 +191,27 @@ void JoinCommand::Run()
     for (ShareFile& file : files) {
         readers.push_back(std::move(file.reader));
     }
-    Assemble(readers, plan, settings, output, progress);
-    output.Commit();
+    if (output) {
+        Assemble(readers, plan, settings, *output, progress);
+        output->Commit();
+    }
     progress.Clear();
+    Tell(plan.page, files.size());
+}
+
+void JoinCommand::Tell(ImageSize size, std::size_t shares) const
+{
     if (options_.json) {
         JsonWriter json(true);
-        json.OpenObject();
+        BeginOutput(json, "join", options_.dryRun ? statusPlanned : statusDone);
         json.Add("file", options_.output);
-        json.Add("shares", files.size());
-        json.Add("width", plan.page.width);
-        json.Add("height", plan.page.height);
-        json.Close();
-        fmt::print("{}\n", json.Text());
+        json.Add("shares", shares);
+        json.Add("width", size.width);
+        json.Add("height", size.height);
+        EndOutput(json);
+    } else if (options_.dryRun) {
+        fmt::print("{}: {} x {} pixels, joined from {} shares, would be written\n",
+                   OneLine(options_.output), size.width, size.height, shares);
     }
 }
 

@@ -1,9 +1,12 @@
 // The program: reads the command line, runs a command, turns failures into a line and a code.
 #include "base/errors.h"
+#include "base/pipe_ends.h"
 #include "base/signals.h"
 #include "command/command_line.h"
+#include "command/json_output.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -21,7 +24,11 @@ void Run(const qva::CommandLine& line)
         fmt::print("{}", line.text);
     }
     if (std::fflush(stdout) != 0) {
-        throw qva::Failure("standard output", qva::SystemReason(errno));
+        if (errno == EPIPE) {
+            // Whoever reads has seen enough: the usual end.
+            std::raise(SIGPIPE);
+        }
+        throw qva::Failure("standard output", qva::WriteReason(errno), qva::exitOutput);
     }
 }
 
@@ -31,9 +38,16 @@ std::string SubjectOf(const qva::CommandLine& line)
     return line.command ? line.command->Subject() : std::string();
 }
 
-int Fail(const std::string& message, int exitCode)
+int Fail(const qva::CommandLine& line, const std::string& message, int exitCode) noexcept
 {
-    qva::Say("qva: " + qva::OneLine(message) + "\n");
+    try {
+        qva::Say("qva: " + qva::OneLine(qva::ForPeople(message)) + "\n");
+        if (line.command && line.command->WantsJson()) {
+            qva::PrintFailure(line.name, exitCode, message);
+        }
+    } catch (const std::exception&) {
+        // Where memory ran out, there may be none for the message either.
+    }
     return exitCode;
 }
 
@@ -61,14 +75,14 @@ int main(int count, char** arguments)
         Run(line);
         return qva::exitDone;
     } catch (const qva::Error& error) {
-        return Fail(error.what(), error.ExitCode());
+        return Fail(line, error.what(), error.ExitCode());
     } catch (const std::bad_alloc&) {
-        return Fail(SubjectOf(line) + ": there is not enough memory for it", qva::exitFailed);
+        return Fail(line, SubjectOf(line) + ": there is not enough memory for it", qva::exitFailed);
     } catch (const std::length_error&) {
-        return Fail(SubjectOf(line) + ": there is not enough memory for it", qva::exitFailed);
+        return Fail(line, SubjectOf(line) + ": there is not enough memory for it", qva::exitFailed);
     } catch (const std::exception& error) {
         const std::string subject = SubjectOf(line);
-        return Fail(subject.empty() ? error.what() : subject + ": " + error.what(),
+        return Fail(line, subject.empty() ? error.what() : subject + ": " + error.what(),
                     qva::exitFailed);
     }
 }

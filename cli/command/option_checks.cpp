@@ -45,7 +45,8 @@ CLI::Validator OneOf(const std::vector<std::string>& words)
         }
         return {};
     };
-    return CLI::Validator(check, "");
+    // Completions offer the words by its name.
+    return CLI::Validator(check, "", fmt::format("{}", fmt::join(words, " ")));
 }
 
 CLI::Validator NotEmpty()
@@ -57,12 +58,15 @@ CLI::Validator NotEmpty()
         "");
 }
 
-CLI::Validator ByteCount()
+CLI::Validator ByteCount(std::uint64_t least)
 {
-    const auto check = [](std::string& text) -> std::string {
+    const auto check = [least](std::string& text) -> std::string {
         const std::optional<std::uint64_t> bytes = ParseByteCount(text);
         if (!bytes) {
             return fmt::format("'{}' is not a number of bytes, such as 800M or 1G", text);
+        }
+        if (*bytes < least) {
+            return fmt::format("{} is below the least that is needed, {}M", text, least / 1000000);
         }
         return {};
     };
@@ -75,6 +79,7 @@ std::optional<std::uint64_t> ParseByteCount(const std::string& text)
     const double number = std::strtod(text.c_str(), &end);
     const std::string unit = end;
     const double factor = unit.empty()                  ? 1.0
+                          : unit == "K" || unit == "KB" ? 1e3
                           : unit == "M" || unit == "MB" ? 1e6
                           : unit == "G" || unit == "GB" ? 1e9
                           : unit == "T" || unit == "TB" ? 1e12

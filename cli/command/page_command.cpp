@@ -1,8 +1,8 @@
 // qva page: a page of any size in bounded memory.
 #include "base/errors.h"
-#include "base/json_text.h"
 #include "base/memory_limit.h"
 #include "command/command.h"
+#include "command/json_output.h"
 #include "command/page_options.h"
 #include "command/remarks.h"
 #include "command/timing_option.h"
@@ -83,6 +83,7 @@ public:
     void Finish() override { FinishPage(options_); }
     void Run() override;
     std::string Subject() const override { return options_.print.photo.path; }
+    bool WantsJson() const override { return options_.print.json; }
 
 private:
     PageRequest Request(const SourceDescription& source) const;
@@ -106,8 +107,8 @@ void PageCommand::Tell(const PageSummary& done, const PrinterProfile& profile,
 {
     TellScratch(options_.print, done.scratchReason);
     TellPrint(options_.print, profile, found);
-    if (!options_.json) {
-        TellTiming();
+    TellTiming();
+    if (!options_.print.json) {
         return;
     }
     const BandPlan& plan = done.job.plan;
@@ -116,7 +117,7 @@ void PageCommand::Tell(const PageSummary& done, const PrinterProfile& profile,
     const double megapixels =
         static_cast<double>(lines.count) * static_cast<double>(plan.LineLength()) * 1e-6;
     JsonWriter json(true);
-    json.OpenObject();
+    BeginOutput(json, "page", statusDone);
     WritePlan(json, plan, share, done.scratchReason);
     json.OpenObject("job");
     WriteJob(json, done.job);
@@ -129,31 +130,32 @@ void PageCommand::Tell(const PageSummary& done, const PrinterProfile& profile,
     json.Add("peakMemory", PeakMemory());
     json.Close();
     WriteTiming(json);
-    json.Close();
-    fmt::print("{}\n", json.Text());
+    AddRemarks(json, AllRemarks(options_.print, profile, found));
+    EndOutput(json);
 }
 
 void PageCommand::Run()
 {
     const PhotoOptions& photo = options_.print.photo;
+    PipeEnds pipes;
+    OpenPipes(options_.print, pipes);
     CheckNames(options_.print);
     SetThreads(options_.print.threads);
     const PrinterProfile profile = ProfileOf(options_.print.profile);
     TryProfile(profile, options_.print.render, options_.print.profile);
     SetPaper(profile, options_.print);
-    if (!options_.dryRun) {
+    if (!options_.print.dryRun) {
         TellLeftovers(options_.print.output, options_.print.quiet);
         EnsureFolder(options_.print.output);
     }
     std::unique_ptr<ImageSource> source = OpenImage(photo.path, photo.limits);
     const BandPlan plan = PlanFor(options_.cut, source->Describe());
-    if (options_.dryRun) {
+    if (options_.print.dryRun) {
         JsonWriter json(true);
-        json.OpenObject();
+        BeginOutput(json, "page", statusPlanned);
         WritePlan(json, plan, options_.cut.share.value_or(Share{}),
                   ScratchReasonOf(source->Describe(), plan.direction));
-        json.Close();
-        fmt::print("{}\n", json.Text());
+        EndOutput(json);
         return;
     }
     Progress progress(options_.progress);

@@ -47,7 +47,7 @@ void AddBandOptions(CLI::App& app, PageCut& cut)
            "--max-memory",
            [&cut](const std::string& text) { cut.maxMemory = *ParseByteCount(text); },
            "Bytes to work in, such as 800M (1G); decides the height of the bands")
-        ->check(ByteCount())
+        ->check(ByteCount(LeastMemory()))
         ->type_name("BYTES")
         ->group(group);
     app.add_option_function<int>(
@@ -71,12 +71,8 @@ void AddRunOptions(CLI::App& app, PageOptions& options)
 {
     const char* group = "Sharing and going on";
     CLI::Option* band =
-        app.add_option_function<std::string>(
-               "--band",
-               [&options](const std::string& text) { options.cut.share = ParseShareText(text); },
-               "Render only the share i of n; qva join puts all shares together")
-            ->check(ShareCheck())
-            ->type_name("i/n")
+        AddShareOption(app, "--band", options.cut.share,
+                       "Render only the share i of n; qva join puts all shares together")
             ->group(group);
     CLI::Option* resume = app.add_flag_callback(
         "--resume", [&options] { options.continuation = Continuation::Resume; },
@@ -84,17 +80,22 @@ void AddRunOptions(CLI::App& app, PageOptions& options)
     CLI::Option* restart = app.add_flag_callback(
         "--restart", [&options] { options.continuation = Continuation::Restart; },
         "Begin anew where a stopped run is in the way");
-    CLI::Option* dry =
-        app.add_flag("--dry-run", options.dryRun, "Only tell the plan, as JSON")->group(group);
     resume->group(group)->excludes(restart);
     restart->group(group);
     app.get_option("--side-by-side")->excludes(band);
-    app.add_flag("--json", options.json, "Write plan and result to standard output as JSON")
-        ->excludes(dry)
-        ->group("Output");
 }
 
 } // namespace
+
+CLI::Option* AddShareOption(CLI::App& app, const std::string& name, std::optional<Share>& share,
+                            const std::string& help)
+{
+    return app
+        .add_option_function<std::string>(
+            name, [&share](const std::string& text) { share = ParseShareText(text); }, help)
+        ->check(ShareCheck())
+        ->type_name("i/n");
+}
 
 void AddPageOptions(CLI::App& app, PageOptions& options)
 {
@@ -107,6 +108,10 @@ void AddPageOptions(CLI::App& app, PageOptions& options)
 void FinishPage(PageOptions& options)
 {
     FinishPrint(options.print);
+    if (options.print.output == pipeName) {
+        throw Misuse("--output", "a page goes on where it was stopped, and needs a name for that; "
+                                 "qva print writes to standard output");
+    }
     if (options.cut.share && !OutputFormatOf(options.print.output).isStrips) {
         throw Misuse(options.print.output, "a share is a TIFF: the name must end in .tif or .tiff");
     }

@@ -10,11 +10,13 @@ struct PageOptions {
     PageCut cut;
     Continuation continuation = Continuation::Refuse;
     ProgressStyle progress = ProgressStyle::Terminal;
-    bool json = false;
-    bool dryRun = false;
 };
 
 void AddPageOptions(CLI::App& app, PageOptions& options);
+
+/// A share i/n of the work.
+CLI::Option* AddShareOption(CLI::App& app, const std::string& name, std::optional<Share>& share,
+                            const std::string& help);
 
 /// What only all options together can tell.
 /// @throws Misuse.

@@ -1,10 +1,14 @@
 // qva print and qva preview
+#include "base/errors.h"
 #include "base/memory_limit.h"
+#include "base/output_file.h"
 #include "base/phase_times.h"
 #include "command/command.h"
+#include "command/json_output.h"
 #include "command/option_checks.h"
 #include "command/print_options.h"
 #include "command/remarks.h"
+#include "command/report.h"
 #include "command/timing_option.h"
 #include "formats/write_page.h"
 #include "render/profile_trial.h"
@@ -13,6 +17,8 @@
 #include "render/threads.h"
 
 #include <algorithm>
+#include <chrono>
+#include <fmt/format.h>
 #include <optional>
 #include <utility>
 
@@ -66,6 +72,7 @@ public:
     void Finish() override { FinishPrint(options_); }
     void Run() override;
     std::string Subject() const override { return options_.photo.path; }
+    bool WantsJson() const override { return options_.json; }
 
 private:
     bool FitsMemory(ImageSize size) const;
@@ -73,12 +80,21 @@ private:
                    const OutputFile& output, const OutputFile* sheet, Progress& progress) const;
     void RunInBands(const PrinterProfile& profile, const Examination& found,
                     ImageSource& source) const;
+    void Plan(const PrinterProfile& profile);
+    /// @return whether the picture was printed at once.
+    bool Print(const PrinterProfile& profile, Examination& found);
+    void Tell(std::string_view status, bool atOnce, const PrinterProfile& profile,
+              const Examination& found) const;
     ProgressStyle Style() const
     {
         return options_.quiet ? ProgressStyle::None : ProgressStyle::Terminal;
     }
 
+    using Clock = std::chrono::steady_clock;
+
     PrintOptions options_;
+    bool isPiped_ = false; ///< the result goes to standard output
+    Clock::time_point start_ = Clock::now();
     std::optional<std::uint64_t> maxMemory_; ///< bytes; what the machine has where not given
 };
 
@@ -93,7 +109,7 @@ void PrintCommand::AddOptions(CLI::App& app)
                [this](const std::string& text) { maxMemory_ = ParseByteCount(text); },
                "Bytes to work in, such as 4G; a larger picture is printed in bands, as by qva page "
                "(most of what the machine has)")
-            ->check(ByteCount())
+            ->check(ByteCount(LeastMemory()))
             ->type_name("BYTES")
             ->group("Rendering");
     }
@@ -132,14 +148,47 @@ void PrintCommand::RunInBands(const PrinterProfile& profile, const Examination& 
     TellScratch(options_, done.scratchReason);
 }
 
-void PrintCommand::Run()
+void PrintCommand::Tell(std::string_view status, bool atOnce, const PrinterProfile& profile,
+                        const Examination& found) const
 {
-    CheckNames(options_);
-    TellLeftovers(options_.output, options_.quiet);
-    SetThreads(options_.threads);
-    const PrinterProfile profile = ProfileOf(options_.profile);
-    TryProfile(profile, options_.render, options_.profile);
-    SetPaper(profile, options_);
+    if (!options_.json) {
+        return;
+    }
+    JsonWriter json(true);
+    BeginOutput(json, options_.render.preview ? "preview" : "print", status);
+    json.Add("file", options_.output);
+    json.Add("paper", profile.description);
+    json.Add("inBands", !atOnce);
+    json.Add("seconds", std::chrono::duration<double>(Clock::now() - start_).count());
+    json.Add("peakMemory", PeakMemory());
+    WriteTiming(json);
+    AddRemarks(json, AllRemarks(options_, profile, found));
+    json.OpenObject("picture");
+    WriteReport(json, found, options_.render.threshold);
+    json.Close();
+    EndOutput(json);
+}
+
+void PrintCommand::Plan(const PrinterProfile& profile)
+{
+    ResolveOutput(options_.output);
+    Progress progress(Style());
+    std::unique_ptr<ImageSource> source;
+    const Examination found =
+        Examine(options_.photo.path, options_.photo.source, options_.photo.light,
+                options_.photo.limits, progress, source);
+    progress.Clear();
+    const bool atOnce = FitsMemory(source->Size());
+    if (!options_.json) {
+        fmt::print("{}  {:<13}{}\n  {:<13}{}, {}\n", ReportText(found, options_.render.threshold),
+                   "paper", profile.description, "would write", OneLine(options_.output),
+                   atOnce ? "at once" : "in bands");
+    }
+    Tell(statusPlanned, atOnce, profile, found);
+}
+
+bool PrintCommand::Print(const PrinterProfile& profile, Examination& found)
+{
     // Before the work, so that a folder that cannot be written is known at once.
     std::optional<OutputFile> output(options_.output);
     std::optional<OutputFile> sheet;
@@ -149,9 +198,8 @@ void PrintCommand::Run()
     Progress progress(Style());
     std::unique_ptr<ImageSource> source;
     Keeping keeping{[this](ImageSize size) { return FitsMemory(size); }, {}};
-    const Examination found =
-        Examine(options_.photo.path, options_.photo.source, options_.photo.light,
-                options_.photo.limits, progress, source, &keeping);
+    found = Examine(options_.photo.path, options_.photo.source, options_.photo.light,
+                    options_.photo.limits, progress, source, &keeping);
     if (FitsMemory(source->Size())) {
         Page page = Load(*source, found, std::move(keeping.samples), options_.photo, progress);
         RunAtOnce(profile, found, std::move(page), *output, sheet ? &*sheet : nullptr, progress);
@@ -160,15 +208,45 @@ void PrintCommand::Run()
             sheet->Commit();
         }
         progress.Clear();
-    } else {
-        progress.Clear();
-        TellRemarks(options_, {"does not fit memory at once: printed in bands, as by qva page"});
-        output.reset();
-        sheet.reset();
-        RunInBands(profile, found, *source);
+        return true;
     }
+    progress.Clear();
+    if (isPiped_) {
+        throw Failure("standard output",
+                      "the picture does not fit memory at once, and bands need "
+                      "a file: name one with -o, or raise --max-memory",
+                      exitFailed);
+    }
+    TellRemarks(options_, {"does not fit memory at once: printed in bands, as by qva page"});
+    output.reset();
+    sheet.reset();
+    RunInBands(profile, found, *source);
+    return false;
+}
+
+void PrintCommand::Run()
+{
+    PipeEnds pipes;
+    isPiped_ = options_.output == pipeName;
+    OpenPipes(options_, pipes);
+    CheckNames(options_);
+    SetThreads(options_.threads);
+    const PrinterProfile profile = ProfileOf(options_.profile);
+    TryProfile(profile, options_.render, options_.profile);
+    SetPaper(profile, options_);
+    if (options_.dryRun) {
+        Plan(profile);
+        return;
+    }
+    if (!isPiped_) {
+        TellLeftovers(options_.output, options_.quiet);
+    }
+    Examination found;
+    const bool atOnce = Print(profile, found);
+    pipes.Send();
     TellPrint(options_, profile, found);
     TellTiming();
+    Tell(statusDone, atOnce, profile, found);
 }
 
 } // namespace

@@ -6,24 +6,37 @@
 #include "formats/writer_table.h"
 #include "picture/print_metadata.h"
 
+#include <filesystem>
 #include <fmt/format.h>
 
 namespace qva {
 
 namespace {
 
-void AddOutputOptions(CLI::App& app, PrintOptions& options)
+constexpr const char* outputGroup = "Output";
+
+void AddOutputNames(CLI::App& app, PrintOptions& options)
 {
-    const char* group = "Output";
-    app.add_option("-o,--output", options.output, "The result: " + OutputEndings())
+    app.add_option("-o,--output", options.output,
+                   "The result: " + OutputEndings() + "; - is standard output")
         ->required()
         ->type_name("FILE")
-        ->group(group);
+        ->group(outputGroup);
+    app.add_option_function<std::string>(
+           "--format", [&options](const std::string& text) { options.pipeEnding = "." + text; },
+           "Of a result on standard output: tif or png (tif)")
+        ->check(OneOf({"tif", "png"}))
+        ->type_name("NAME")
+        ->group(outputGroup);
     app.add_option("--side-by-side", options.sideBySide,
                    "Also write a small sRGB sheet: a plain clip on the left, the result on the "
                    "right")
         ->type_name("FILE.png")
-        ->group(group);
+        ->group(outputGroup);
+}
+
+void AddWriteOptions(CLI::App& app, PrintOptions& options)
+{
     app.add_option_function<std::string>(
            "--compression",
            [&options](const std::string& text) {
@@ -34,20 +47,29 @@ void AddOutputOptions(CLI::App& app, PrintOptions& options)
            "none, lzw (TIFF only) or deflate (deflate)")
         ->check(OneOf({"none", "lzw", "deflate"}))
         ->type_name("NAME")
-        ->group(group);
+        ->group(outputGroup);
     AddNumber(app, "--dpi", "Pixels per inch to state in the result", 1.0, 100000.0,
               [&options](double value) { options.write.dpi = value; })
-        ->group(group);
+        ->group(outputGroup);
     app.add_flag_callback(
            "--no-metadata", [&options] { options.keepsMetadata = false; },
            "Leave out what the picture says about itself: Exif, XMP, IPTC")
-        ->group(group);
-    AddNoClobberOption(app, options.noClobber)->group(group);
+        ->group(outputGroup);
+    if (!options.render.preview) {
+        AddDeviceOptions(app, options.device);
+    }
+}
+
+void AddRunOptions(CLI::App& app, PrintOptions& options)
+{
+    AddNoClobberOption(app, options.noClobber)->group(outputGroup);
+    AddDryRunOption(app, options.dryRun)->group(outputGroup);
+    AddJsonOption(app, options.json)->group(outputGroup);
     CLI::Option* quiet =
-        app.add_flag("-q,--quiet", options.quiet, "No progress and no remarks")->group(group);
+        app.add_flag("-q,--quiet", options.quiet, "No progress and no remarks")->group(outputGroup);
     app.add_flag("-v,--verbose", options.verbose, "Show what was found and chosen")
         ->excludes(quiet)
-        ->group(group);
+        ->group(outputGroup);
 }
 
 } // namespace
@@ -94,23 +116,50 @@ void AddPrintOptions(CLI::App& app, PrintOptions& options)
 {
     AddPhotoOptions(app, options.photo);
     AddRenderOptions(app, options.profile, options.render, options.threads);
-    AddOutputOptions(app, options);
-    if (!options.render.preview) {
-        AddDeviceOptions(app, options.device);
+    AddOutputNames(app, options);
+    AddWriteOptions(app, options);
+    AddRunOptions(app, options);
+}
+
+void AddRenderingOptions(CLI::App& app, PrintOptions& options)
+{
+    AddReadingOptions(app, options.photo);
+    AddRenderOptions(app, options.profile, options.render, options.threads);
+    AddWriteOptions(app, options);
+}
+
+void CheckWriting(const PrintOptions& options, const std::string& output, const std::string& sheet)
+{
+    // The sheet first: its name may end in less than the result's.
+    if (!sheet.empty() && !HasEnding(sheet, ".png")) {
+        throw Misuse(sheet, "the name must end in .png");
     }
+    const OutputFormat& format = OutputFormatOf(output);
+    if (options.write.compression == Compression::Lzw && !format.hasLzw) {
+        throw Misuse("--compression", fmt::format("{} knows none and deflate", format.name));
+    }
+    CheckDevice(options.device, output, options.write.compression);
 }
 
 void FinishPrint(PrintOptions& options)
 {
-    // The sheet first: its name may end in less than the result's.
-    if (!options.sideBySide.empty() && !HasEnding(options.sideBySide, ".png")) {
-        throw Misuse(options.sideBySide, "the name must end in .png");
+    const bool isPiped = options.output == pipeName;
+    if (isPiped && (options.json || options.dryRun)) {
+        throw Misuse(options.dryRun ? "--dry-run" : "--json",
+                     "is told on standard output, where the result goes already");
     }
-    const OutputFormat& format = OutputFormatOf(options.output);
-    if (options.write.compression == Compression::Lzw && !format.hasLzw) {
-        throw Misuse("--compression", fmt::format("{} knows none and deflate", format.name));
+    std::error_code error;
+    if (options.output.ends_with('/') || std::filesystem::is_directory(options.output, error)) {
+        throw Misuse(options.output,
+                     "is a folder: name a file in it, or print many pictures with qva batch");
     }
-    CheckDevice(options.device, options.output, options.write.compression);
+    CheckWriting(options, isPiped ? options.pipeEnding : options.output, options.sideBySide);
+}
+
+void OpenPipes(PrintOptions& options, PipeEnds& pipes)
+{
+    options.photo.path = pipes.Input(options.photo.path, MostPipedBytes(options.photo.limits));
+    options.output = pipes.Output(options.output, options.pipeEnding);
 }
 
 void CheckNames(const PrintOptions& options)

@@ -1,6 +1,7 @@
 // Options of every command that renders: print, preview and page.
 #pragma once
 
+#include "base/pipe_ends.h"
 #include "colour/device_output.h"
 #include "command/shared_options.h"
 #include "formats/row_writer.h"
@@ -24,17 +25,22 @@ struct PrintOptions {
     RenderSettings render;
     int threads = 0; ///< 0: one per core
     std::string output;
-    std::string sideBySide; ///< empty: none
+    std::string pipeEnding = ".tif"; ///< of a result on standard output
+    std::string sideBySide;          ///< empty: none
     WriteSettings write;
     bool keepsMetadata = true;
     DeviceOptions device;
     bool noClobber = false;
+    bool dryRun = false;
+    bool json = false;
     bool quiet = false;
     bool verbose = false;
 };
 
 void AddPrintOptions(CLI::App& app, PrintOptions& options);
 
+/// Those of them that say how a picture is read, rendered and written, but not which and where.
+void AddRenderingOptions(CLI::App& app, PrintOptions& options);
 /// How a picture is rendered, and for which paper.
 void AddRenderOptions(CLI::App& app, std::string& profile, RenderSettings& render, int& threads);
 
@@ -49,6 +55,15 @@ void FinishPrint(PrintOptions& options);
 /// @throws Misuse where an output is one of the inputs, or two outputs are one file.
 /// @throws Failure where an output exists that is to be kept.
 void CheckNames(const PrintOptions& options);
+
+/// Whether results can be written under such names.
+/// @param sheet  of the side-by-side sheet; empty for none.
+/// @throws Misuse.
+void CheckWriting(const PrintOptions& options, const std::string& output, const std::string& sheet);
+
+/// Puts the names of files in the place of "-": standard input is read whole here.
+/// @param pipes  must live as long as the work on the picture.
+void OpenPipes(PrintOptions& options, PipeEnds& pipes);
 
 void AddDeviceOptions(CLI::App& app, DeviceOptions& device);
 

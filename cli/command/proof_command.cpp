@@ -2,6 +2,7 @@
 #include "base/errors.h"
 #include "base/output_file.h"
 #include "command/command.h"
+#include "command/json_output.h"
 #include "command/option_checks.h"
 #include "command/print_options.h"
 #include "command/proof_report.h"
@@ -37,11 +38,14 @@ public:
     void Finish() override;
     void Run() override;
     std::string Subject() const override { return photo_.path; }
+    bool WantsJson() const override { return json_; }
 
 private:
     void AddViewOptions(CLI::App& app);
     void CheckOutputs() const;
     ViewerSpace Viewer() const;
+    void Plan(const ProofSource& source, const ProofSubject& subject) const;
+    void Tell(const ProofSubject& subject, const ProofResult& result) const;
     DeviceIntent IntentOf(const RenderedFor& paper, const PrinterProfile& profile) const;
 
     PhotoOptions photo_;
@@ -55,6 +59,7 @@ private:
     int threads_ = 0;
     bool anyPaper_ = false;
     bool noClobber_ = false;
+    bool dryRun_ = false;
     bool json_ = false;
     bool quiet_ = false;
 };
@@ -96,7 +101,6 @@ void ProofCommand::AddViewOptions(CLI::App& app)
     AddNumber(app, "--ink-limit", "Percent of all inks together that the paper takes (300)", 0.0,
               1500.0, [this](double limit) { proof_.inkLimit = limit; })
         ->group(group);
-    app.add_flag("--json", json_, "Write all figures to standard output as JSON")->group(group);
 }
 
 void ProofCommand::AddOptions(CLI::App& app)
@@ -105,6 +109,8 @@ void ProofCommand::AddOptions(CLI::App& app)
     AddRenderOptions(app, profile_, render_, threads_);
     AddViewOptions(app);
     AddNoClobberOption(app, noClobber_);
+    AddDryRunOption(app, dryRun_);
+    AddJsonOption(app, json_);
     app.add_flag("-q,--quiet", quiet_, "No progress and no remarks");
     app.footer(proofExamples);
 }
@@ -143,7 +149,8 @@ DeviceIntent ProofCommand::IntentOf(const RenderedFor& paper, const PrinterProfi
         throw Failure(photo_.path,
                       fmt::format("was rendered for another profile than {}; --any-paper shows it "
                                   "nevertheless",
-                                  profile_.empty() ? "the built-in one" : profile_));
+                                  profile_.empty() ? "the built-in one" : profile_),
+                      exitProfile);
     }
     return paper.intent;
 }
@@ -156,8 +163,57 @@ ViewerSpace ProofCommand::Viewer() const
     return space_ == "p3" ? ViewerSpace::DisplayP3() : ViewerSpace::Srgb();
 }
 
+void ProofCommand::Plan(const ProofSource& source, const ProofSubject& subject) const
+{
+    std::vector<std::string> outputs;
+    for (const std::string* path : outputs_.All()) {
+        if (!path->empty()) {
+            ResolveOutput(*path);
+            outputs.push_back(*path);
+        }
+    }
+    const ImageSize view = ViewSize(source.Size(), proof_);
+    if (json_) {
+        JsonWriter json(true);
+        BeginOutput(json, "proof", statusPlanned);
+        json.Add("file", subject.path);
+        json.Add("profile", subject.profile.description);
+        json.Add("deviceSpace", subject.device.Space());
+        json.Add("width", view.width);
+        json.Add("height", view.height);
+        json.Add("rendersFirst", !source.IsResult());
+        json.OpenArray("outputs");
+        for (const std::string& path : outputs) {
+            json.Add({}, path);
+        }
+        json.Close();
+        EndOutput(json);
+        return;
+    }
+    fmt::print("{}: {}on \"{}\", {} x {} pixels\n", OneLine(ForPeople(photo_.path)),
+               source.IsResult() ? "" : "would be rendered, then shown ",
+               subject.profile.description, view.width, view.height);
+    for (const std::string& path : outputs) {
+        fmt::print("  {:<13}{}\n", "would write", OneLine(path));
+    }
+}
+
+void ProofCommand::Tell(const ProofSubject& subject, const ProofResult& result) const
+{
+    if (!json_) {
+        fmt::print("{}", ForPeople(ProofText(subject, result)));
+        return;
+    }
+    JsonWriter json(true);
+    BeginOutput(json, "proof", statusDone);
+    WriteProof(json, subject, result);
+    EndOutput(json);
+}
+
 void ProofCommand::Run()
 {
+    PipeEnds pipes;
+    photo_.path = pipes.Input(photo_.path, MostPipedBytes(photo_.limits));
     CheckOutputs();
     SetThreads(threads_);
     const PrinterProfile profile = ProfileOf(profile_);
@@ -174,6 +230,11 @@ void ProofCommand::Run()
                      fmt::format("the profile is of {} colours, not of inks", device.Space()));
     }
     const ViewerSpace viewer = Viewer();
+    const ProofSubject subject = {photo_.path, profile, device, viewer, proof_};
+    if (dryRun_) {
+        Plan(source, subject);
+        return;
+    }
     ProofFiles files(outputs_);
     Progress progress(quiet_ ? ProgressStyle::None : ProgressStyle::Terminal);
     source.Prepare(profile, render_, progress);
@@ -184,8 +245,7 @@ void ProofCommand::Run()
         progress);
     files.Commit();
     progress.Clear();
-    const ProofSubject subject = {photo_.path, profile, device, viewer, proof_};
-    fmt::print("{}", json_ ? ProofJson(subject, result) : ProofText(subject, result));
+    Tell(subject, result);
 }
 
 } // namespace

@@ -164,13 +164,4 @@ void WriteProof(JsonWriter& json, const ProofSubject& subject, const ProofResult
     json.Close();
 }
 
-std::string ProofJson(const ProofSubject& subject, const ProofResult& result)
-{
-    JsonWriter json(true);
-    json.OpenObject();
-    WriteProof(json, subject, result);
-    json.Close();
-    return json.Text() + "\n";
-}
-
 } // namespace qva

@@ -20,10 +20,7 @@ struct ProofSubject {
 /// @return lines for people, each with its line end.
 std::string ProofText(const ProofSubject& subject, const ProofResult& result);
 
-/// @return the same as one JSON object over several lines, with a line end.
-std::string ProofJson(const ProofSubject& subject, const ProofResult& result);
-
-/// Writes the members of that object into one that is open.
+/// Adds the same to a JSON object that is open.
 void WriteProof(JsonWriter& json, const ProofSubject& subject, const ProofResult& result);
 
 } // namespace qva

@@ -2,14 +2,13 @@
 
 #include "base/errors.h"
 #include "base/output_file.h"
+#include "base/pipe_ends.h"
 #include "base/temporary_name.h"
 #include "command/report.h"
 
 #include <fmt/format.h>
 
 namespace qva {
-
-namespace {
 
 std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterProfile& profile,
                                     const Examination& found)
@@ -25,13 +24,11 @@ std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterPr
     return remarks;
 }
 
-} // namespace
-
 void TellRemarks(const PrintOptions& options, const std::vector<std::string>& remarks)
 {
     for (const std::string& remark : remarks) {
         if (!options.quiet) {
-            Say(fmt::format("qva: {}: {}\n", OneLine(options.photo.path), remark));
+            Say(fmt::format("qva: {}: {}\n", OneLine(ForPeople(options.photo.path)), remark));
         }
     }
 }

@@ -20,6 +20,10 @@ void TellScratch(const PrintOptions& options, const std::string& reason);
 /// quiet.
 void TellLeftovers(const std::string& output, bool quiet);
 
+/// All that the user should know about a print.
+std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterProfile& profile,
+                                    const Examination& found);
+
 /// Writes to standard error what was found and chosen, as far as the user wants it, and all that
 /// the user should know about it.
 void TellPrint(const PrintOptions& options, const PrinterProfile& profile,

@@ -1,7 +1,7 @@
 #include "command/report.h"
 
 #include "base/errors.h"
-#include "base/json_text.h"
+#include "base/pipe_ends.h"
 #include "picture/print_metadata.h"
 #include "render/renderer.h"
 
@@ -73,7 +73,7 @@ std::string ReportText(const Examination& found, double threshold)
     const SourceDescription& description = found.description;
     const Interpretation& meaning = found.meaning;
     const PictureStatistics& light = found.statistics;
-    std::string text = fmt::format("{}\n", OneLine(description.path));
+    std::string text = fmt::format("{}\n", OneLine(ForPeople(description.path)));
     const auto line = [&text](const char* label, const std::string& value) {
         text += fmt::format("  {:<13}{}\n", label, value);
     };
@@ -115,14 +115,12 @@ std::string ReportText(const Examination& found, double threshold)
     return text;
 }
 
-std::string ReportJson(const Examination& found, double threshold)
+void WriteReport(JsonWriter& json, const Examination& found, double threshold)
 {
     const SourceDescription& description = found.description;
     const Interpretation& meaning = found.meaning;
     const PictureStatistics& light = found.statistics;
     const ImageSize upright = UprightSize(description);
-    JsonWriter json(true);
-    json.OpenObject();
     json.Add("file", description.path);
     json.Add("format", description.format);
     json.Add("width", upright.width);
@@ -137,8 +135,8 @@ std::string ReportJson(const Examination& found, double threshold)
     json.OpenObject("encoding");
     json.Add("transfer", NameOfTransfer(meaning));
     json.Add("from", meaning.transferFrom);
-    json.Add("luminanceMin", meaning.signalZeroLuminance);
-    json.Add("luminanceMax", meaning.signalOneLuminance);
+    json.Add("signalZeroLuminance", meaning.signalZeroLuminance);
+    json.Add("signalOneLuminance", meaning.signalOneLuminance);
     json.Add("luminanceFrom", meaning.luminanceFrom);
     json.Close();
     json.OpenObject("primaries");
@@ -173,8 +171,8 @@ std::string ReportJson(const Examination& found, double threshold)
     json.Close();
     json.OpenObject("range");
     json.Add("gammaType", found.range.gammaType);
-    json.Add("luminanceMin", found.range.bottom);
-    json.Add("luminanceMax", found.range.top);
+    json.Add("bottom", found.range.bottom);
+    json.Add("top", found.range.top);
     json.Add("codeMax", found.range.codeMax);
     json.Add("passThrough", found.range.passThrough);
     json.Add("from", found.range.topFrom);
@@ -193,6 +191,13 @@ std::string ReportJson(const Examination& found, double threshold)
         json.Add({}, note);
     }
     json.Close();
+}
+
+std::string ReportJson(const Examination& found, double threshold)
+{
+    JsonWriter json(true);
+    json.OpenObject();
+    WriteReport(json, found, threshold);
     json.Close();
     return json.Text() + "\n";
 }

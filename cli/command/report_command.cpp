@@ -1,9 +1,11 @@
 // qva report
 #include "base/errors.h"
 #include "base/output_file.h"
+#include "base/pipe_ends.h"
 #include "colour/luminance.h"
 #include "colour/transfer_functions.h"
 #include "command/command.h"
+#include "command/json_output.h"
 #include "command/print_options.h"
 #include "command/proof_report.h"
 #include "command/report.h"
@@ -80,7 +82,7 @@ void WriteText(const OutputFile& file, const std::string& text)
     for (std::size_t done = 0; done < text.size();) {
         const ssize_t count = write(descriptor.Get(), text.data() + done, text.size() - done);
         if (count < 0 && errno != EINTR) {
-            throw Failure(file.Path(), "cannot be written: " + SystemReason(errno));
+            throw Failure(file.Path(), WriteReason(errno), exitOutput);
         }
         done += count < 0 ? 0 : static_cast<std::size_t>(count);
     }
@@ -95,18 +97,28 @@ std::vector<float> SceneLight(const RenderRange& range)
     return light;
 }
 
+std::string TitleOf(const std::string& path)
+{
+    const std::string name = ForPeople(path);
+    return OneLine(name.substr(name.find_last_of('/') + 1));
+}
+
 class ReportCommand : public Command {
 public:
     void AddOptions(CLI::App& app) override;
     void Finish() override;
     void Run() override;
     std::string Subject() const override { return photo_.path; }
+    bool WantsJson() const override { return json_; }
 
 private:
     void Look(const Page& page, const RenderRange& range, ReportContent& content) const;
     void LookAtResult(const Page& page, ReportContent& content) const;
     void Complete(const Examination& found, const ProofSubject& subject, const ProofResult& result,
                   ReportContent& content) const;
+    void Plan(const ProofSource& source, const PrinterProfile& profile) const;
+    void Tell(const Examination& found, const ProofSubject& subject,
+              const ProofResult& result) const;
     ProofResult Proof(ProofSource& source, const DeviceProfile& device, const ViewerSpace& viewer,
                       ReportContent& content, Progress& progress) const;
 
@@ -117,6 +129,8 @@ private:
     std::string output_;
     int threads_ = 0;
     bool noClobber_ = false;
+    bool dryRun_ = false;
+    bool json_ = false;
     bool quiet_ = false;
 };
 
@@ -128,6 +142,8 @@ void ReportCommand::AddOptions(CLI::App& app)
         ->required()
         ->type_name("FILE.html");
     AddNoClobberOption(app, noClobber_);
+    AddDryRunOption(app, dryRun_);
+    AddJsonOption(app, json_);
     app.add_flag("-q,--quiet", quiet_, "No progress");
     app.footer(
         "One file that needs nothing else: before and after, the proof, what the paper cannot\n"
@@ -191,7 +207,7 @@ ProofResult ReportCommand::Proof(ProofSource& source, const DeviceProfile& devic
 void ReportCommand::Complete(const Examination& found, const ProofSubject& subject,
                              const ProofResult& result, ReportContent& content) const
 {
-    content.title = OneLine(photo_.path.substr(photo_.path.find_last_of('/') + 1));
+    content.title = TitleOf(photo_.path);
     content.figures = result.figures;
     content.found = RowsOf(ReportText(found, render_.threshold));
     content.found.emplace_back("paper white", fmt::format("{} cd/m2", render_.paperWhite));
@@ -199,8 +215,48 @@ void ReportCommand::Complete(const Examination& found, const ProofSubject& subje
     content.remarks = Remarks(found, render_.threshold);
 }
 
+void ReportCommand::Plan(const ProofSource& source, const PrinterProfile& profile) const
+{
+    ResolveOutput(output_);
+    const ImageSize size = source.Size();
+    if (json_) {
+        JsonWriter json(true);
+        BeginOutput(json, "report", statusPlanned);
+        json.Add("file", output_);
+        json.Add("paper", profile.description);
+        json.Add("width", size.width);
+        json.Add("height", size.height);
+        EndOutput(json);
+        return;
+    }
+    fmt::print("{}: would tell of {}, {} x {} pixels, on \"{}\"\n", OneLine(output_),
+               TitleOf(photo_.path), size.width, size.height, profile.description);
+}
+
+void ReportCommand::Tell(const Examination& found, const ProofSubject& subject,
+                         const ProofResult& result) const
+{
+    if (!json_) {
+        return;
+    }
+    JsonWriter json(true);
+    BeginOutput(json, "report", statusDone);
+    json.Add("file", output_);
+    json.Add("paper", subject.profile.description);
+    AddRemarks(json, Remarks(found, render_.threshold));
+    json.OpenObject("picture");
+    WriteReport(json, found, render_.threshold);
+    json.Close();
+    json.OpenObject("proof");
+    WriteProof(json, subject, result);
+    json.Close();
+    EndOutput(json);
+}
+
 void ReportCommand::Run()
 {
+    PipeEnds pipes;
+    photo_.path = pipes.Input(photo_.path, MostPipedBytes(photo_.limits));
     RefuseSameFile(output_, photo_.path, "the photograph");
     RefuseSameFile(output_, profile_, "the profile");
     if (noClobber_) {
@@ -215,6 +271,10 @@ void ReportCommand::Run()
     if (source.IsResult()) {
         throw Failure(photo_.path, "is a result: the report is made of the photograph");
     }
+    if (dryRun_) {
+        Plan(source, profile);
+        return;
+    }
     OutputFile output(output_);
     Progress progress(quiet_ ? ProgressStyle::None : ProgressStyle::Terminal);
     ReportContent content;
@@ -222,10 +282,12 @@ void ReportCommand::Run()
                    [&](const Page& page, const RenderRange& range) { Look(page, range, content); });
     LookAtResult(source.Rendered(), content);
     const ProofResult result = Proof(source, device, viewer, content, progress);
-    Complete(*source.Found(), {photo_.path, profile, device, viewer, proof_}, result, content);
-    WriteText(output, ReportHtml(content));
+    const ProofSubject subject = {photo_.path, profile, device, viewer, proof_};
+    Complete(*source.Found(), subject, result, content);
+    WriteText(output, ForPeople(ReportHtml(content)));
     output.Commit();
     progress.Clear();
+    Tell(*source.Found(), subject, result);
 }
 
 } // namespace

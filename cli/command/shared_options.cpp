@@ -5,6 +5,7 @@
 #include "formats/format_table.h"
 #include "render/threads.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <fmt/format.h>
 
@@ -18,7 +19,9 @@ CLI::Validator PrimariesName()
         return FindPrimaries(text) ? std::string()
                                    : fmt::format("'{}' is not one of {}", text, PrimariesNames());
     };
-    return CLI::Validator(check, "");
+    std::string words = PrimariesNames();
+    words.erase(std::remove(words.begin(), words.end(), ','), words.end());
+    return CLI::Validator(check, "", words);
 }
 
 ProgressStyle StyleOf(const std::string& text)
@@ -32,9 +35,16 @@ ProgressStyle StyleOf(const std::string& text)
 
 void AddPhotoOptions(CLI::App& app, PhotoOptions& photo)
 {
+    app.add_option("PHOTO", photo.path, "The picture: " + FormatNames() + "; - is standard input")
+        ->required()
+        ->type_name("");
+    AddReadingOptions(app, photo);
+}
+
+void AddReadingOptions(CLI::App& app, PhotoOptions& photo)
+{
     SourceOptions& source = photo.source;
     SizeLimits& limits = photo.limits;
-    app.add_option("PHOTO", photo.path, "The picture: " + FormatNames())->required()->type_name("");
     const char* group = "What the picture means, where it does not say itself";
     app.add_option("--encoding", source.encoding,
                    "How codes stand for light: linear, gamma22, srgb, pq or hlg")
@@ -88,6 +98,26 @@ CLI::Option* AddThreadsOption(CLI::App& app, int& threads)
 CLI::Option* AddNoClobberOption(CLI::App& app, bool& keep)
 {
     return app.add_flag("--no-clobber", keep, "Refuse to begin where an output exists already");
+}
+
+CLI::Option* AddJsonOption(CLI::App& app, bool& json)
+{
+    return app.add_flag("--json", json,
+                        "Write to standard output, for programs: JSON as share/qva/"
+                        "output.schema.json describes it");
+}
+
+CLI::Option* AddDryRunOption(CLI::App& app, bool& dryRun)
+{
+    return app.add_flag("--dry-run", dryRun, "Only tell what would be done; writes nothing");
+}
+
+std::uint64_t MostPipedBytes(const SizeLimits& limits)
+{
+    // Four samples of 32 bits a pixel, and room for what describes them.
+    constexpr std::uint64_t most = std::uint64_t{1} << 50;
+    constexpr std::uint64_t rest = std::uint64_t{64} << 20;
+    return std::min(limits.pixels, most / 16) * 16 + rest;
 }
 
 void AddProgressOption(CLI::App& app, ProgressStyle& style)

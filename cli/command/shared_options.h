@@ -7,12 +7,13 @@
 #include "picture/source_description.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <functional>
 #include <string>
 
 namespace qva {
 
-/// The picture, and how it is to be read.
+/// A picture, and how it is to be read.
 struct PhotoOptions {
     std::string path;
     SourceOptions source;
@@ -22,10 +23,20 @@ struct PhotoOptions {
 
 void AddPhotoOptions(CLI::App& app, PhotoOptions& photo);
 
+/// The same without the picture's name.
+void AddReadingOptions(CLI::App& app, PhotoOptions& photo);
+
 CLI::Option* AddThreadsOption(CLI::App& app, int& threads);
 
 /// @param keep  set where outputs that exist are to be kept; the command asks EnsureNew then.
 CLI::Option* AddNoClobberOption(CLI::App& app, bool& keep);
+
+CLI::Option* AddJsonOption(CLI::App& app, bool& json);
+
+CLI::Option* AddDryRunOption(CLI::App& app, bool& dryRun);
+
+/// Bytes that are taken from standard input at most: no picture of so many pixels has more.
+std::uint64_t MostPipedBytes(const SizeLimits& limits);
 
 void AddProgressOption(CLI::App& app, ProgressStyle& style);
 

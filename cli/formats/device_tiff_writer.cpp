@@ -91,7 +91,8 @@ DeviceTiffWriter::DeviceTiffWriter(const OutputFile& file, ImageSize size,
 
 void DeviceTiffWriter::Fail() const
 {
-    throw Failure(path_, "cannot be written: " + (errno != 0 ? SystemReason(errno) : message_));
+    throw Failure(path_, errno != 0 ? WriteReason(errno) : "cannot be written: " + message_,
+                  exitOutput);
 }
 
 template <typename... Values>

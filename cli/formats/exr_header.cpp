@@ -15,6 +15,7 @@ namespace {
 /// One part's statements; a side is 0 where it makes no sense, which the library says better.
 struct ExrPart {
     ImageSize data;
+    ImageSize display;
     ImageSize tile; ///< 0 for rows
     int compression = 0;
     std::uint64_t chunkCount = 0; ///< as stated
@@ -23,6 +24,17 @@ struct ExrPart {
 
 // "OpenEXR File Layout", in the order of the compressions' numbers.
 constexpr std::int64_t rowsPerChunk[] = {1, 1, 1, 16, 32, 16, 32, 32, 32, 256};
+
+// A frame of film without anything in it has a data window of one pixel; a detail of a large one
+// has more.
+constexpr std::int64_t emptyPixels = 1 << 24;
+constexpr std::int64_t displayPerData = 4096;
+
+/// Refused by the library, or as the picture's.
+bool IsLong(ImageSize window)
+{
+    return std::max(window.width, window.height) > longestSide;
+}
 
 std::uint64_t Chunks(const ExrPart& part)
 {
@@ -116,7 +128,22 @@ private:
         if (chunks > bytes_ / bytesPerChunk) {
             Fail(fmt::format("its {} bytes cannot hold {} chunks", bytes_, chunks));
         }
+        CheckDisplay(part);
         return part;
+    }
+
+    // Outside its data window a page takes no byte, so no length of the file speaks for it.
+    void CheckDisplay(const ExrPart& part) const
+    {
+        if (IsLong(part.display) || IsLong(part.data)) {
+            return;
+        }
+        const std::int64_t pixels = part.data.width * part.data.height;
+        if (part.display.width * part.display.height > emptyPixels + displayPerData * pixels) {
+            Fail(fmt::format("its data window of {} x {} pixels is too small for {} x {} pixels",
+                             part.data.width, part.data.height, part.display.width,
+                             part.display.height));
+        }
     }
 
     void CheckAttribute(const std::string& name, ExrPart& part)
@@ -130,11 +157,10 @@ private:
         const auto start = file_.tellg();
         if (type == "box2i" && size == 16 && (name == "dataWindow" || name == "displayWindow")) {
             const ImageSize window = Window();
-            // Longer sides are refused by the library, or as the picture's.
-            if (window.width <= longestSide && window.height <= longestSide) {
+            if (!IsLong(window)) {
                 CheckPromise(path_, window);
             }
-            part.data = name == "dataWindow" ? window : part.data;
+            (name == "dataWindow" ? part.data : part.display) = window;
         } else if (name == "tiles" && size == 9) {
             part.tile.width = Number();
             part.tile.height = Number();

@@ -36,7 +36,8 @@ PngFile::~PngFile()
 
 void PngFile::Fail() const
 {
-    throw Failure(path_, "cannot be written: " + (errno != 0 ? SystemReason(errno) : message_));
+    throw Failure(path_, errno != 0 ? WriteReason(errno) : "cannot be written: " + message_,
+                  exitOutput);
 }
 
 void PngFile::SetHeader(ImageSize size, int bits, int level)

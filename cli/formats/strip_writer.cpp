@@ -115,7 +115,8 @@ struct StripWriter::File {
     [[noreturn]] void Fail() const
     {
         // The system knows the reason better than the library: it says "no space left on device".
-        throw Failure(name, "cannot be written: " + (error != 0 ? SystemReason(error) : message));
+        throw Failure(name, error != 0 ? WriteReason(error) : "cannot be written: " + message,
+                      exitOutput);
     }
 };
 

@@ -54,9 +54,11 @@ std::int64_t LinesFor(const BandPlan& plan, std::uint64_t maxMemory, const std::
     const std::int64_t smallest = std::min(strip + 2 * plan.margin, plan.Lines());
     const std::uint64_t needed = MemoryOf(plan, smallest);
     if (needed > maxMemory) {
-        throw Failure(name, fmt::format("lines of {} pixels need {} MB with their margins: raise "
-                                        "--max-memory",
-                                        plan.LineLength(), needed / 1000000 + 1));
+        throw Failure(name,
+                      fmt::format("lines of {} pixels need {} MB with their margins: raise "
+                                  "--max-memory",
+                                  plan.LineLength(), needed / 1000000 + 1),
+                      exitFailed);
     }
     const std::uint64_t lineBytes = MemoryOf(plan, 1) - MemoryOf(plan, 0);
     const auto outer = static_cast<std::int64_t>((maxMemory - MemoryOf(plan, 0)) / lineBytes);
@@ -155,9 +157,15 @@ BandPlan PlanFor(const PageCut& cut, const SourceDescription& description)
     if (cut.share && cut.share->count > plan.Bands()) {
         throw Failure(description.path,
                       fmt::format("has {} bands, too few for {} shares: lower --band-rows",
-                                  plan.Bands(), cut.share->count));
+                                  plan.Bands(), cut.share->count),
+                      exitFailed);
     }
     return plan;
+}
+
+std::uint64_t LeastMemory()
+{
+    return fixedBytes;
 }
 
 std::uint64_t PrintMemory(ImageSize page)

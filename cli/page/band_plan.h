@@ -92,4 +92,7 @@ BandPlan PlanFor(const PageCut& cut, const SourceDescription& description);
 std::uint64_t BandMemory(const BandPlan& plan);
 std::uint64_t PrintMemory(ImageSize page);
 
+/// Bytes that no page does without.
+std::uint64_t LeastMemory();
+
 } // namespace qva

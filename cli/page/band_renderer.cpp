@@ -63,7 +63,7 @@ bool BandRenderer::HasRegions(const Page& reduced) const
     std::vector<std::uint16_t> line(static_cast<std::size_t>(page_.width * 3));
     const auto known = static_cast<std::size_t>(std::min(reduced.size.width, page_.width) * 3);
     std::copy_n(reduced.codes.get(), known, line.begin());
-    const std::uint32_t status = TryCorrect(line.data(), Direction::Rows, {0, 1});
+    const std::uint32_t status = TryCorrect(line.data(), line.data(), Direction::Rows, {0, 1});
     if (status != QVA_OK && status != QVA_ERROR_INVALID_ARGUMENT) {
         RefuseStatus(status, range_, name_);
     }
@@ -72,23 +72,30 @@ bool BandRenderer::HasRegions(const Page& reduced) const
 
 void BandRenderer::Correct(std::uint16_t* codes, Direction direction, const LineRun& lines) const
 {
-    const std::uint32_t status = TryCorrect(codes, direction, lines);
+    Correct(codes, codes, direction, lines);
+}
+
+void BandRenderer::Correct(const std::uint16_t* source, std::uint16_t* result, Direction direction,
+                           const LineRun& lines) const
+{
+    const std::uint32_t status = TryCorrect(source, result, direction, lines);
     if (status == QVA_ERROR_PROCESSING) {
-        throw Failure(name_, "memory ran out: lower --max-memory or --band-rows");
+        throw Failure(name_, "memory ran out: lower --max-memory or --band-rows", exitFailed);
     }
     if (status != QVA_OK) {
         RefuseStatus(status, range_, name_);
     }
 }
 
-std::uint32_t BandRenderer::TryCorrect(std::uint16_t* codes, Direction direction,
-                                       const LineRun& lines) const
+std::uint32_t BandRenderer::TryCorrect(const std::uint16_t* source, std::uint16_t* result,
+                                       Direction direction, const LineRun& lines) const
 {
     const InPhase rendering(Phase::Rendering);
     const bool isRows = direction == Direction::Rows;
     const ImageSize size =
         isRows ? ImageSize{page_.width, lines.count} : ImageSize{lines.count, page_.height};
-    const QVA_IMAGE image = ImageRecord(codes, size);
+    const QVA_IMAGE image = ImageRecord(result, size);
+    const QVA_IMAGE src = SourceRecord(source, size);
     const auto first = static_cast<std::uint32_t>(lines.first);
     QVA_BAND_AREA band{0, 0, image.width - 1, image.height - 1, {1, 1, 0, 0}};
     QVA_PAGE_AREA area{0, first, image.width - 1, first + image.height - 1, 0, 0};
@@ -98,7 +105,7 @@ std::uint32_t BandRenderer::TryCorrect(std::uint16_t* codes, Direction direction
     }
     area.pageWidth = static_cast<std::uint32_t>(declared_.width);
     area.pageHeight = static_cast<std::uint32_t>(declared_.height);
-    return QVA_CorrectionForPrint(handle_.Get(), &image, &image, &sourceRange_, sizeof sourceRange_,
+    return QVA_CorrectionForPrint(handle_.Get(), &image, &src, &sourceRange_, sizeof sourceRange_,
                                   &conditions_, &band, &area);
 }
 

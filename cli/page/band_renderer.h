@@ -34,8 +34,13 @@ public:
     ///               page's height rows of lines.count pixels.
     void Correct(std::uint16_t* codes, Direction direction, const LineRun& lines) const;
 
+    /// The same from one place to another.
+    void Correct(const std::uint16_t* source, std::uint16_t* result, Direction direction,
+                 const LineRun& lines) const;
+
 private:
-    std::uint32_t TryCorrect(std::uint16_t* codes, Direction direction, const LineRun& lines) const;
+    std::uint32_t TryCorrect(const std::uint16_t* source, std::uint16_t* result,
+                             Direction direction, const LineRun& lines) const;
     void Analyse(const Page& reduced) const;
     bool HasRegions(const Page& reduced) const;
 

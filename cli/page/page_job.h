@@ -1,6 +1,7 @@
 // What decides the bytes of a page's result, as text that runs and machines can compare.
 #pragma once
 
+#include "base/digest.h"
 #include "base/json_text.h"
 #include "colour/printer_profile.h"
 #include "colour/range_choice.h"

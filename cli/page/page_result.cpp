@@ -138,7 +138,7 @@ PageResult::~PageResult()
 
 void PageResult::FailToWrite() const
 {
-    throw Failure(path_, "cannot be written: " + SystemReason(errno));
+    throw Failure(path_, WriteReason(errno), exitOutput);
 }
 
 void PageResult::OpenPart(Continuation continuation)
@@ -146,7 +146,7 @@ void PageResult::OpenPart(Continuation continuation)
     descriptor_ = OpenBeside(part_, 0, target_.mode, path_);
     // Between opening and locking another run can have finished: what is locked then is its result.
     if (flock(descriptor_.Get(), LOCK_EX | LOCK_NB) != 0 || !IsFile(descriptor_.Get(), part_)) {
-        throw Failure(path_, "another program is writing it");
+        throw Failure(path_, "another program is writing it", exitOutput);
     }
     OpenJournal(continuation);
 }
@@ -165,9 +165,11 @@ void PageResult::OpenJournal(Continuation continuation)
     }
     // A journal without a part is that of a run which ended just before it removed it.
     if (continuation == Continuation::Refuse && !isEmpty && HasBands()) {
-        throw Failure(path_, fmt::format("an unfinished run left {}: --resume goes on with it, "
-                                         "--restart begins anew",
-                                         part_));
+        throw Failure(path_,
+                      fmt::format("an unfinished run left {}: --resume goes on with it, "
+                                  "--restart begins anew",
+                                  part_),
+                      exitOutput);
     }
 }
 
@@ -196,9 +198,11 @@ void PageResult::Resume(Continuation continuation)
         if (continuation == Continuation::Any) {
             return;
         }
-        throw Failure(path_, fmt::format("{} was begun with other options, another picture or "
-                                         "another version: --restart begins anew",
-                                         part_));
+        throw Failure(path_,
+                      fmt::format("{} was begun with other options, another picture or "
+                                  "another version: --restart begins anew",
+                                  part_),
+                      exitOutput);
     }
     std::size_t good = end + 1;
     for (; (end = journal.find('\n', good)) != std::string::npos; good = end + 1) {

@@ -37,8 +37,9 @@ void CheckPromise(const std::string& path, ImageSize size, std::uint64_t sampleB
 void CheckMemory(const std::string& path, const char* what, std::uint64_t bytes)
 {
     if (bytes > MemoryLimit()) {
-        throw Failure(path, fmt::format("{} takes {} bytes at once, more than this machine has",
-                                        what, bytes));
+        throw Failure(
+            path, fmt::format("{} takes {} bytes at once, more than this machine has", what, bytes),
+            exitFailed);
     }
 }
 

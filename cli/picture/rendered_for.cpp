@@ -14,16 +14,6 @@ constexpr const char* label = "rendered by";
 
 } // namespace
 
-std::uint64_t DigestOf(const std::vector<unsigned char>& bytes)
-{
-    // FNV-1a, 64 bits.
-    std::uint64_t digest = 0xcbf29ce484222325u;
-    for (const unsigned char byte : bytes) {
-        digest = (digest ^ byte) * 0x100000001b3u;
-    }
-    return digest;
-}
-
 std::string SoftwareText(const std::optional<RenderedFor>& paper)
 {
     if (!paper) {

@@ -1,12 +1,12 @@
 // What a result says about the paper that it was rendered for.
 #pragma once
 
+#include "base/digest.h"
 #include "picture/source_description.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace qva {
 
@@ -19,14 +19,11 @@ struct DeviceIntent {
 };
 
 struct RenderedFor {
-    std::uint64_t profileDigest = 0; ///< of DigestOf
+    std::uint64_t profileDigest = 0; ///< of its bytes, by DigestOf
     DeviceIntent intent;
 
     bool operator==(const RenderedFor&) const = default;
 };
-
-/// A digest of the bytes of a profile.
-std::uint64_t DigestOf(const std::vector<unsigned char>& bytes);
 
 /// The text by which a result names its program: "qva", and in parentheses what it is for, such as
 /// "qva (for profile 0123456789abcdef, relative, black-point compensation)".

@@ -67,6 +67,8 @@ enum class SampleKind {
     Halves, ///< floating-point numbers of 16 bits
     Floats
 };
+/// The finding of a picture whose light can be taken to another headroom.
+constexpr const char* headroomLabel = "headroom";
 
 /// A picture file as it was found.
 struct SourceDescription {

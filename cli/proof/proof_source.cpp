@@ -41,8 +41,10 @@ void ProofSource::Prepare(const PrinterProfile& profile, const RenderSettings& s
         return;
     }
     if (PrintMemory(Size()) > MemoryLimit()) {
-        throw Failure(input_.path, "does not fit memory: render it with qva page, then proof the "
-                                   "result");
+        throw Failure(input_.path,
+                      "does not fit memory: render it with qva page, then proof the "
+                      "result",
+                      exitFailed);
     }
     found_ = Examine(input_.path, input_.source, input_.light, input_.limits, progress, source_);
     source_->Open(input_.path, input_.limits);

@@ -32,4 +32,8 @@ Examination Examine(const std::string& path, const SourceOptions& options,
                     const LightOptions& light, const SizeLimits& limits, Progress& progress,
                     std::unique_ptr<ImageSource>& source, Keeping* keeping = nullptr);
 
+/// The same of a source that was just opened.
+Examination Examine(ImageSource& source, const SourceOptions& options, const LightOptions& light,
+                    Progress& progress, Keeping* keeping = nullptr);
+
 } // namespace qva

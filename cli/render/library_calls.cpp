@@ -34,6 +34,12 @@ QVA_IMAGE ImageRecord(std::uint16_t* codes, ImageSize size)
     return image;
 }
 
+QVA_IMAGE SourceRecord(const std::uint16_t* codes, ImageSize size)
+{
+    // The record is the same for both directions.
+    return ImageRecord(const_cast<std::uint16_t*>(codes), size);
+}
+
 QVA_OUTPUT_CONDITIONS ConditionsRecord(const PrinterProfile& profile,
                                        const RenderSettings& settings)
 {
@@ -65,14 +71,18 @@ void EnsureWidth(ImageSize size, std::int64_t reducedSide, const std::string& na
 void RefuseStatus(std::uint32_t status, const RenderRange& range, const std::string& name)
 {
     if (status == QVA_ERROR_PROCESSING) {
-        throw Failure(name, fmt::format("cannot be rendered: memory ran out, or its brightest "
-                                        "level, {:.4g} cd/m2, is not above the black of the paper; "
-                                        "for a dark picture raise --white, --luminance-max or "
-                                        "--top",
-                                        range.top));
+        throw Failure(name,
+                      fmt::format("cannot be rendered: memory ran out, or its brightest "
+                                  "level, {:.4g} cd/m2, is not above the black of the paper; "
+                                  "for a dark picture raise --white, --luminance-max or "
+                                  "--top",
+                                  range.top),
+                      exitFailed);
     }
-    throw Failure(name, fmt::format("the library refuses the range {:.4g} to {:.4g} cd/m2",
-                                    range.bottom, range.top));
+    throw Failure(name,
+                  fmt::format("the library refuses the range {:.4g} to {:.4g} cd/m2", range.bottom,
+                              range.top),
+                  exitFailed);
 }
 
 } // namespace qva

@@ -29,6 +29,9 @@ private:
 /// A packed image of 16-bit codes.
 QVA_IMAGE ImageRecord(std::uint16_t* codes, ImageSize size);
 
+/// One that the library only reads.
+QVA_IMAGE SourceRecord(const std::uint16_t* codes, ImageSize size);
+
 /// @param profile  must outlive the record.
 QVA_OUTPUT_CONDITIONS ConditionsRecord(const PrinterProfile& profile,
                                        const RenderSettings& settings);

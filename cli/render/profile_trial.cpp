@@ -68,11 +68,14 @@ void TryProfile(const PrinterProfile& profile, const RenderSettings& settings,
         return;
     }
     if (print.empty() || !CanBeCorrected(conditions)) {
-        throw Failure(name, "the profile is damaged: no print can be predicted with it");
+        throw Failure(name, "the profile is damaged: no print can be predicted with it",
+                      exitProfile);
     }
     if (profile.isPrinter) {
-        throw Failure(name, "the profile is damaged, or not of a printer: its black is darker than "
-                            "any paper's");
+        throw Failure(name,
+                      "the profile is damaged, or not of a printer: its black is darker than "
+                      "any paper's",
+                      exitProfile);
     }
 }
 

@@ -50,18 +50,26 @@ double FitThreshold(double threshold, const RenderRange& range)
 void Render(Page& page, const RenderRange& range, const PrinterProfile& profile,
             const RenderSettings& settings, const std::string& name)
 {
+    Render(page.codes.get(), page.codes.get(), page.size, range, profile, settings, name);
+}
+
+void Render(const std::uint16_t* source, std::uint16_t* result, ImageSize size,
+            const RenderRange& range, const PrinterProfile& profile, const RenderSettings& settings,
+            const std::string& name)
+{
     const InPhase rendering(Phase::Rendering);
-    EnsureWidth(page.size, reducedSide, name);
+    EnsureWidth(size, reducedSide, name);
     const LibraryHandle handle;
     const QVA_OUTPUT_CONDITIONS conditions = ConditionsRecord(profile, settings);
     if (settings.threshold != defaultThreshold) {
         SetThreshold(handle.Get(), conditions);
     }
     const QVA_SOURCE_ENCODING encoding = Encode(range, FitThreshold(settings.threshold, range));
-    const QVA_IMAGE image = ImageRecord(page.codes.get(), page.size);
+    const QVA_IMAGE src = SourceRecord(source, size);
+    const QVA_IMAGE dst = ImageRecord(result, size);
     const auto apply = settings.preview ? QVA_ApplyQVAForPreview : QVA_ApplyQVAForPrint;
     const std::uint32_t status =
-        apply(handle.Get(), &image, &image, &encoding, sizeof encoding, &conditions);
+        apply(handle.Get(), &dst, &src, &encoding, sizeof encoding, &conditions);
     if (status != QVA_OK) {
         RefuseStatus(status, range, name);
     }

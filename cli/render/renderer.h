@@ -6,6 +6,7 @@
 #include "picture/rendered_page.h"
 #include "render/render_settings.h"
 
+#include <cstdint>
 #include <string>
 
 namespace qva {
@@ -19,5 +20,11 @@ double FitThreshold(double threshold, const RenderRange& range);
 ///         then not defined.
 void Render(Page& page, const RenderRange& range, const PrinterProfile& profile,
             const RenderSettings& settings, const std::string& name);
+
+/// The same from one place to another.
+/// @param source  packed codes; only read. May be the result.
+void Render(const std::uint16_t* source, std::uint16_t* result, ImageSize size,
+            const RenderRange& range, const PrinterProfile& profile, const RenderSettings& settings,
+            const std::string& name);
 
 } // namespace qva

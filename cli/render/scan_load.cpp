@@ -186,7 +186,7 @@ void ForEachRow(ImageSource& source, const char* stage, Progress& progress, T* w
 }
 
 /// Places the rows of a source whose light is decided by their neighbours' too.
-void PlaceAmongOthers(ImageSource& source, LightRows& rows, Progress& progress, Page& page)
+void PlaceAmongOthers(ImageSource& source, LightRows& rows, Progress& progress, std::uint16_t* page)
 {
     const ImageSize size = source.Size();
     const Placement placement = PlacementOf(source.Describe());
@@ -197,7 +197,7 @@ void PlaceAmongOthers(ImageSource& source, LightRows& rows, Progress& progress, 
         ReadNamed(first, first + count, [&] { rows.Read(count, codes.data()); });
         ForEach(count, [&](std::int64_t row, int) {
             PlaceRow(codes.data() + SamplesOf({size.width, row}), size.width, first + row,
-                     placement, page.codes.get());
+                     placement, page);
         });
         progress.Show("reading",
                       static_cast<double>(first + count) / static_cast<double>(size.height));
@@ -253,19 +253,26 @@ PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleC
 Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
               const RenderRange& range, Progress& progress)
 {
+    Page page = EmptyPage(UprightSize(source.Describe()));
+    LoadCodes(source, decoder, light, range, progress, page.codes.get());
+    return page;
+}
+
+void LoadCodes(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
+               const RenderRange& range, Progress& progress, std::uint16_t* page)
+{
     const std::int64_t width = source.Size().width;
     const auto pixels = static_cast<std::size_t>(width);
     const Placement placement = PlacementOf(source.Describe());
     const RowEncoder encoder(decoder, light, range);
-    Page page = EmptyPage(UprightSize(source.Describe()));
     if (encoder.Reach() > 0) {
         LightRows rows(source, decoder, light, range);
         PlaceAmongOthers(source, rows, progress, page);
-        return page;
+        return;
     }
     ScratchRows scratch(width, Readers());
     const auto place = [&](std::int64_t y, int worker) {
-        PlaceRow(scratch.Codes(worker), width, y, placement, page.codes.get());
+        PlaceRow(scratch.Codes(worker), width, y, placement, page);
     };
     if (decoder.Takes(source.Samples())) {
         ForEachRow<std::uint16_t>(source, "reading", progress, nullptr,
@@ -281,7 +288,6 @@ Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps
                               place(y, worker);
                           });
     }
-    return page;
 }
 
 Page MakePage(KeptSamples kept, const SourceDescription& description, const SceneDecoder& decoder,

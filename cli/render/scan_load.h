@@ -33,6 +33,10 @@ PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleC
 Page LoadPage(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
               const RenderRange& range, Progress& progress);
 
+/// The same into memory of the caller: packed rows of the upright page. It may be the memory that
+/// the source reads from where stored rows are upright and no longer than those of codes.
+void LoadCodes(ImageSource& source, const SceneDecoder& decoder, const LightSteps& light,
+               const RenderRange& range, Progress& progress, std::uint16_t* page);
 /// The same from kept samples, which are used up: in their own buffer where they lie upright.
 Page MakePage(KeptSamples kept, const SourceDescription& description, const SceneDecoder& decoder,
               const LightSteps& light, const RenderRange& range);

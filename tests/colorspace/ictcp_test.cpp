@@ -90,13 +90,6 @@ TEST(ICtCpMatrices, FollowFromConesAndPrimariesAndTheirInverses)
     }
 }
 
-TEST(PQ, HasItsFloorAtZero)
-{
-    EXPECT_NEAR(pqFloor, PQ(0.0), 1e-21); // fifteen digits
-    EXPECT_EQ(1.0 - pqFloor, pqFloorToOne);
-    EXPECT_EQ(0.0, EOTF(pqFloor));
-}
-
 // ITU-R BT.2100-2, table 7: both matrices in 4096ths. Four decimals move the smallest coefficients
 // by 0.3 % and the signal of a primary by up to 2.5e-4.
 TEST(ConvertxRGB2ICtCp, FollowsTheStandard)

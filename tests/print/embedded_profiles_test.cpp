@@ -75,22 +75,6 @@ TEST(EmbeddedProfiles, HeadersStateWhatTheyAre)
     }
 }
 
-TEST(EmbeddedProfiles, DataLieWhereAReaderExpectsThem)
-{
-    const struct {
-        const Profile& profile;
-        const char* tag;
-        uint32_t at, size;
-    } cases[] = {{bt2020, "desc", 252, 107}, {bt2020, "wtpt", 360, 20}, {bt2020, "bkpt", 380, 20},
-                 {bt2020, "rXYZ", 400, 20},  {bt2020, "bXYZ", 440, 20}, {bt2020, "rTRC", 460, 14},
-                 {bt2020, "gTRC", 476, 14},  {bt2020, "bTRC", 492, 14}, {bt2020, "cprt", 508, 36},
-                 {xyz, "desc", 180, 152},    {xyz, "wtpt", 332, 20},    {xyz, "A2B0", 352, 7498},
-                 {xyz, "B2A0", 352, 7498}};
-    for (const auto& c : cases) {
-        EXPECT_EQ((std::array{c.at, c.size}), c.profile.Find(c.tag)) << c.tag;
-    }
-}
-
 TEST(EmbeddedProfiles, Bt2020HasThePrimariesAdaptedToD50)
 {
     // XYZ in units of 1 / 65536: 0.67348, 0.27904, -0.00194 and so on.

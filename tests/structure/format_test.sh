@@ -3,7 +3,7 @@
 #   format_test.sh CLANG_FORMAT ROOT
 set -eu
 cd "$2"
-files=$(find include src rvx cli tests bench fuzz -name '*.[ch]' -o -name '*.cpp')
+files=$(find include src rvx cli python examples tests bench fuzz -name '*.[ch]' -o -name '*.cpp')
 
 # The check itself: a line that is laid out wrongly must be found.
 if echo 'int  main( ) { return 0 ; }' |

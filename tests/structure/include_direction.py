@@ -18,7 +18,7 @@ FLOORS = {
     "src": [["core"], ["colorspace", "smoothing"], ["segmentation"], ["tone"], ["print"],
             ["controller"], ["api"]],
     "cli": [["base"], ["picture"], ["colour"], ["light"], ["formats"], ["render"], ["page"],
-            ["proof"], ["command"]],
+            ["proof", "batch"], ["command"]],
 }
 # Superpixels need no smoother: the tone operator brings the two together.
 APART = {("segmentation", "smoothing")}

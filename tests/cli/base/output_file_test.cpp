@@ -1,10 +1,9 @@
 #include "base/output_file.h"
 
-#include "formats/write_page.h"
+#include "hostile_reading.h"
 #include "samples.h"
 
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,13 +12,8 @@ namespace qva {
 
 namespace {
 
+using samples::Content;
 using samples::Folder;
-
-std::string Content(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 void Write(const OutputFile& file, const std::string& text)
 {
@@ -70,9 +64,9 @@ TEST(OutputFile, WritesThroughLinksAndRefusesSpecialFiles)
     EXPECT_EQ("new", Content(folder / "real"));
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
     const std::pair<std::string, const char*> refused[] = {
-        {folder / "", "is a directory"},
+        {folder / "", "is a directory: name a file in it, or see qva batch"},
         {folder / "dangling", "is a symbolic link to nowhere"},
-        {folder / "none/a", "cannot be written: no such file or directory"},
+        {folder / "none/a", "cannot be written: no such file or directory; make its folder first"},
         {folder / "real/a", "cannot be written: not a directory"},
         {"/dev/full", "is not a regular file"},
     };
@@ -86,15 +80,19 @@ TEST(OutputFile, WritesThroughLinksAndRefusesSpecialFiles)
 TEST(Leftovers, AreTemporariesThatNobodyHolds)
 {
     const Folder folder;
-    samples::WriteBytes(folder / ".qva-b", "left");
-    samples::WriteBytes(folder / ".qva-a", "");
-    samples::WriteBytes(folder / "a.tif.qva-part", "");
-    std::filesystem::create_directory(folder / ".qva-folder");
-    std::filesystem::create_symlink(".qva-a", folder / ".qva-link");
-    mkfifo((folder / ".qva-pipe").c_str(), 0600);
+    for (const char* name : {".qva-b123456789", ".qva-aaaaaaaaaa", ".qva-cccccccccc.tif",
+                             "a.tif.qva-part", ".qva-settings", ".qva-b12345678",
+                             ".qva-b1234567890", ".qva-b1234567_9", ".qvaxb123456789"})
+    {
+        samples::WriteBytes(folder / name, "left");
+    }
+    std::filesystem::create_directory(folder / ".qva-folder9999");
+    std::filesystem::create_symlink(".qva-aaaaaaaaaa", folder / ".qva-link999999");
+    mkfifo((folder / ".qva-pipe999999").c_str(), 0600);
     OutputFile file(folder / "a.tif");
-    const std::vector<std::string> expected = {folder / ".qva-a", folder / ".qva-b"};
-    EXPECT_EQ(7U, Entries(folder));
+    const std::vector<std::string> expected = {
+        folder / ".qva-aaaaaaaaaa", folder / ".qva-b123456789", folder / ".qva-cccccccccc.tif"};
+    EXPECT_EQ(13U, Entries(folder));
     EXPECT_EQ(expected, LeftoversIn(folder / ""));
     file.Commit();
     EXPECT_EQ(expected, LeftoversIn(folder / ""));
@@ -114,33 +112,6 @@ TEST(AreSameFile, SeesThroughNames)
     EXPECT_TRUE(AreSameFile(folder / "new", folder / "./new"));
     EXPECT_FALSE(AreSameFile(folder / "a", folder / "b"));
     EXPECT_FALSE(AreSameFile(folder / "a", folder / "new"));
-}
-
-TEST(WritePage, ReadsBackFromEveryFormat)
-{
-    const Folder folder;
-    Page page{{5, 3}, std::make_unique<std::uint16_t[]>(45)};
-    std::vector<float> expected;
-    for (std::size_t i = 0; i < 45; ++i) {
-        page.codes[i] = static_cast<std::uint16_t>(i * 1456);
-        expected.push_back(static_cast<float>(i * 1456));
-    }
-    const struct {
-        const char* name;
-        Compression compression;
-    } cases[] = {{"a.tif", Compression::None},
-                 {"b.TIFF", Compression::Lzw},
-                 {"c.tif", Compression::Deflate},
-                 {"d.png", Compression::None},
-                 {"e.PNG", Compression::Deflate}};
-    Progress progress(ProgressStyle::None);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        OutputFile file(folder / c.name);
-        WritePage(file, page, {c.compression, 300.0}, progress);
-        file.Commit();
-        EXPECT_EQ(expected, samples::ReadAll(folder / c.name));
-    }
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "colour/icc_builder.h"
 
 #include "base/errors.h"
-#include "colour/lcms_handles.h"
 #include "colour/printer_profile.h"
 #include "samples.h"
 
@@ -10,33 +9,6 @@
 namespace qva {
 
 namespace {
-
-// The colour engine reads the profile; expected are the D50 values that published BT.2020
-// profiles carry, in units of 1/65536.
-TEST(IccBuilder, HasTheColorantsOfBt2020)
-{
-    const ContextHandle context = MakeContext();
-    const ProfileHandle profile = OpenProfile(context.get(), RenderedProfile());
-    ASSERT_TRUE(profile);
-    EXPECT_TRUE(cmsIsMatrixShaper(profile.get()));
-    const struct {
-        cmsTagSignature tag;
-        double xyz[3];
-    } cases[] = {{cmsSigRedColorantTag, {44137, 18287, -127}},
-                 {cmsSigGreenColorantTag, {10857, 44259, 1965}},
-                 {cmsSigBlueColorantTag, {8195, 2989, 52222}}};
-    for (const auto& c : cases) {
-        const auto* found = static_cast<const cmsCIEXYZ*>(cmsReadTag(profile.get(), c.tag));
-        ASSERT_NE(nullptr, found);
-        EXPECT_NEAR(c.xyz[0] / 65536, found->X, 3e-5);
-        EXPECT_NEAR(c.xyz[1] / 65536, found->Y, 3e-5);
-        EXPECT_NEAR(c.xyz[2] / 65536, found->Z, 3e-5);
-    }
-    const auto* curve =
-        static_cast<const cmsToneCurve*>(cmsReadTag(profile.get(), cmsSigGreenTRCTag));
-    ASSERT_NE(nullptr, curve);
-    EXPECT_NEAR(0.21764, cmsEvalToneCurveFloat(curve, 0.5f), 1e-5); // 0.5 ^ 2.2
-}
 
 TEST(PrinterProfile, ChecksWhatTheLibraryWouldPassOverInSilence)
 {

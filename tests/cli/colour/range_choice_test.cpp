@@ -1,6 +1,7 @@
 #include "colour/range_choice.h"
 
 #include "colour/transfer_functions.h"
+#include "meanings.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -17,26 +18,6 @@ PictureStatistics Statistics(std::size_t count, float light, std::size_t sparks,
     PictureStatistics statistics;
     statistics.Add(rgb.data(), rgb.size() / 3);
     return statistics;
-}
-
-Interpretation Scene()
-{
-    Interpretation meaning;
-    meaning.primaries = bt709;
-    return meaning;
-}
-
-Interpretation Bt2020Codes(Transfer transfer, double signalOneLuminance)
-{
-    Interpretation meaning;
-    meaning.transfer = transfer;
-    meaning.exponent = 2.2;
-    meaning.primaries = bt2020;
-    meaning.isInteger = true;
-    meaning.largestCode = 65535.0;
-    meaning.codeWhite = 65535.0;
-    meaning.signalOneLuminance = signalOneLuminance;
-    return meaning;
 }
 
 TEST(PictureStatistics, FindsPeakAndShares)
@@ -72,7 +53,8 @@ TEST(ChooseRange, TopIsWhatThePictureHolds)
         {Statistics(100, 900.0f, 0, 0.0f), forced, 4.0, 4.0},
     };
     for (const auto& c : cases) {
-        const RenderRange range = ChooseRange(Scene(), c.statistics, c.options);
+        const RenderRange range =
+            ChooseRange(samples::Light(203.0, bt709), c.statistics, c.options);
         EXPECT_LE(c.low, range.top);
         EXPECT_GE(c.high, range.top);
         EXPECT_EQ(gammaLinear, range.gammaType);
@@ -84,7 +66,7 @@ TEST(ChooseRange, KnownCodesPassAndTheTopMovesTheLastCode)
 {
     const PictureStatistics statistics = Statistics(100, 100.0f, 0, 0.0f);
     // SMPTE ST 2084: 100 cd/m² is the signal 0.50808, code 33297.
-    RenderRange range = ChooseRange(Bt2020Codes(Transfer::Pq, 10000.0), statistics, {});
+    RenderRange range = ChooseRange(samples::Codes(Transfer::Pq, 10000.0), statistics, {});
     EXPECT_TRUE(range.passThrough);
     EXPECT_EQ(gammaPq, range.gammaType);
     EXPECT_NEAR(33297, range.codeMax, 1);
@@ -92,11 +74,11 @@ TEST(ChooseRange, KnownCodesPassAndTheTopMovesTheLastCode)
     EXPECT_GE(range.top, 100.0);
     EXPECT_NEAR(range.top, CodeToLuminance(range, 65535), 1e-6);
 
-    range = ChooseRange(Bt2020Codes(Transfer::Power, 400.0), statistics, {});
+    range = ChooseRange(samples::Codes(Transfer::Power, 400.0), statistics, {});
     EXPECT_EQ(gamma22, range.gammaType);
     EXPECT_NEAR(65535.0 * std::pow(0.25, 1 / 2.2), range.codeMax, 1.0);
 
-    range = ChooseRange(Bt2020Codes(Transfer::Linear, 100.0), statistics, {});
+    range = ChooseRange(samples::Codes(Transfer::Linear, 100.0), statistics, {});
     EXPECT_EQ(65535U, range.codeMax);
     EXPECT_EQ(100.0, range.top);
     EXPECT_NEAR(50.0, CodeToLuminance(range, 32768), 0.001);
@@ -105,15 +87,15 @@ TEST(ChooseRange, KnownCodesPassAndTheTopMovesTheLastCode)
 TEST(ChooseRange, OtherCodesDoNotPass)
 {
     const PictureStatistics statistics = Statistics(100, 100.0f, 0, 0.0f);
-    Interpretation narrow = Bt2020Codes(Transfer::Pq, 10000.0);
+    Interpretation narrow = samples::Codes(Transfer::Pq, 10000.0);
     narrow.codeBlack = 4096.0;
-    Interpretation otherPrimaries = Bt2020Codes(Transfer::Pq, 10000.0);
+    Interpretation otherPrimaries = samples::Codes(Transfer::Pq, 10000.0);
     otherPrimaries.primaries = bt709;
-    Interpretation otherPower = Bt2020Codes(Transfer::Power, 400.0);
+    Interpretation otherPower = samples::Codes(Transfer::Power, 400.0);
     otherPower.exponent = 2.4;
     for (const Interpretation& meaning :
-         {narrow, otherPrimaries, otherPower, Bt2020Codes(Transfer::Hlg, 1000.0),
-          Bt2020Codes(Transfer::Linear, 20000.0)})
+         {narrow, otherPrimaries, otherPower, samples::Codes(Transfer::Hlg, 1000.0),
+          samples::Codes(Transfer::Linear, 20000.0)})
     {
         EXPECT_FALSE(ChooseRange(meaning, statistics, {}).passThrough);
     }

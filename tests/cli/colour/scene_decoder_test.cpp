@@ -2,6 +2,7 @@
 
 #include "colour/icc_builder.h"
 #include "colour/transfer_functions.h"
+#include "meanings.h"
 
 #include <Imath/half.h>
 #include <cmath>
@@ -17,14 +18,11 @@ constexpr float infinity = std::numeric_limits<float>::infinity();
 
 Interpretation Codes(Transfer transfer, const Chromaticities& primaries)
 {
-    Interpretation meaning;
-    meaning.transfer = transfer;
-    meaning.primaries = primaries;
-    meaning.isInteger = true;
-    meaning.largestCode = 65535.0;
-    meaning.codeWhite = 65535.0;
-    meaning.signalOneLuminance = transfer == Transfer::Pq ? 10000.0 : 100.0;
-    return meaning;
+    return samples::Codes(transfer,
+                          transfer == Transfer::Pq    ? 10000.0
+                          : transfer == Transfer::Hlg ? hlgPeak
+                                                      : 100.0,
+                          primaries);
 }
 
 std::vector<float> Decode(const Interpretation& meaning, std::vector<float> rgb)
@@ -32,13 +30,6 @@ std::vector<float> Decode(const Interpretation& meaning, std::vector<float> rgb)
     SampleCounts counts;
     SceneDecoder(meaning, "photo").Decode(rgb.data(), rgb.size() / 3, counts);
     return rgb;
-}
-
-Interpretation HlgCodes()
-{
-    Interpretation meaning = Codes(Transfer::Hlg, bt2020);
-    meaning.signalOneLuminance = hlgPeak;
-    return meaning;
 }
 
 void ExpectNear(const std::vector<double>& expected, const std::vector<float>& actual,
@@ -69,9 +60,7 @@ TEST(SceneDecoder, FollowsTheStandardsCurves)
         SCOPED_TRACE(c.signal);
         const auto code = static_cast<float>(std::round(c.signal * 65535.0));
         ExpectNear({c.luminance, c.luminance, c.luminance},
-                   Decode(c.transfer == Transfer::Hlg ? HlgCodes() : Codes(c.transfer, bt2020),
-                          {code, code, code}),
-                   c.relative);
+                   Decode(Codes(c.transfer, bt2020), {code, code, code}), c.relative);
     }
 }
 
@@ -103,7 +92,7 @@ TEST(SceneDecoder, ConvertsPrimaries)
 
 TEST(SceneDecoder, HlgDisplayKeepsTheRatiosOfLight)
 {
-    const std::vector<float> out = Decode(HlgCodes(), {65535, 32768, 0});
+    const std::vector<float> out = Decode(Codes(Transfer::Hlg, bt2020), {65535, 32768, 0});
     // Scene light 1 and 1/12 of the primaries; Ys = 0.2627 + 0.6780 / 12 (BT.2100-2, table 5).
     const double gain = 1000.0 * std::pow(0.2627 + 0.6780 / 12.0, 0.2);
     ExpectNear({gain, gain / 12.0, 0.0}, out, 2e-4);
@@ -126,9 +115,7 @@ TEST(SceneDecoder, HlgFollowsThePeakOfItsDisplayAndItsPrimaries)
         ExpectNear({grey, grey, grey}, Decode(meaning, {32768, 32768, 32768}), 2e-3);
     }
     // Full green of BT.709 has the luminance 0.7152 (BT.709-6), whatever its place in BT.2020.
-    Interpretation meaning = Codes(Transfer::Hlg, bt709);
-    meaning.signalOneLuminance = hlgPeak;
-    const std::vector<float> green = Decode(meaning, {0, 65535, 0});
+    const std::vector<float> green = Decode(Codes(Transfer::Hlg, bt709), {0, 65535, 0});
     EXPECT_NEAR(1000.0 * std::pow(0.7152, 1.2),
                 0.2627 * green[0] + 0.6780 * green[1] + 0.0593 * green[2], 0.2);
 }
@@ -137,7 +124,6 @@ TEST(SceneDecoder, HlgFollowsThePeakOfItsDisplayAndItsPrimaries)
 TEST(SceneDecoder, ReadsIccProfiles)
 {
     Interpretation plain = Codes(Transfer::Power, *FindPrimaries("adobe-rgb"));
-    plain.exponent = 2.2;
     Interpretation profile = Codes(Transfer::Profile, bt709);
     profile.profile = BuildRgbProfile(plain.primaries, 2.2, "test");
     const std::vector<float> samples = {65535, 65535, 65535, 50000, 20000, 40000, 9000, 60000, 100};
@@ -147,9 +133,7 @@ TEST(SceneDecoder, ReadsIccProfiles)
 
 TEST(SceneDecoder, BringsFlawsIntoRangeAndCountsThem)
 {
-    Interpretation meaning;
-    meaning.primaries = bt709;
-    meaning.signalOneLuminance = 100.0;
+    const Interpretation meaning = samples::Light(100.0, bt709);
     std::vector<float> rgb = {NAN, 1, 1, infinity, 0, 0, -infinity, 0, 0, -0.5f, 1, 1, -0.0f, 0, 0};
     SampleCounts counts;
     SceneDecoder(meaning, "photo").Decode(rgb.data(), 5, counts);

@@ -62,9 +62,9 @@ cmp -s a.tif b.tif || fail "metadata change pixels"
 # Shares of other metadata are of another page; a share's metadata are held against its job.
 # shellcheck disable=SC2086
 expect 0 "" page described.tif -o other2.tif $bands --band 2/2 --no-metadata
-expect 1 "does not belong to" join page1.tif other2.tif -o joined.tif
+expect 3 "does not belong to" join page1.tif other2.tif -o joined.tif
 sed 's/"iptc":"1c/"iptc":"1d/' page2.tif >changed2.tif
-expect 1 "is not a share of a page" join page1.tif changed2.tif -o joined.tif
+expect 3 "is not a share of a page" join page1.tif changed2.tif -o joined.tif
 
 expect 0 "" info described.tif
 expect_output "metadata     Exif (12 entries), XMP (1 property), IPTC (5 datasets)"

@@ -16,13 +16,12 @@ expect 0 "generic photo paper" preview photo.png -o screen.png --side-by-side sh
 expect 0 "" info sheet.png
 expect_output "100 x 32 pixels"
 echo old >old.tif
-expect 1 "cut: " preview cut -o old.tif
+expect 3 "cut: " preview cut -o old.tif
 [ "$(cat old.tif)" = old ] || fail "the old file changed"
-expect 1 "old.tif: is there already" preview photo.exr -o old.tif --no-clobber
-expect 1 "old.tif: is there already" page photo.exr -o old.tif --no-clobber
-expect 1 "old.tif: is there already" join a b -o old.tif --no-clobber
-expect 1 "sheet.png: is there already" print photo.exr -o new.tif --side-by-side sheet.png --no-clobber
+expect 4 "old.tif: is there already" preview photo.exr -o old.tif --no-clobber
+expect 4 "old.tif: is there already" page photo.exr -o old.tif --no-clobber
+expect 4 "old.tif: is there already" join a b -o old.tif --no-clobber
+expect 4 "sheet.png: is there already" print photo.exr -o new.tif --side-by-side sheet.png --no-clobber
 [ "$(cat old.tif)" = old ] && [ ! -e new.tif ] || fail "--no-clobber does not keep what is there"
 expect 0 "" preview photo.exr -o new.tif -q --no-clobber
-expect 2 "--output is required" preview photo.exr
 finish

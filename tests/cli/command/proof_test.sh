@@ -51,18 +51,18 @@ keeps_old() {
     [ -z "$(find . -name '.qva-*')" ] || fail "a temporary stayed: $*"
 }
 keeps_old 2 "--ink-map: the profile is of RGB" proof print.tif --profile printer.icc --ink-map old.png
-keeps_old 1 "(AToB)" proof print.tif --any-paper --profile no_way_back.icc -o old.png
-keeps_old 1 "link.icc: is a device link" proof print.tif --any-paper --profile link.icc -o old.png
-keeps_old 1 "link.icc: is a device link" print photo.exr --profile link.icc -o old.png
-keeps_old 1 "press.icc: is the profile of a printer, not of a monitor" \
+keeps_old 5 "(AToB)" proof print.tif --any-paper --profile no_way_back.icc -o old.png
+keeps_old 5 "link.icc: is a device link" proof print.tif --any-paper --profile link.icc -o old.png
+keeps_old 5 "link.icc: is a device link" print photo.exr --profile link.icc -o old.png
+keeps_old 5 "press.icc: is the profile of a printer, not of a monitor" \
     proof print.tif --any-paper --profile press.icc --monitor press.icc -o old.png
 for input in print.tif photo.exr; do
-    keeps_old 1 "damaged.icc: the profile is damaged" proof $input --any-paper --profile damaged.icc -o old.png
+    keeps_old 5 "damaged.icc: the profile is damaged" proof $input --any-paper --profile damaged.icc -o old.png
 done
 # The paper and the intent of a rendering stand in its result, however it came about.
 for input in print.tif print.png; do
-    keeps_old 1 "was rendered for another profile than press.icc" proof $input --profile press.icc -o old.png
-    keeps_old 1 "was rendered for another profile than the built-in" proof $input -o old.png
+    keeps_old 5 "was rendered for another profile than press.icc" proof $input --profile press.icc -o old.png
+    keeps_old 5 "was rendered for another profile than the built-in" proof $input -o old.png
 done
 expect 0 "" page photo.exr -o plain.tif -q --profile printer.icc --no-black-point-compensation --progress none
 expect 0 "" proof plain.tif -q --profile printer.icc
@@ -70,9 +70,9 @@ expect_output "black-point compensation off"
 expect 0 "" preview photo.exr -o preview.tif -q --profile printer.icc
 expect 0 "" proof preview.tif -q --profile press.icc
 head -c 6000 print.tif >cut.tif
-keeps_old 1 "cut.tif: " proof cut.tif --profile printer.icc -o old.png
+keeps_old 3 "cut.tif: " proof cut.tif --profile printer.icc -o old.png
 keeps_old 2 "must end in .png" proof print.tif -o proof.jpg
 keeps_old 2 "another output by another name" proof print.tif --profile printer.icc -o old.png --gamut-map ./old.png
-keeps_old 1 "old.png: is there already" proof print.tif -o old.png --no-clobber
+keeps_old 4 "old.png: is there already" proof print.tif -o old.png --no-clobber
 keeps_old 2 "the photograph by another name" proof print.png -o ./print.png
 finish

@@ -47,9 +47,9 @@ cmp -s again.html once.html || fail "threads change the report"
 
 expect 0 "" print photo.exr -o print.tif -q --profile printer.icc
 echo old >old.html
-for case in "1|is a result: the report is made of the photograph|print.tif" "1|cut: |cut" \
-    "1|damaged.icc: the profile is damaged|photo.exr --profile damaged.icc" \
-    "1|old.html: is there already|photo.exr --no-clobber"; do
+for case in "3|is a result: the report is made of the photograph|print.tif" "3|cut: |cut" \
+    "5|damaged.icc: the profile is damaged|photo.exr --profile damaged.icc" \
+    "4|old.html: is there already|photo.exr --no-clobber"; do
     head -c 300 photo.exr >cut
     # shellcheck disable=SC2086
     expect "${case%%|*}" "$(echo "$case" | cut -d'|' -f2)" report ${case##*|} -o old.html -q

@@ -48,27 +48,6 @@ TEST(Deflater, MakesStreamsThatAnotherInflates)
     }
 }
 
-TEST(Deflater, MakesPiecesThatAreOneStream)
-{
-    // RFC 1950, 2.2: a window of 32 kB, and a check that makes both bytes a multiple of 31.
-    Bytes stream = {0x78, 0x01};
-    Bytes whole;
-    Bytes piece;
-    std::uint32_t checksum = Deflater::Adler32(1, {});
-    const std::vector<Bytes> blocks = Blocks();
-    for (std::size_t i = 0; i < blocks.size(); ++i) {
-        // One a piece: none knows of another.
-        Deflater().MakePiece(blocks[i], i + 1 == blocks.size(), piece);
-        stream.insert(stream.end(), piece.begin(), piece.end());
-        whole.insert(whole.end(), blocks[i].begin(), blocks[i].end());
-        checksum = Deflater::Adler32(checksum, blocks[i]);
-    }
-    for (const int shift : {24, 16, 8, 0}) {
-        stream.push_back(static_cast<unsigned char>(checksum >> shift));
-    }
-    EXPECT_EQ(whole, Inflated(stream, whole.size()));
-}
-
 } // namespace
 
 } // namespace qva

@@ -2,11 +2,11 @@
 #include "colour/scene_decoder.h"
 #include "formats/heif_view.h"
 #include "formats/image_source.h"
+#include "hostile_reading.h"
 #include "samples.h"
 
 #include <array>
 #include <cmath>
-#include <fstream>
 #include <gtest/gtest.h>
 
 namespace qva {
@@ -187,17 +187,11 @@ TEST(HeifSource, AppliesGainMaps)
               unknown.description.notes[0]);
 }
 
-std::string Content(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// A file with some bytes behind a name replaced.
 std::string Changed(const std::string& file, const std::string& name, std::size_t behind,
                     const std::string& bytes)
 {
-    std::string content = Content(data + file);
+    std::string content = samples::Content(data + file);
     const std::size_t place = content.find(name);
     EXPECT_NE(std::string::npos, place);
     return content.replace(place + name.size() + behind, bytes.size(), bytes);

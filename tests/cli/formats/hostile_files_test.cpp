@@ -7,6 +7,7 @@
 #include "formats/strip_reader.h"
 #include "hostile_reading.h"
 #include "samples.h"
+#include "tiff_bytes.h"
 
 #include <OpenEXR/ImfArray.h>
 #include <OpenEXR/ImfTiledRgbaFile.h>
@@ -23,18 +24,11 @@ using samples::allowance;
 using samples::Content;
 using samples::ErrorOf;
 using samples::Folder;
+using samples::Number;
+using samples::PngChunk;
 using samples::Read;
 
 constexpr std::uint64_t everyPixel = 1000000000000000;
-
-std::string Bytes(std::uint64_t number, int count, bool isLittle)
-{
-    std::string bytes;
-    for (int i = 0; i < count; ++i) {
-        bytes.push_back(static_cast<char>(number >> 8 * (isLittle ? i : count - 1 - i)));
-    }
-    return bytes;
-}
 
 /// A directory of LONG entries, 4 x 4 pixels of 16-bit RGB in one strip but for what is given.
 /// @param next  the place of the next directory.
@@ -46,30 +40,22 @@ std::string Tiff(const std::map<unsigned, std::uint64_t>& given, std::uint64_t n
         entries[tag] = value;
     }
     std::string bytes("II*\0", 4);
-    bytes += Bytes(104, 4, true) + std::string(96, 'p');
-    bytes += Bytes(entries.size(), 2, true);
+    bytes += Number(104, 4, true) + std::string(96, 'p');
+    bytes += Number(entries.size(), 2, true);
     for (const auto& [tag, value] : entries) {
         // A profile has bytes at the start of the file, as many as are given.
         const bool isProfile = tag == 34675;
-        bytes += Bytes(tag, 2, true) + Bytes(isProfile ? 7 : 4, 2, true) +
-                 Bytes(isProfile ? value : 1, 4, true) + Bytes(isProfile ? 8 : value, 4, true);
+        bytes += Number(tag, 2, true) + Number(isProfile ? 7 : 4, 2, true) +
+                 Number(isProfile ? value : 1, 4, true) + Number(isProfile ? 8 : value, 4, true);
     }
-    return bytes + Bytes(next, 4, true);
-}
-
-std::string PngChunk(const std::string& name, const std::string& data)
-{
-    const std::string body = name + data;
-    const uLong sum =
-        crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()));
-    return Bytes(data.size(), 4, false) + body + Bytes(sum, 4, false);
+    return bytes + Number(next, 4, true);
 }
 
 std::string Png(std::uint64_t width, std::uint64_t height, const std::string& kind,
                 const std::string& more = "")
 {
     return std::string("\x89PNG\r\n\x1a\n") +
-           PngChunk("IHDR", Bytes(width, 4, false) + Bytes(height, 4, false) + kind) + more +
+           PngChunk("IHDR", Number(width, 4, false) + Number(height, 4, false) + kind) + more +
            PngChunk("IDAT", std::string(30, 'x')) + PngChunk("IEND", "");
 }
 
@@ -94,7 +80,7 @@ std::string ExrWithText(const std::string& whole, std::uint32_t size)
 {
     std::string bytes = whole;
     // Behind the signature and the version.
-    bytes.insert(8, std::string("comment\0string\0", 15) + Bytes(size, 4, true) + "text");
+    bytes.insert(8, std::string("comment\0string\0", 15) + Number(size, 4, true) + "text");
     return bytes;
 }
 
@@ -107,7 +93,7 @@ std::string Exr(const std::string& whole, const std::string& attribute,
     const std::size_t type = bytes.find(attribute) + attribute.size() + 1;
     std::size_t place = bytes.find('\0', type) + 5;
     for (const std::int32_t value : values) {
-        bytes.replace(place, 4, Bytes(static_cast<std::uint32_t>(value), 4, true));
+        bytes.replace(place, 4, Number(static_cast<std::uint32_t>(value), 4, true));
         place += 4;
     }
     return bytes;
@@ -179,7 +165,7 @@ std::vector<Hostile> HostilePngs()
         {"no pixels", Png(0, 5, rgb), ": "},
         {"no palette", Png(4, 4, std::string("\x08\x03\0\0\0", 5)), ": "},
         {"kind", Png(4, 4, std::string("\x07\x05\0\0\0", 5)), ": "},
-        {"chunk without end", Png(4, 4, rgb, Bytes(0x7ffffff0, 4, false) + "iCCP"), ": "},
+        {"chunk without end", Png(4, 4, rgb, Number(0x7ffffff0, 4, false) + "iCCP"), ": "},
         {"800 MB of text", Png(4, 4, rgb, LargeTexts()), ": "},
         {"profile", Png(4, 4, rgb, PngChunk("iCCP", std::string("p") + std::string(40, '\0'))),
          "ICC profile is damaged"},
@@ -255,6 +241,10 @@ TEST(HostileFiles, AreRefusedByNameBeforeMemoryIsTaken)
             EXPECT_TRUE(error.empty() || error.starts_with(path + ": ")) << error;
             const std::string share = ErrorOf([&path] { ReadStrip(path); });
             EXPECT_TRUE(share.empty() || share.starts_with(path + ": ")) << share;
+            // What a picture cannot hold a share cannot, either.
+            const bool isHollow =
+                file.bytes.starts_with("II*") && file.reason.starts_with("cannot hold");
+            EXPECT_EQ(isHollow, share.find("cannot hold") != std::string::npos) << share;
             EXPECT_GT(before + allowance, PeakMemory());
         }
     }

@@ -1,13 +1,13 @@
 #include "formats/image_source.h"
 
 #include "colour/icc_builder.h"
+#include "hostile_reading.h"
 #include "picture_kinds.h"
 #include "samples.h"
 
 #include <Imath/half.h>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 
 namespace qva {
@@ -234,8 +234,7 @@ TEST(OpenImage, RefusesDamageAndSizeInEveryFormat)
         SCOPED_TRACE(name);
         const std::string path = folder / name;
         ASSERT_EQ("", ErrorOf([&] { ReadAll(path); }));
-        std::ifstream file(path, std::ios::binary);
-        const std::string whole((std::istreambuf_iterator<char>(file)), {});
+        const std::string whole = samples::Content(path);
         const std::string limited = ErrorOf([&] { OpenImage(path, {19 * 21 - 1}); });
         EXPECT_NE(std::string::npos, limited.find("--max-pixels")) << limited;
         const std::string narrow = ErrorOf([&] { OpenImage(path, {19 * 21, 20}); });

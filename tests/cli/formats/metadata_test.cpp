@@ -12,7 +12,6 @@
 #include "tiff_bytes.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 namespace qva {
 
@@ -22,6 +21,7 @@ using samples::AsBytes;
 using samples::Content;
 using samples::Folder;
 using samples::Number;
+using samples::PngChunk;
 
 constexpr ImageSize size = {7, 5};
 
@@ -72,13 +72,6 @@ TEST(Metadata, GoesFromFileToFileUnchanged)
     }
 }
 
-std::string Chunk(const std::string& name, const std::string& data)
-{
-    const std::string body = name + data;
-    const uLong sum = crc32_z(0, reinterpret_cast<const Bytef*>(body.data()), body.size());
-    return Number(data.size(), 4, false) + body + Number(sum, 4, false);
-}
-
 TEST(PngMetadata, IsFoundBehindThePixelsAndCheckedForDamage)
 {
     const Folder folder;
@@ -95,24 +88,24 @@ TEST(PngMetadata, IsFoundBehindThePixelsAndCheckedForDamage)
         samples::WriteBytes(path, bytes);
         return OpenImage(path, {})->Describe();
     };
-    const SourceDescription found = with(Chunk("iTXt", packet) + Chunk("eXIf", exif));
+    const SourceDescription found = with(PngChunk("iTXt", packet) + PngChunk("eXIf", exif));
     EXPECT_EQ(AsBytes("<x/>"), found.metadata.xmp);
     EXPECT_EQ(AsBytes(exif), found.metadata.exif);
     EXPECT_EQ(6, found.orientation);
-    std::string damaged = Chunk("eXIf", exif);
+    std::string damaged = PngChunk("eXIf", exif);
     damaged[12] ^= 1;
     EXPECT_TRUE(with(damaged).metadata.exif.empty());
     std::string other = packet;
     other[0] = 'Y';
-    EXPECT_TRUE(with(Chunk("iTXt", other)).metadata.xmp.empty());
+    EXPECT_TRUE(with(PngChunk("iTXt", other)).metadata.xmp.empty());
     // Compressed packets are none; a length beyond the end ends the walk.
     other = packet;
     other[18] = 1;
-    EXPECT_TRUE(with(Chunk("iTXt", other)).metadata.xmp.empty());
+    EXPECT_TRUE(with(PngChunk("iTXt", other)).metadata.xmp.empty());
     EXPECT_TRUE(with(Number(0xffffff, 4, false) + "iTXt" + packet).metadata.xmp.empty());
     // The first counts.
     EXPECT_EQ(AsBytes("<x/>"),
-              with(Chunk("iTXt", packet) + Chunk("iTXt", packet + ' ')).metadata.xmp);
+              with(PngChunk("iTXt", packet) + PngChunk("iTXt", packet + ' ')).metadata.xmp);
 }
 
 /// A file of one directory, classic or of 8-byte places, with Exif data behind it.

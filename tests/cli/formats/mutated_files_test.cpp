@@ -4,6 +4,7 @@
 #include "colour/icc_builder.h"
 #include "colour/printer_profile.h"
 #include "colour/profile_transform.h"
+#include "formats/image_source.h"
 #include "formats/strip_reader.h"
 #include "hostile_reading.h"
 #include "mutations.h"
@@ -67,6 +68,39 @@ TEST(MutatedFiles, WithNumbersWrittenOverAreReadOrRefusedByName)
     });
 }
 
+// Bytes behind a picture make its file longer, and are not its pixels.
+TEST(MutatedFiles, WithZerosBehindThemHoldNoLargerPicture)
+{
+    const Folder kinds;
+    const Folder folder;
+    const std::string path = folder / "padded";
+    samples::WritePictureKinds(kinds / "");
+    // With the shorter side of every kind at least 28 megapixels, of less than one pixel a byte.
+    constexpr std::uint32_t side = 4000000;
+    constexpr std::int64_t many = std::int64_t{1} << 24;
+    for (const auto& kind : std::filesystem::directory_iterator(kinds / "")) {
+        SCOPED_TRACE(kind.path().filename());
+        const std::string whole = Content(kind.path());
+        for (std::size_t place = 0; place + 4 < std::min<std::size_t>(whole.size(), 256); ++place) {
+            std::filesystem::remove(path);
+            // Of two sides that follow each other one is hit in the file's own order of bytes.
+            samples::WriteBytes(path, samples::WithNumber(whole, place, side, place / 4 % 2 == 0) +
+                                          std::string(4096, '\0'));
+            std::int64_t pixels = 0;
+            const std::string error = ErrorOf([&] {
+                const auto source = OpenImage(path, {1 << 30});
+                const ImageSize size = source->Size();
+                pixels = size.width * size.height;
+                std::vector<float> row(static_cast<std::size_t>(size.width * 3));
+                for (std::int64_t y = 0; pixels > many && y < size.height; ++y) {
+                    source->ReadRows(1, row.data());
+                }
+            });
+            EXPECT_TRUE(pixels <= many || !error.empty()) << place;
+        }
+    }
+}
+
 /// Two bands of 12 x 10 pixels, as qva page --band writes them.
 std::string Share(const std::string& path)
 {
@@ -103,47 +137,46 @@ void ReadShare(const std::string& path)
     }
 }
 
+/// Changes a file in both ways: each use of it is done or refused by name.
+void TryBoth(const std::string& whole, const std::string& name,
+             const std::function<void(const std::string&)>& use)
+{
+    const std::uint64_t before = PeakMemory();
+    long refused = 0;
+    const auto attempt = [&](const std::string& bytes) {
+        const std::string error = ErrorOf([&] { use(bytes); });
+        EXPECT_TRUE(error.empty() || error.starts_with(name + ": ")) << error;
+        refused += error.empty() ? 0 : 1;
+    };
+    const long tried = samples::CutAndTurnOver(whole, samples::SweepStride(), attempt) +
+                       samples::WriteNumbers(whole, samples::SweepStride(), attempt);
+    EXPECT_GT(before + allowance, PeakMemory());
+    std::cout << tried << " tried, " << refused << " refused\n";
+}
+
 TEST(MutatedFiles, SharesAreReadOrRefusedByName)
 {
     const Folder folder;
     const std::string path = folder / "share.tif";
     const std::string whole = Share(path);
     ASSERT_EQ("", ErrorOf([&path] { ReadShare(path); }));
-    const std::uint64_t before = PeakMemory();
-    long refused = 0;
-    const auto attempt = [&](const std::string& bytes) {
+    TryBoth(whole, path, [&path](const std::string& bytes) {
         std::filesystem::remove(path);
         samples::WriteBytes(path, bytes);
-        const std::string error = ErrorOf([&path] { ReadShare(path); });
-        EXPECT_TRUE(error.empty() || error.starts_with(path + ": ")) << error;
-        refused += error.empty() ? 0 : 1;
-    };
-    const long tried = samples::CutAndTurnOver(whole, samples::SweepStride(), attempt) +
-                       samples::WriteNumbers(whole, samples::SweepStride(), attempt);
-    EXPECT_GT(before + allowance, PeakMemory());
-    std::cout << tried << " shares tried, " << refused << " refused\n";
+        ReadShare(path);
+    });
 }
 
 TEST(MutatedFiles, ProfilesAreUsedOrRefusedByName)
 {
     const std::vector<unsigned char> profile = RenderedProfile();
-    const std::uint64_t before = PeakMemory();
-    long refused = 0;
     const std::string whole(profile.begin(), profile.end());
-    const auto attempt = [&](const std::string& text) {
-        const std::vector<unsigned char> bytes(text.begin(), text.end());
-        for (const auto& use : {std::function<void()>([&] { CheckPrinterProfile(bytes, "name"); }),
-                                std::function<void()>([&] { ProfileTransform(bytes, "name"); })})
-        {
-            const std::string error = ErrorOf(use);
-            EXPECT_TRUE(error.empty() || error.starts_with("name: ")) << error;
-            refused += error.empty() ? 0 : 1;
-        }
-    };
-    const long tried = samples::CutAndTurnOver(whole, samples::SweepStride(), attempt) +
-                       samples::WriteNumbers(whole, samples::SweepStride(), attempt);
-    EXPECT_GT(before + allowance, PeakMemory());
-    std::cout << tried << " profiles tried in two ways, refused " << refused << " times\n";
+    TryBoth(whole, "name", [](const std::string& text) {
+        CheckPrinterProfile({text.begin(), text.end()}, "name");
+    });
+    TryBoth(whole, "name", [](const std::string& text) {
+        ProfileTransform({text.begin(), text.end()}, "name");
+    });
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 #include "dng_samples.h"
 #include "formats/image_source.h"
 #include "formats/raw_marks.h"
+#include "hostile_reading.h"
 #include "samples.h"
 
 #include <array>
 #include <cmath>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <lcms2.h>
 
@@ -108,8 +108,7 @@ TEST(RawMarks, TellRawPicturesFromOtherTiffs)
 {
     const Folder folder;
     samples::WriteDng(folder / "dng", {32, 24}, std::vector<double>(32 * 24 * 3, 0.5));
-    std::ifstream file(folder / "dng", std::ios::binary);
-    const std::string dng((std::istreambuf_iterator<char>(file)), {});
+    const std::string dng = samples::Content(folder / "dng");
     EXPECT_TRUE(IsRaw(dng));
     EXPECT_TRUE(IsRaw("FUJIFILMCCD-RAW 0201"));
     EXPECT_FALSE(IsRaw(dng.substr(0, 60)));

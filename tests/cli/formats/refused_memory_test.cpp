@@ -3,6 +3,7 @@
 #include "base/errors.h"
 #include "command/report.h"
 #include "formats/write_page.h"
+#include "hostile_reading.h"
 #include "page/page_job.h"
 #include "page/page_lines.h"
 #include "picture/print_metadata.h"
@@ -11,10 +12,11 @@
 #include "render/scan_load.h"
 #include "samples.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
-#include <fstream>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <limits>
 #include <new>
@@ -71,12 +73,6 @@ namespace {
 
 constexpr ImageSize size = {24, 40};
 
-std::string Content(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// @return whether it was done.
 template <typename Call>
 bool IsDone(const Call& call)
@@ -89,6 +85,35 @@ bool IsDone(const Call& call)
     } catch (const std::length_error&) {
     }
     return false;
+}
+
+/// Calls run with each of its requests refused in turn, and then with all from each one on.
+/// @param check  is told whether run was done and which request was the first.
+/// @return how many were refused.
+template <typename Run, typename Check>
+long RefuseEach(const Run& run, long most, bool mayLast, const Check& check)
+{
+    refused = std::numeric_limits<long>::max();
+    asked = 0;
+    run();
+    const long last = asked.exchange(-1);
+    check(true, -1);
+    const char* every = std::getenv("LUMO_SWEEP_STRIDE");
+    const bool all = every != nullptr && std::atol(every) == 1;
+    const long stride = all ? 1 : std::max(last / most, 1L);
+    long count = 0;
+    for (const bool isLasting : {false, true}) {
+        for (long number = 0; number < (isLasting && !mayLast ? 0 : last);
+             number += stride, ++count) {
+            lasting = isLasting;
+            refused = number;
+            asked = 0;
+            const bool done = IsDone(run);
+            asked = -1;
+            check(done, number);
+        }
+    }
+    return count;
 }
 
 /// What a print does but for the rendering, which has a sweep of its own.
@@ -124,33 +149,20 @@ TEST(RefusedMemory, EndsInAMessageAndLeavesTheOldFile)
     light[5] = std::numeric_limits<double>::infinity();
     const std::string photo = folder / "photo";
     samples::WriteTiff(photo, size, light, {.bits = 32, .isFloat = true});
-    const char* every = std::getenv("LUMO_SWEEP_STRIDE");
-    const long stride = every != nullptr ? std::atol(every) : 1;
     long count = 0;
     for (const std::string name : {"a.tif", "a.png", "columns.tif"}) {
         SCOPED_TRACE(name);
         const std::string result = folder / name;
         const auto run = [&] { Copy(photo, result, name == "columns.tif"); };
         run();
-        const std::string whole = Content(result);
-        refused = std::numeric_limits<long>::max();
-        asked = 0;
-        run();
-        const long last = asked.exchange(-1);
-        for (const bool all : {false, true}) {
-            for (long number = 0; number < last; number += stride, ++count) {
-                samples::WriteBytes(result, "old");
-                lasting = all;
-                refused = number;
-                asked = 0;
-                const bool done = IsDone(run);
-                asked = -1;
-                EXPECT_EQ(done ? whole : "old", Content(result)) << number;
-                for (const auto& entry : std::filesystem::directory_iterator(folder / "")) {
-                    EXPECT_FALSE(entry.path().filename().string().starts_with(".")) << number;
-                }
+        const std::string whole = samples::Content(result);
+        count += RefuseEach(run, 1000, true, [&](bool done, long number) {
+            EXPECT_EQ(done ? whole : "old", samples::Content(result)) << number;
+            for (const auto& entry : std::filesystem::directory_iterator(folder / "")) {
+                EXPECT_FALSE(entry.path().filename().string().starts_with(".")) << number;
             }
-        }
+            samples::WriteBytes(result, "old");
+        });
     }
     std::cout << count << " requests refused\n";
     EXPECT_LT(10, count);
@@ -172,8 +184,6 @@ TEST(RefusedMemory, OfReadersEndsInAMessage)
 {
     const samples::Folder folder;
     samples::WritePictureKinds(folder / "");
-    const char* every = std::getenv("LUMO_SWEEP_STRIDE");
-    const bool all = every != nullptr && std::atol(every) == 1;
     long count = 0;
     long ended = 0;
     for (const auto& kind : std::filesystem::directory_iterator(folder / "")) {
@@ -182,28 +192,17 @@ TEST(RefusedMemory, OfReadersEndsInAMessage)
         std::vector<float> whole;
         std::vector<float> rows;
         Metadata metadata;
-        const auto run = [&] { ReadInto(path, rows, metadata); };
         ReadInto(path, whole, metadata);
-        refused = std::numeric_limits<long>::max();
-        asked = 0;
-        run();
-        const long last = asked.exchange(-1);
-        const long stride = all ? 1 : std::max(last / 24, 1L);
+        const auto run = [&] {
+            rows.clear();
+            ReadInto(path, rows, metadata);
+        };
         // libde265 asks for memory while it gives memory back.
         const bool mayLast = path.find("heic") == std::string::npos;
-        for (const bool isLasting : {false, true}) {
-            for (long number = 0; number < (isLasting && !mayLast ? 0 : last);
-                 number += stride, ++count) {
-                rows.clear();
-                lasting = isLasting;
-                refused = number;
-                asked = 0;
-                const bool done = IsDone(run);
-                asked = -1;
-                ended += done ? 0 : 1;
-                EXPECT_EQ(done, rows == whole) << number;
-            }
-        }
+        count += RefuseEach(run, 24, mayLast, [&](bool done, long number) {
+            ended += done ? 0 : 1;
+            EXPECT_EQ(done, rows == whole) << number;
+        });
     }
     std::cout << count << " requests refused, " << ended << " ended the reading\n";
     EXPECT_LT(count / 2, ended);
@@ -230,24 +229,15 @@ TEST(RefusedMemory, OfJsonNeverEndsTheProgram)
     const std::string whole = AllJson(found);
     EXPECT_NE(std::string::npos, whole.find("threshold is 1.3 and 20.0"));
     std::string text;
-    const auto run = [&] { text = AllJson(found); };
-    refused = std::numeric_limits<long>::max();
-    asked = 0;
-    run();
-    const long last = asked.exchange(-1);
-    for (const bool all : {false, true}) {
-        for (long number = 0; number < last; ++number) {
-            text.clear();
-            lasting = all;
-            refused = number;
-            asked = 0;
-            const bool done = IsDone(run);
-            asked = -1;
-            EXPECT_EQ(done ? whole : "", text) << number;
-        }
-    }
-    std::cout << 2 * last << " requests refused\n";
-    EXPECT_LT(10, last);
+    const auto run = [&] {
+        text.clear();
+        text = AllJson(found);
+    };
+    const long count = RefuseEach(run, 1000000, true, [&](bool done, long number) {
+        EXPECT_EQ(done ? whole : "", text) << number;
+    });
+    std::cout << count << " requests refused\n";
+    EXPECT_LT(10, count);
 }
 
 } // namespace

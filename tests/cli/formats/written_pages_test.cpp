@@ -3,6 +3,7 @@
 #include "formats/write_page.h"
 #include "hostile_reading.h"
 #include "samples.h"
+#include "tiff_bytes.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -24,21 +25,6 @@ Page Photograph()
         page.codes[i] = static_cast<std::uint16_t>(i / size.width * 300 + (noise >> 25));
     }
     return page;
-}
-
-/// All data of a PNG's IDAT chunks (ISO/IEC 15948, 5.3).
-std::string DataOf(const std::string& png)
-{
-    std::string data;
-    for (std::size_t place = 8; place + 12 <= png.size();) {
-        std::size_t length = 0;
-        for (std::size_t i = place; i < place + 4; ++i) {
-            length = length << 8 | static_cast<unsigned char>(png[i]);
-        }
-        data += png.compare(place + 4, 4, "IDAT") == 0 ? png.substr(place + 8, length) : "";
-        place += length + 12;
-    }
-    return data;
 }
 
 class WrittenPages : public testing::TestWithParam<std::pair<const char*, Compression>> {
@@ -74,7 +60,7 @@ TEST_P(WrittenPages, AreTheSameForEveryNumberOfThreads)
     }
     if (path.ends_with("png")) {
         // All pieces together are one stream, whose checksum holds.
-        const std::string data = DataOf(first);
+        const std::string data = samples::PngDataOf(first, "IDAT");
         std::vector<Bytef> rows(static_cast<std::size_t>((size.width * 6 + 1) * size.height));
         auto length = static_cast<uLongf>(rows.size());
         EXPECT_EQ(Z_OK, uncompress(rows.data(), &length,

@@ -1,5 +1,6 @@
 #include "page/page_lines.h"
 
+#include "meanings.h"
 #include "page/reduced_page.h"
 #include "render/scan_load.h"
 #include "samples.h"
@@ -11,15 +12,6 @@ namespace qva {
 namespace {
 
 constexpr ImageSize stored = {7, 11};
-
-/// The value 1.0 is 1 cd/m².
-Interpretation Linear()
-{
-    Interpretation meaning;
-    meaning.primaries = bt2020;
-    meaning.signalOneLuminance = 1.0;
-    return meaning;
-}
 
 LightPlan AllSteps()
 {
@@ -51,7 +43,7 @@ TEST(PageLines, GiveTheUprightPageForEveryOrientation)
         samples::WriteTiff(path, stored, values,
                            {.bits = 32, .isFloat = true, .orientation = orientation});
         const auto source = OpenImage(path, {1000});
-        const SceneDecoder decoder(Linear(), path);
+        const SceneDecoder decoder(samples::Light(1.0), path);
         const Page upright = LoadPage(*source, decoder, light, range, progress);
         for (const Direction direction : {Direction::Rows, Direction::Columns}) {
             SCOPED_TRACE(testing::Message()

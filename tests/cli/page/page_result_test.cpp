@@ -1,20 +1,21 @@
 #include "page/page_result.h"
 
 #include "formats/strip_reader.h"
+#include "hostile_reading.h"
+#include "mutations.h"
 #include "samples.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
-#include <sstream>
 #include <sys/stat.h>
 
 namespace qva {
 
 namespace {
+
+using samples::Content;
 
 constexpr std::int64_t width = 16;
 constexpr std::int64_t linesPerBand = 4;
@@ -35,14 +36,6 @@ std::vector<std::uint16_t> BandCodes(int band)
     return codes;
 }
 
-std::string Contents(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
 /// Writes the bands that are missing up to `end`; commits a complete page.
 std::int64_t Write(const std::string& path, int end, Continuation continuation,
                    const std::string& plan = "{\"a\":1}")
@@ -59,21 +52,51 @@ std::int64_t Write(const std::string& path, int end, Continuation continuation,
     return found;
 }
 
+/// A page that was stopped behind two of its three bands, and what it is when it is whole.
+struct StoppedPage {
+    samples::Folder folder;
+    std::string path = folder / "a.tif";
+    std::string whole;
+    std::string part;
+    std::string journal;
+
+    StoppedPage()
+    {
+        Write(path, 3, Continuation::Refuse);
+        whole = Content(path);
+        std::filesystem::remove(path);
+        Write(path, 2, Continuation::Refuse);
+        part = Content(path + ".qva-part");
+        journal = Content(path + ".qva-journal");
+    }
+
+    /// Goes on from a part and a journal to the bytes of the whole page.
+    /// @return the bands that were there.
+    std::int64_t GoOn(const std::string& newPart, const std::string& newJournal) const
+    {
+        samples::WriteBytes(path + ".qva-part", newPart);
+        samples::WriteBytes(path + ".qva-journal", newJournal);
+        const std::int64_t found = Write(path, 3, Continuation::Resume);
+        EXPECT_EQ(whole, Content(path));
+        std::filesystem::remove(path);
+        return found;
+    }
+};
+
 TEST(PageResult, GoesOnToTheSameBytes)
 {
-    const samples::Folder folder;
-    Write(folder / "whole.tif", 3, Continuation::Refuse);
-    const std::string whole = Contents(folder / "whole.tif");
+    const StoppedPage page;
     for (const int stop : {0, 1, 2}) {
-        const std::string path = folder / "stopped.tif";
+        const std::string path = page.folder / "stopped.tif";
         Write(path, stop, Continuation::Refuse);
-        EXPECT_EQ("", Contents(path)); // no name before the end
+        EXPECT_EQ("", Content(path)); // no name before the end
         EXPECT_EQ(stop, Write(path, 3, Continuation::Resume));
-        EXPECT_EQ(whole, Contents(path));
-        EXPECT_EQ("", Contents(path + ".qva-part") + Contents(path + ".qva-journal"));
+        EXPECT_EQ(page.whole, Content(path));
+        EXPECT_EQ("", Content(path + ".qva-part") + Content(path + ".qva-journal"));
         std::filesystem::remove(path);
     }
-    StripReader reader(folder / "whole.tif");
+    Write(page.path, 3, Continuation::Resume);
+    StripReader reader(page.path);
     std::vector<std::uint16_t> codes(width * 2 * 3);
     reader.Decode(2, codes.data());
     const std::vector<std::uint16_t> expected = BandCodes(1);
@@ -82,79 +105,42 @@ TEST(PageResult, GoesOnToTheSameBytes)
 
 TEST(PageResult, TakesOverOnlyWhatIsWhole)
 {
-    const samples::Folder folder;
-    const std::string path = folder / "a.tif";
-    Write(path, 3, Continuation::Refuse);
-    const std::string whole = Contents(path);
-    std::filesystem::remove(path);
-    const auto damage = [&](const std::string& name, auto change) {
-        Write(path, 2, Continuation::Refuse);
-        std::string bytes = Contents(path + name);
-        change(bytes);
-        samples::WriteBytes(path + name, bytes);
-        const std::int64_t found = Write(path, 3, Continuation::Resume);
-        EXPECT_EQ(whole, Contents(path));
-        std::filesystem::remove(path);
-        return found;
-    };
+    const StoppedPage page;
     // The last band changed, cut short; the first changed.
-    EXPECT_EQ(1, damage(".qva-part", [](std::string& bytes) { bytes.back() ^= 1; }));
-    EXPECT_EQ(1, damage(".qva-part", [](std::string& bytes) { bytes.pop_back(); }));
-    EXPECT_EQ(0, damage(".qva-part", [](std::string& bytes) { bytes[12] ^= 1; }));
-}
-
-TEST(PageResult, GoesOnFromAJournalCutAtEveryByte)
-{
-    const samples::Folder folder;
-    const std::string path = folder / "a.tif";
-    Write(path, 3, Continuation::Refuse);
-    const std::string whole = Contents(path);
-    std::filesystem::remove(path);
-    Write(path, 2, Continuation::Refuse);
-    const std::string part = Contents(path + ".qva-part");
-    const std::string journal = Contents(path + ".qva-journal");
-    std::cout << journal.size() + 1 << " journals tried\n";
-    for (std::size_t keep = 0; keep <= journal.size(); ++keep) {
+    for (const auto& [place, bands] : {std::pair{page.part.size() - 1, 1}, {std::size_t{12}, 0}}) {
+        std::string part = page.part;
+        part[place] ^= 1;
+        EXPECT_EQ(bands, page.GoOn(part, page.journal)) << place;
+    }
+    EXPECT_EQ(1, page.GoOn(page.part.substr(0, page.part.size() - 1), page.journal));
+    std::cout << page.journal.size() + 1 << " journals tried\n";
+    for (std::size_t keep = 0; keep <= page.journal.size(); ++keep) {
         SCOPED_TRACE(keep);
-        const std::string left = journal.substr(0, keep);
+        const std::string left = page.journal.substr(0, keep);
         const auto lines = std::count(left.begin(), left.end(), '\n');
-        samples::WriteBytes(path + ".qva-part", part);
-        samples::WriteBytes(path + ".qva-journal", left);
         // The first line is the plan.
-        EXPECT_EQ(std::max<std::ptrdiff_t>(lines - 1, 0), Write(path, 3, Continuation::Resume));
-        EXPECT_EQ(whole, Contents(path));
-        std::filesystem::remove(path);
+        EXPECT_EQ(std::max<std::ptrdiff_t>(lines - 1, 0), page.GoOn(page.part, left));
     }
 }
 
 // With bits turned over it may be another plan; then it can still be thrown away.
 TEST(PageResult, GoesOnOrRefusesAJournalWithABitTurnedOver)
 {
-    const samples::Folder folder;
-    const std::string path = folder / "a.tif";
-    Write(path, 3, Continuation::Refuse);
-    const std::string whole = Contents(path);
-    std::filesystem::remove(path);
-    Write(path, 2, Continuation::Refuse);
-    const std::string part = Contents(path + ".qva-part");
-    const std::string journal = Contents(path + ".qva-journal");
-    const char* every = std::getenv("LUMO_SWEEP_STRIDE");
-    const std::size_t stride = every != nullptr ? std::strtoul(every, nullptr, 10) : 13;
-    std::cout << journal.size() * 8 / std::max(stride, std::size_t{1}) << " journals tried\n";
-    for (std::size_t bit = 0; bit < journal.size() * 8; bit += std::max(stride, std::size_t{1})) {
+    const StoppedPage page;
+    const std::size_t stride = samples::SweepStride() == 1 ? 1 : 13;
+    std::cout << page.journal.size() * 8 / stride << " journals tried\n";
+    for (std::size_t bit = 0; bit < page.journal.size() * 8; bit += stride) {
         SCOPED_TRACE(bit);
-        std::string changed = journal;
+        std::string changed = page.journal;
         changed[bit / 8] = static_cast<char>(changed[bit / 8] ^ 1 << bit % 8);
-        samples::WriteBytes(path + ".qva-part", part);
-        samples::WriteBytes(path + ".qva-journal", changed);
-        const std::string error = samples::ErrorOf([&] { Write(path, 3, Continuation::Resume); });
+        const std::string error = samples::ErrorOf([&] { page.GoOn(page.part, changed); });
         if (!error.empty()) {
             EXPECT_NE(std::string::npos, error.find("other options")) << error;
-            EXPECT_EQ(part, Contents(path + ".qva-part"));
-            Write(path, 3, Continuation::Any);
+            EXPECT_EQ(page.part, Content(page.path + ".qva-part"));
+            Write(page.path, 3, Continuation::Any);
+            EXPECT_EQ(page.whole, Content(page.path));
+            std::filesystem::remove(page.path);
         }
-        EXPECT_EQ(whole, Contents(path));
-        std::filesystem::remove(path);
     }
 }
 
@@ -193,24 +179,20 @@ TEST(PageResult, TakesOnlyRegularFilesBesideTheResult)
             std::filesystem::remove(path + ".qva-part");
         }
     }
-    EXPECT_EQ("precious", Contents(folder / "precious"));
+    EXPECT_EQ("precious", Content(folder / "precious"));
     EXPECT_FALSE(std::filesystem::exists(folder / "none"));
 }
 
 // A run that ends between the last two steps leaves it behind.
 TEST(PageResult, PassesOverTheJournalOfAFinishedRun)
 {
-    const samples::Folder folder;
-    const std::string path = folder / "a.tif";
-    Write(path, 2, Continuation::Refuse);
-    const std::string journal = Contents(path + ".qva-journal");
-    Write(path, 3, Continuation::Resume);
-    const std::string whole = Contents(path);
+    const StoppedPage page;
+    Write(page.path, 3, Continuation::Resume);
     for (const Continuation next : {Continuation::Refuse, Continuation::Resume}) {
-        samples::WriteBytes(path + ".qva-journal", journal);
-        EXPECT_EQ(0, Write(path, 3, next));
-        EXPECT_EQ(whole, Contents(path));
-        EXPECT_FALSE(std::filesystem::exists(path + ".qva-journal"));
+        samples::WriteBytes(page.path + ".qva-journal", page.journal);
+        EXPECT_EQ(0, Write(page.path, 3, next));
+        EXPECT_EQ(page.whole, Content(page.path));
+        EXPECT_FALSE(std::filesystem::exists(page.path + ".qva-journal"));
     }
 }
 
@@ -222,10 +204,10 @@ TEST(PageResult, LeavesTheWorkOfOthersAlone)
         return samples::ErrorOf([&] { Write(path, 1, continuation, plan); });
     };
     Write(path, 2, Continuation::Refuse, "{\"a\":1}");
-    const std::string part = Contents(path + ".qva-part");
+    const std::string part = Content(path + ".qva-part");
     EXPECT_NE(std::string::npos, error(Continuation::Refuse, "{\"a\":1}").find("--resume"));
     EXPECT_NE(std::string::npos, error(Continuation::Resume, "{\"a\":2}").find("other options"));
-    EXPECT_EQ(part, Contents(path + ".qva-part"));
+    EXPECT_EQ(part, Content(path + ".qva-part"));
     {
         const PageResult busy(path, StripsOfPage(), linesPerBand, "{\"a\":1}",
                               Continuation::Resume);

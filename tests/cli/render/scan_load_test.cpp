@@ -1,6 +1,7 @@
 #include "render/scan_load.h"
 
 #include "base/workers.h"
+#include "meanings.h"
 #include "samples.h"
 
 #include <cmath>
@@ -43,18 +44,6 @@ SourceDescription Sized(ImageSize size, int orientation = 1)
     return description;
 }
 
-Interpretation Pq()
-{
-    Interpretation meaning;
-    meaning.transfer = Transfer::Pq;
-    meaning.primaries = bt2020;
-    meaning.isInteger = true;
-    meaning.largestCode = 65535.0;
-    meaning.codeWhite = 65535.0;
-    meaning.signalOneLuminance = 10000.0;
-    return meaning;
-}
-
 // Stored rows ABC and DEF; TIFF 6.0, tag 274: where row 0 and column 0 of the stored picture lie
 // in the upright one.
 TEST(LoadPage, SetsThePictureUpright)
@@ -75,8 +64,8 @@ TEST(LoadPage, SetsThePictureUpright)
             rgb.insert(rgb.end(), 3, static_cast<float>(letter));
         }
         FakeSource source(Sized({3, 2}, c.orientation), rgb);
-        const Page page =
-            LoadPage(source, SceneDecoder(Pq(), "a"), LightSteps({}), range, progress);
+        const Page page = LoadPage(source, SceneDecoder(samples::Codes(Transfer::Pq, 10000.0), "a"),
+                                   LightSteps({}), range, progress);
         EXPECT_EQ(c.width, page.size.width);
         std::string upright;
         for (std::size_t i = 0; i < 6; ++i) {
@@ -96,7 +85,8 @@ TEST(LoadPage, LeavesPqCodesAlone)
     RenderRange range;
     range.passThrough = true;
     Progress progress(ProgressStyle::None);
-    const Page page = LoadPage(source, SceneDecoder(Pq(), "a"), LightSteps({}), range, progress);
+    const Page page = LoadPage(source, SceneDecoder(samples::Codes(Transfer::Pq, 10000.0), "a"),
+                               LightSteps({}), range, progress);
     for (std::size_t i = 0; i < codes.size(); ++i) {
         ASSERT_EQ(i / 3, page.codes[i]);
     }
@@ -104,9 +94,7 @@ TEST(LoadPage, LeavesPqCodesAlone)
 
 TEST(LoadPage, RoundsLinearCodesAndCutsAtTheEnds)
 {
-    Interpretation meaning;
-    meaning.primaries = bt2020;
-    meaning.signalOneLuminance = 65535.0;
+    const Interpretation meaning = samples::Light(65535.0);
     RenderRange range;
     range.top = 65535.0;
     FakeSource source(Sized({2, 1}), {0.4f / 65535, 0.6f / 65535, -1.0f, 2.0f, 1.0f, INFINITY});
@@ -122,8 +110,7 @@ void ExpectSameKeptAsRead(bool isFloat, int orientation, const LightSteps& light
 {
     SourceDescription description = Sized({700, 400}, orientation);
     description.isFloat = isFloat;
-    Interpretation meaning = Pq();
-    meaning.primaries = FindPrimaries("aces").value();
+    Interpretation meaning = samples::Codes(Transfer::Pq, 10000.0, FindPrimaries("aces").value());
     meaning.isInteger = !isFloat;
     std::vector<float> samples(700 * 400 * 3);
     for (std::size_t i = 0; i < samples.size(); ++i) {

@@ -1,5 +1,7 @@
 #include "jpeg_samples.h"
 
+#include "tiff_bytes.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
@@ -9,38 +11,16 @@ namespace qva::samples {
 
 namespace {
 
-std::string Number(std::uint64_t number, int count, bool isLittle)
-{
-    std::string bytes;
-    for (int i = 0; i < count; ++i) {
-        bytes.push_back(static_cast<char>(number >> 8 * (isLittle ? i : count - 1 - i)));
-    }
-    return bytes;
-}
-
-std::string Entry(std::uint64_t tag, std::uint64_t type, std::uint64_t count,
-                  const std::string& value, bool isLittle)
-{
-    return Number(tag, 2, isLittle) + Number(type, 2, isLittle) + Number(count, 4, isLittle) +
-           value;
-}
-
-std::string TiffHeader(bool isLittle)
-{
-    return (isLittle ? "II" : "MM") + Number(42, 2, isLittle) + Number(8, 4, isLittle);
-}
-
 /// The directory of two pictures, as CIPA DC-007 has it.
 std::string PictureDirectory(std::uint64_t firstBytes, std::uint64_t mapBytes, std::uint64_t place,
                              bool isLittle)
 {
     const auto number = [isLittle](std::uint64_t value) { return Number(value, 4, isLittle); };
-    constexpr std::uint64_t entriesPlace = 50;
-    return std::string("MPF\0", 4) + TiffHeader(isLittle) + Number(3, 2, isLittle) +
-           Entry(0xb000, 7, 4, "0100", isLittle) + Entry(0xb001, 4, 1, number(2), isLittle) +
-           Entry(0xb002, 7, 32, number(entriesPlace), isLittle) + number(0) + number(0x30000) +
-           number(firstBytes) + number(0) + number(0) + number(0) + number(mapBytes) +
-           number(place) + number(0);
+    const std::string pictures = number(0x30000) + number(firstBytes) + number(0) + number(0) +
+                                 number(0) + number(mapBytes) + number(place) + number(0);
+    return std::string("MPF\0", 4) + Header(isLittle) +
+           Directory({{0xb000, 7, 4, "0100"}, {0xb001, 4, 1, number(2)}, {0xb002, 7, 32, pictures}},
+                     isLittle, 8);
 }
 
 std::string SegmentBytes(int number, const std::string& content)
@@ -146,14 +126,12 @@ Segment AppleSegment()
 
 Segment ExifSegment(const std::vector<std::pair<int, int>>& entries, bool isLittle)
 {
-    std::string bytes =
-        std::string("Exif\0\0", 6) + TiffHeader(isLittle) + Number(entries.size(), 2, isLittle);
+    std::vector<Entry> all;
     for (const auto& [tag, value] : entries) {
-        bytes += Entry(static_cast<std::uint64_t>(tag), 3, 1,
-                       Number(static_cast<std::uint64_t>(value), 2, isLittle) + Number(0, 2, true),
-                       isLittle);
+        all.push_back({static_cast<unsigned>(tag), 3, 1,
+                       Number(static_cast<std::uint64_t>(value), 2, isLittle)});
     }
-    return {1, bytes + Number(0, 4, isLittle)};
+    return {1, std::string("Exif\0\0", 6) + Header(isLittle) + Directory(all, isLittle)};
 }
 
 } // namespace qva::samples

@@ -3,7 +3,6 @@
 #include "samples.h"
 
 #include <cmath>
-#include <cstring>
 #include <jxl/encode.h>
 #include <memory>
 #include <stdexcept>
@@ -21,27 +20,18 @@ void Must(JxlEncoderStatus status)
     }
 }
 
-void Append(std::vector<unsigned char>& bytes, const void* value, std::size_t size)
-{
-    const auto* first = static_cast<const unsigned char*>(value);
-    bytes.insert(bytes.end(), first, first + size);
-}
-
 /// The library takes 16-bit codes as of 65535 steps, whatever the file is to say.
-std::vector<unsigned char> Pixels(const std::vector<double>& samples, const JxlKind& kind)
+std::string Pixels(const std::vector<double>& samples, const JxlKind& kind)
 {
-    std::vector<unsigned char> bytes;
+    std::string bytes;
     for (const double sample : samples) {
-        if (kind.isFloat) {
-            const auto value = static_cast<float>(sample);
-            Append(bytes, &value, sizeof value);
-        } else if (kind.bits == 8) {
-            bytes.push_back(static_cast<std::uint8_t>(sample));
-        } else {
-            const auto code = static_cast<std::uint16_t>(
-                std::round(sample * 65535.0 / (std::exp2(kind.bits) - 1.0)));
-            Append(bytes, &code, sizeof code);
-        }
+        const auto code = kind.bits == 8 ? static_cast<std::uint16_t>(sample)
+                                         : static_cast<std::uint16_t>(std::round(
+                                               sample * 65535.0 / (std::exp2(kind.bits) - 1.0)));
+        const auto value = static_cast<float>(sample);
+        const void* first = kind.isFloat ? static_cast<const void*>(&value) : &code;
+        // Of a code of 8 bits the first byte, as on any machine that this runs on.
+        bytes.append(static_cast<const char*>(first), kind.isFloat ? 4 : kind.bits == 8 ? 1 : 2);
     }
     return bytes;
 }
@@ -86,47 +76,36 @@ void SetColour(JxlEncoder* encoder, const JxlKind& kind)
     Must(JxlEncoderSetColorEncoding(encoder, &encoding));
 }
 
-void AddBoxes(JxlEncoder* encoder, const JxlKind& kind)
+void AddBox(JxlEncoder* encoder, const char* type, const std::string& content, bool isPacked)
 {
-    if (kind.exif.empty() && kind.xmp.empty()) {
-        return;
+    if (!content.empty()) {
+        Must(JxlEncoderUseBoxes(encoder));
+        Must(JxlEncoderAddBox(encoder, type, reinterpret_cast<const std::uint8_t*>(content.data()),
+                              content.size(), isPacked ? JXL_TRUE : JXL_FALSE));
     }
-    Must(JxlEncoderUseBoxes(encoder));
-    if (!kind.exif.empty()) {
-        std::vector<unsigned char> box(4, 0);
-        box.insert(box.end(), kind.exif.begin(), kind.exif.end());
-        Must(JxlEncoderAddBox(encoder, "Exif", box.data(), box.size(), JXL_FALSE));
-    }
-    if (!kind.xmp.empty()) {
-        const auto* first = reinterpret_cast<const std::uint8_t*>(kind.xmp.data());
-        Must(JxlEncoderAddBox(encoder, "xml ", first, kind.xmp.size(), JXL_TRUE));
-    }
-    JxlEncoderCloseBoxes(encoder);
 }
 
 void AddFrames(JxlEncoder* encoder, const std::vector<double>& samples, const JxlKind& kind)
 {
-    const std::vector<unsigned char> pixels = Pixels(samples, kind);
+    const std::string pixels = Pixels(samples, kind);
     const JxlPixelFormat format = {static_cast<std::uint32_t>(kind.channels),
                                    kind.isFloat     ? JXL_TYPE_FLOAT
                                    : kind.bits == 8 ? JXL_TYPE_UINT8
                                                     : JXL_TYPE_UINT16,
                                    JXL_NATIVE_ENDIAN, 0};
+    JxlFrameHeader header;
+    JxlEncoderInitFrameHeader(&header);
+    header.duration = kind.frames > 1 ? 5 : 0;
     for (int frame = 0; frame < kind.frames; ++frame) {
         JxlEncoderFrameSettings* settings = JxlEncoderFrameSettingsCreate(encoder, nullptr);
         Must(JxlEncoderSetFrameLossless(settings, kind.isLossless ? JXL_TRUE : JXL_FALSE));
         if (!kind.isLossless) {
             Must(JxlEncoderSetFrameDistance(settings, 0.3f));
         }
-        if (kind.frames > 1) {
-            JxlFrameHeader header;
-            JxlEncoderInitFrameHeader(&header);
-            header.duration = 5;
-            Must(JxlEncoderSetFrameHeader(settings, &header));
-        }
+        Must(JxlEncoderSetFrameHeader(settings, &header));
         Must(JxlEncoderAddImageFrame(settings, &format, pixels.data(), pixels.size()));
     }
-    JxlEncoderCloseFrames(encoder);
+    JxlEncoderCloseInput(encoder);
 }
 
 std::string Output(JxlEncoder* encoder)
@@ -153,7 +132,9 @@ void WriteJxl(const std::string& path, ImageSize size, const std::vector<double>
     Must(JxlEncoderUseContainer(encoder.get(), kind.hasContainer ? JXL_TRUE : JXL_FALSE));
     SetInfo(encoder.get(), size, kind);
     SetColour(encoder.get(), kind);
-    AddBoxes(encoder.get(), kind);
+    const std::string exif(kind.exif.begin(), kind.exif.end());
+    AddBox(encoder.get(), "Exif", exif.empty() ? exif : std::string(4, '\0') + exif, false);
+    AddBox(encoder.get(), "xml ", kind.xmp, true);
     AddFrames(encoder.get(), samples, kind);
     WriteBytes(path, Output(encoder.get()));
 }

@@ -122,6 +122,12 @@ long WriteNumbers(const std::string& whole, std::size_t stride, const Attempt& a
     return tried;
 }
 
+std::string WithNumber(std::string bytes, std::size_t place, std::uint32_t value, bool isLittle)
+{
+    Write({value, 4, isLittle}, place, bytes);
+    return WithChecksums(std::move(bytes));
+}
+
 std::string WithChecksums(std::string bytes)
 {
     for (const auto& format : checksums) {

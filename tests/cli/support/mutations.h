@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -21,6 +22,9 @@ long CutAndTurnOver(const std::string& whole, std::size_t stride, const Attempt&
 /// and those at the signs' borders, of two and four bytes in both orders.
 /// @return how many files were tried.
 long WriteNumbers(const std::string& whole, std::size_t stride, const Attempt& attempt);
+
+/// @return the file with a number of four bytes written over a place.
+std::string WithNumber(std::string bytes, std::size_t place, std::uint32_t value, bool isLittle);
 
 /// Makes checksums right that a format holds against its own bytes (PNG), so that what they guard
 /// is looked at. A format with checksums has a line here.
