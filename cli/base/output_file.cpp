@@ -129,6 +129,17 @@ Descriptor OutputFile::Duplicate() const
     return copy;
 }
 
+void OutputFile::Append(std::string_view bytes) const
+{
+    while (!bytes.empty()) {
+        const ssize_t count = write(descriptor_.Get(), bytes.data(), bytes.size());
+        if (count < 0 && errno != EINTR) {
+            throw Failure(path_, "cannot be written: " + SystemReason(errno));
+        }
+        bytes.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
+    }
+}
+
 void OutputFile::Commit()
 {
     if (fchmod(descriptor_.Get(), target_.mode) != 0 || fsync(descriptor_.Get()) != 0 ||

@@ -131,7 +131,8 @@ void AddDeviceOptions(CLI::App& app, DeviceOptions& device)
 {
     const char* group = "Output";
     app.add_flag("--to-device", device.isWanted,
-                 "Write device values: RGB, CMYK, grey or inks of the profile, as TIFF")
+                 "Write device values: RGB, CMYK, grey or inks of the profile, as TIFF, "
+                 "or as a PDF where the result ends in .pdf")
         ->group(group);
     app.add_option_function<std::string>(
            "--bits", [&device](const std::string& text) { device.bits = std::stoi(text); },
@@ -146,8 +147,12 @@ void CheckDevice(const DeviceOptions& device, const std::string& output, Compres
     if (device.bits && !device.isWanted) {
         throw Misuse("--bits", "belongs to --to-device");
     }
-    if (device.isWanted && !OutputFormatOf(output).isStrips) {
-        throw Misuse("--to-device", "goes into TIFF: the name must end in .tif or .tiff");
+    if (device.isWanted && !OutputFormatOf(output).hasDeviceValues) {
+        throw Misuse("--to-device",
+                     "goes into TIFF or PDF: the name must end in .tif, .tiff or .pdf");
+    }
+    if (!device.isWanted && !OutputFormatOf(output).hasCodes) {
+        throw Misuse(output, "a PDF holds device values: add --to-device");
     }
     if (device.isWanted && compression == Compression::Lzw) {
         throw Misuse("--compression", "device values know none and deflate");
@@ -172,6 +177,9 @@ void SetPaper(const PrinterProfile& profile, PrintOptions& options)
                                      options.render.blackPointCompensation};
         options.write.renderedFor = {DigestOf(profile.bytes), intent};
         options.write.device = DeviceOf(options.device, profile, intent, options.profile);
+        if (options.write.device) {
+            EnsureTakes(options.output, *options.write.device);
+        }
     }
 }
 

@@ -4,6 +4,8 @@
 #include "base/output_file.h"
 #include "base/temporary_name.h"
 #include "command/report.h"
+#include "formats/pdf_page.h"
+#include "formats/writer_table.h"
 
 #include <fmt/format.h>
 
@@ -21,6 +23,13 @@ std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterPr
         remarks.push_back(fmt::format("{}: is the profile of a display or a colour space, not of "
                                       "a printer",
                                       options.profile));
+    }
+    if (options.device.isWanted && !OutputFormatOf(options.output).hasCodes &&
+        SettingsFor(options, found.description).dpi <= 0.0)
+    {
+        remarks.push_back(fmt::format("no resolution is stated: the PDF's page has {} pixels per "
+                                      "inch, see --dpi",
+                                      assumedDpi));
     }
     return remarks;
 }

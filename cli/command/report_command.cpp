@@ -15,11 +15,9 @@
 #include "render/side_by_side.h"
 #include "render/threads.h"
 
-#include <cerrno>
 #include <cmath>
 #include <fmt/format.h>
 #include <sstream>
-#include <unistd.h>
 
 namespace qva {
 
@@ -71,19 +69,6 @@ LightCurve CurveOf(const Page& page, const std::vector<float>& light)
         curve.Add(static_cast<double>(LuminanceOf(rgb)));
     }
     return curve;
-}
-
-/// @throws Failure where the disk refuses.
-void WriteText(const OutputFile& file, const std::string& text)
-{
-    const Descriptor descriptor = file.Duplicate();
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t count = write(descriptor.Get(), text.data() + done, text.size() - done);
-        if (count < 0 && errno != EINTR) {
-            throw Failure(file.Path(), "cannot be written: " + SystemReason(errno));
-        }
-        done += count < 0 ? 0 : static_cast<std::size_t>(count);
-    }
 }
 
 std::vector<float> SceneLight(const RenderRange& range)
@@ -223,7 +208,7 @@ void ReportCommand::Run()
     LookAtResult(source.Rendered(), content);
     const ProofResult result = Proof(source, device, viewer, content, progress);
     Complete(*source.Found(), {photo_.path, profile, device, viewer, proof_}, result, content);
-    WriteText(output, ReportHtml(content));
+    output.Append(ReportHtml(content));
     output.Commit();
     progress.Clear();
 }
