@@ -38,7 +38,7 @@ Page Load(ImageSource& source, const Examination& found, const PhotoOptions& pho
           Progress& progress)
 {
     source.Open(photo.path, photo.limits);
-    const SceneDecoder decoder(found.meaning, photo.path);
+    const SceneDecoder decoder(found.rows, photo.path);
     Page page = LoadPage(source, decoder, LightSteps(found.light), found.range, progress);
     source.Close();
     return page;
@@ -134,9 +134,9 @@ void PrintCommand::Run()
     }
     Progress progress(Style());
     std::unique_ptr<ImageSource> source;
-    const Examination found =
-        Examine(options_.photo.path, options_.photo.source, options_.photo.light,
-                options_.photo.limits, progress, source);
+    Examination found = Examine(options_.photo.path, options_.photo.source, options_.photo.light,
+                                options_.photo.limits, progress, source);
+    TellRemark(options_, ApplySize(options_.size, options_.photo.limits, found, source));
     if (FitsMemory(source->Size())) {
         RunAtOnce(profile, found, *source, *output, sheet ? &*sheet : nullptr, progress);
         output->Commit();

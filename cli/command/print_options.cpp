@@ -95,6 +95,7 @@ void AddPrintOptions(CLI::App& app, PrintOptions& options)
     AddPhotoOptions(app, options.photo);
     AddRenderOptions(app, options.profile, options.render, options.threads);
     AddOutputOptions(app, options);
+    AddSizeOptions(app, options.size);
     if (!options.render.preview) {
         AddDeviceOptions(app, options.device);
     }
@@ -111,6 +112,7 @@ void FinishPrint(PrintOptions& options)
         throw Misuse("--compression", fmt::format("{} knows none and deflate", format.name));
     }
     CheckDevice(options.device, options.output, options.write.compression);
+    FinishSize(options.size, options.write);
 }
 
 void CheckNames(const PrintOptions& options)

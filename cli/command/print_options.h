@@ -3,6 +3,7 @@
 
 #include "colour/device_output.h"
 #include "command/shared_options.h"
+#include "command/size_options.h"
 #include "formats/row_writer.h"
 #include "page/page_run.h"
 
@@ -28,6 +29,7 @@ struct PrintOptions {
     WriteSettings write;
     bool keepsMetadata = true;
     DeviceOptions device;
+    SizeOptions size;
     bool noClobber = false;
     bool quiet = false;
     bool verbose = false;

@@ -45,11 +45,16 @@ void TellRemarks(const PrintOptions& options, const std::vector<std::string>& re
     }
 }
 
+void TellRemark(const PrintOptions& options, const std::string& remark)
+{
+    if (!remark.empty()) {
+        TellRemarks(options, {remark});
+    }
+}
+
 void TellScratch(const PrintOptions& options, const std::string& reason)
 {
-    if (!reason.empty()) {
-        TellRemarks(options, {"decoded once into a temporary file: " + reason});
-    }
+    TellRemark(options, reason.empty() ? "" : "decoded once into a temporary file: " + reason);
 }
 
 void TellPrint(const PrintOptions& options, const PrinterProfile& profile, const Examination& found)

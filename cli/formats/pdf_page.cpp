@@ -76,11 +76,14 @@ std::string PdfImageEntries(ImageSize size, const WriteSettings& settings, int p
     return entries;
 }
 
-std::string PdfPageEntries(ImageSize size, double dpi)
+std::string PdfPageEntries(ImageSize size, double dpi, double bleed)
 {
     const PageMeasure page(size, dpi);
+    const double cut = bleed * pointsPerInch / page.pointsPerUnit;
     const std::string box = fmt::format("[0 0 {:.4f} {:.4f}]", page.width, page.height);
-    std::string entries = fmt::format("/MediaBox {} /TrimBox {}", box, box);
+    std::string entries =
+        fmt::format("/MediaBox {} /BleedBox {} /TrimBox [{:.4f} {:.4f} {:.4f} {:.4f}]", box, box,
+                    cut, cut, page.width - cut, page.height - cut);
     if (page.pointsPerUnit > 1.0) {
         entries += fmt::format(" /UserUnit {}", page.pointsPerUnit);
     }

@@ -24,7 +24,8 @@ std::string PdfImageEntries(ImageSize size, const WriteSettings& settings, int p
 
 /// The page's size, as the entries of its dictionary: points, or multiples of a point where it is
 /// longer than 14400 of them (ISO 32000-1, annex C).
-std::string PdfPageEntries(ImageSize size, double dpi);
+/// @param bleed  inches on each side of the page that is left after trimming.
+std::string PdfPageEntries(ImageSize size, double dpi, double bleed);
 
 /// What the page's pixels are drawn by.
 /// @param image  the name of the picture among the page's resources.

@@ -156,7 +156,8 @@ int PdfWriter::WritePage(int pages)
     const int page = pdf_.NewNumber();
     pdf_.WriteObject(page, fmt::format("<< /Type /Page /Parent {} 0 R {} /Resources << /XObject << "
                                        "/Page {} 0 R >> >> /Contents {} 0 R >>",
-                                       pages, PdfPageEntries(size_, dpi_), image_, drawing));
+                                       pages, PdfPageEntries(size_, dpi_, settings_.bleed), image_,
+                                       drawing));
     return page;
 }
 

@@ -39,7 +39,7 @@ public:
           profile_(profile),
           plan_(PlanFor(request.cut, found.description)),
           progress_(request.progress),
-          decoder_(found.meaning, request.photo),
+          decoder_(found.rows, request.photo),
           light_(found.light),
           lines_(source, decoder_, light_, PageRange(found.range, request.render.paperWhite),
                  plan_.direction, request.limits, FolderOf(request.output))

@@ -13,6 +13,7 @@ Examination Examine(const std::string& path, const SourceOptions& options,
     const SceneDecoder decoder(found.meaning, path);
     found.statistics = Scan(*source, decoder, found.counts, progress);
     found.light = PlanLight(light, options.top, found.meaning, found.statistics);
+    found.rows = found.meaning;
     found.range = ChooseRange(found.meaning, found.statistics, options);
     return found;
 }
