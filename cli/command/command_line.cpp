@@ -31,6 +31,8 @@ constexpr CommandEntry commands[] = {
     {"report", "Write all about a print into one HTML file", MakeReportCommand},
     {"page", "Render a page of any size in bounded memory, band by band", MakePageCommand},
     {"join", "Put the shares of a page together", MakeJoinCommand},
+    {"printers", "Show the printers that --printer knows, and what they do to pictures",
+     MakePrintersCommand},
     {"info", "Show what a photograph holds and what is chosen", MakeInfoCommand},
 };
 

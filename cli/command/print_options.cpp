@@ -94,6 +94,7 @@ void AddPrintOptions(CLI::App& app, PrintOptions& options)
 {
     AddPhotoOptions(app, options.photo);
     AddRenderOptions(app, options.profile, options.render, options.threads);
+    options.printer.Add(app);
     AddOutputOptions(app, options);
     AddSizeOptions(app, options.size);
     if (!options.render.preview) {
@@ -103,6 +104,7 @@ void AddPrintOptions(CLI::App& app, PrintOptions& options)
 
 void FinishPrint(PrintOptions& options)
 {
+    options.printer.Apply(options);
     // The sheet first: its name may end in less than the result's.
     if (!options.sideBySide.empty() && !HasEnding(options.sideBySide, ".png")) {
         throw Misuse(options.sideBySide, "the name must end in .png");

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "colour/device_output.h"
+#include "command/printer_option.h"
 #include "command/shared_options.h"
 #include "command/size_options.h"
 #include "formats/row_writer.h"
@@ -30,6 +31,7 @@ struct PrintOptions {
     bool keepsMetadata = true;
     DeviceOptions device;
     SizeOptions size;
+    PrinterOption printer;
     bool noClobber = false;
     bool quiet = false;
     bool verbose = false;

@@ -98,6 +98,7 @@ private:
     PhotoOptions photo_;
     std::string profile_;
     RenderSettings render_;
+    PrinterOption printer_;
     ProofSettings proof_;
     std::string output_;
     int threads_ = 0;
@@ -109,6 +110,7 @@ void ReportCommand::AddOptions(CLI::App& app)
 {
     AddPhotoOptions(app, photo_);
     AddRenderOptions(app, profile_, render_, threads_);
+    printer_.Add(app);
     app.add_option("-o,--output", output_, "The report: a name that ends in .html")
         ->required()
         ->type_name("FILE.html");
@@ -123,6 +125,8 @@ void ReportCommand::AddOptions(CLI::App& app)
 
 void ReportCommand::Finish()
 {
+    printer_.Apply(profile_, render_);
+    printer_.ApplyInkLimit(proof_.inkLimit);
     if (!HasEnding(output_, ".html")) {
         throw Misuse(output_, "the name must end in .html");
     }
