@@ -1,7 +1,7 @@
 #include "formats/device_rows.h"
 
 #include <bit>
-#include <cstring>
+#include <utility>
 
 namespace qva {
 
@@ -16,37 +16,40 @@ void Subtract(Sample* row, std::size_t samples, std::size_t channels)
     }
 }
 
-void ToBigEndian(std::uint16_t* row, std::size_t samples)
+void ToBigEndian(unsigned char* row, std::size_t samples)
 {
-    for (std::size_t i = 0; i < samples; ++i) {
-        row[i] = static_cast<std::uint16_t>(row[i] >> 8 | row[i] << 8);
+    if (std::endian::native == std::endian::little) {
+        for (std::size_t i = 0; i < samples; ++i) {
+            std::swap(row[2 * i], row[2 * i + 1]);
+        }
     }
 }
 
 } // namespace
 
-void MakeDeviceRows(const DeviceOutput& device, const CodeRows& rows, const DeviceRowForm& form,
+void MakeDeviceRows(const DeviceOutput& device, const CodeRows& rows, DeviceRowForm form,
                     std::vector<unsigned char>& out)
 {
     const auto channels = static_cast<std::size_t>(device.Channels());
-    const auto width = static_cast<std::size_t>(rows.width);
-    const std::size_t rowBytes = width * device.PixelBytes();
-    out.resize(rowBytes * static_cast<std::size_t>(rows.count));
+    const std::size_t samples = static_cast<std::size_t>(rows.width) * channels;
+    const std::size_t rowBytes = static_cast<std::size_t>(rows.width) * device.PixelBytes();
+    const bool isDeep = device.Bits() == 16;
+    const bool isFiltered = form == DeviceRowForm::FilteredBytes;
+    const std::size_t before = isFiltered ? 1 : 0;
+    out.resize((rowBytes + before) * static_cast<std::size_t>(rows.count));
     for (std::int64_t i = 0; i < rows.count; ++i) {
-        unsigned char* row = out.data() + static_cast<std::size_t>(i) * rowBytes;
+        unsigned char* row = out.data() + static_cast<std::size_t>(i) * (rowBytes + before);
+        if (isFiltered) {
+            *row++ = 1;
+        }
         device.ConvertRow(rows.codes + i * rows.width * 3, rows.width, rows.first + i, row);
-        if (device.Bits() == 8) {
-            if (form.areDifferences) {
-                Subtract(row, width * channels, channels);
-            }
-            continue;
+        if (isDeep && (isFiltered || form == DeviceRowForm::BigEndian)) {
+            ToBigEndian(row, samples);
         }
-        auto* deep = reinterpret_cast<std::uint16_t*>(row);
-        if (form.areDifferences) {
-            Subtract(deep, width * channels, channels);
-        }
-        if (form.isBigEndian && std::endian::native == std::endian::little) {
-            ToBigEndian(deep, width * channels);
+        if (isDeep && form == DeviceRowForm::Differences) {
+            Subtract(reinterpret_cast<std::uint16_t*>(row), samples, channels);
+        } else if (isFiltered || form == DeviceRowForm::Differences) {
+            Subtract(row, rowBytes, device.PixelBytes());
         }
     }
 }

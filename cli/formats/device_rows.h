@@ -16,15 +16,16 @@ struct CodeRows {
     std::int64_t count = 0;
 };
 
-struct DeviceRowForm {
-    /// Every sample but a row's first pixel is its difference to that of the pixel before
-    /// (TIFF 6.0, section 14).
-    bool areDifferences = false;
-    bool isBigEndian = false; ///< else 16 bits are in this machine's order
+enum class DeviceRowForm {
+    Plain,       ///< 16 bits in this machine's order
+    Differences, ///< so, and each sample less that of the pixel before (TIFF 6.0, section 14)
+    BigEndian,
+    FilteredBytes, ///< big-endian, each byte less that of the pixel before; a byte 1 before each
+                   ///< row (PNG, third edition, 9.2: Sub)
 };
 
 /// @param out  set to the rows, packed.
-void MakeDeviceRows(const DeviceOutput& device, const CodeRows& rows, const DeviceRowForm& form,
+void MakeDeviceRows(const DeviceOutput& device, const CodeRows& rows, DeviceRowForm form,
                     std::vector<unsigned char>& out);
 
 } // namespace qva

@@ -142,7 +142,7 @@ void DeviceTiffWriter::MakeStrip(std::int64_t strip, const std::uint16_t* codes,
     EncodedStrip values;
     MakeDeviceRows(*settings_.device,
                    {codes, size_.width, first, std::min(stripLines_, size_.height - first)},
-                   {.areDifferences = !isPlain}, values);
+                   isPlain ? DeviceRowForm::Plain : DeviceRowForm::Differences, values);
     if (isPlain) {
         out = std::move(values);
     } else {

@@ -66,7 +66,8 @@ std::string PdfImageEntries(ImageSize size, const WriteSettings& settings, int p
                     "0 R] /BitsPerComponent {} /Interpolate false",
                     size.width, size.height, profile, device.Bits());
     if (settings.compression != Compression::None) {
-        entries += fmt::format(" /Filter /FlateDecode /DecodeParms << /Predictor 2 /Colors {} "
+        // The filters of PNG: not every reader knows those of TIFF for 16 bits.
+        entries += fmt::format(" /Filter /FlateDecode /DecodeParms << /Predictor 15 /Colors {} "
                                "/BitsPerComponent {} /Columns {} >>",
                                device.Channels(), device.Bits(), size.width);
     }

@@ -101,7 +101,8 @@ int PdfWriter::WritePhotoPacket()
 
 void PdfWriter::MakePiece(const CodeRows& rows, Deflater& deflater, Piece& piece) const
 {
-    MakeDeviceRows(*settings_.device, rows, {.areDifferences = !IsPlain(), .isBigEndian = true},
+    MakeDeviceRows(*settings_.device, rows,
+                   IsPlain() ? DeviceRowForm::BigEndian : DeviceRowForm::FilteredBytes,
                    piece.values);
     piece.checksum = Deflater::Adler32(1, piece.values);
     if (!IsPlain()) {

@@ -39,6 +39,13 @@ checks printer.icc 8 tiff24nc
 checks press.icc 8 tiff32nc
 checks press.icc 16 tiff64nc --compression none
 checks press.icc 16 tiff64nc
+# A third program, which shows less than 16 bits, finds the same with and without compression.
+expect 0 "" print tall.tif -o plain16.pdf -q --to-device --dpi 240 --profile press.icc \
+    --compression none
+for page in page plain16; do
+    pdftoppm -r 240 $page.pdf $page >ppm.txt 2>&1 || fail "pdftoppm: $(cat ppm.txt)"
+done
+cmp -s page-1.ppm plain16-1.ppm || fail "pdftoppm shows other pixels"
 pdfimages -list page.pdf >list.txt
 grep -qE ' 40 +480 +icc +4 +16 +image +no .* 240 +240 ' list.txt || fail "$(cat list.txt)"
 qpdf --qdf page.pdf plain.pdf
