@@ -142,6 +142,26 @@ std::string ProfileBeside(const std::string& preset, const std::string& name)
     return std::filesystem::exists(beside, error) ? beside.string() : FindProfile(name);
 }
 
+void ReadPage(const PresetReader& file, PrinterPreset& preset)
+{
+    preset.size = file.Text("size");
+    if (preset.size && !ParsePageSize(*preset.size)) {
+        file.Refuse("size", "is to be such as 30x20cm: width x height in mm, cm or in");
+    }
+    preset.bleed = file.Text("bleed");
+    if (preset.bleed && !ParseLength(*preset.bleed)) {
+        file.Refuse("bleed", "is to be such as 3mm: a length in mm, cm or in");
+    }
+    preset.fit = file.Word("fit", {"contain", "cover"});
+    preset.dpi = file.Number("dpi", 1.0, 100000.0);
+    if (!preset.size && (preset.bleed || preset.fit)) {
+        file.Refuse(preset.bleed ? "bleed" : "fit", "belongs to a size");
+    }
+    if (preset.bleed && preset.fit == "contain") {
+        file.Refuse("bleed", "is beyond the page, which fit contain does not fill");
+    }
+}
+
 } // namespace
 
 PrinterPreset ReadPreset(const std::string& path)
@@ -171,22 +191,7 @@ PrinterPreset ReadPreset(const std::string& path)
     }
     preset.paperWhite = white ? std::optional(static_cast<int>(*white)) : std::nullopt;
     preset.inkLimit = file.Number("inkLimit", 0.0, 1500.0);
-    preset.size = file.Text("size");
-    if (preset.size && !ParsePageSize(*preset.size)) {
-        file.Refuse("size", "is to be such as 30x20cm: width x height in mm, cm or in");
-    }
-    preset.bleed = file.Text("bleed");
-    if (preset.bleed && !ParseLength(*preset.bleed)) {
-        file.Refuse("bleed", "is to be such as 3mm: a length in mm, cm or in");
-    }
-    preset.fit = file.Word("fit", {"contain", "cover"});
-    preset.dpi = file.Number("dpi", 1.0, 100000.0);
-    if (!preset.size && (preset.bleed || preset.fit)) {
-        file.Refuse(preset.bleed ? "bleed" : "fit", "belongs to a size");
-    }
-    if (preset.bleed && preset.fit == "contain") {
-        file.Refuse("bleed", "is beyond the page, which fit contain does not fill");
-    }
+    ReadPage(file, preset);
     return preset;
 }
 

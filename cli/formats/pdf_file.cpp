@@ -25,7 +25,7 @@ char32_t TakeCharacter(std::string_view& text)
         if ((text[i] & 0xc0) != 0x80) {
             return replacement;
         }
-        character = character << 6 | (text[i] & 0x3fu);
+        character = character << 6 | (static_cast<unsigned char>(text[i]) & 0x3fu);
     }
     text.remove_prefix(more);
     const bool isNone = character > 0x10ffff || (character >= 0xd800 && character < 0xe000);
