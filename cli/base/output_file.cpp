@@ -134,6 +134,17 @@ Descriptor OutputFile::Duplicate() const
     return copy;
 }
 
+void OutputFile::Append(std::string_view bytes) const
+{
+    while (!bytes.empty()) {
+        const ssize_t count = write(descriptor_.Get(), bytes.data(), bytes.size());
+        if (count < 0 && errno != EINTR) {
+            throw Failure(path_, WriteReason(errno), exitOutput);
+        }
+        bytes.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
+    }
+}
+
 void OutputFile::Commit()
 {
     const InPhase writing(Phase::Writing);

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 
 namespace qva {
@@ -50,6 +51,10 @@ public:
 
     /// The name as the user gave it.
     const std::string& Path() const { return path_; }
+
+    /// Writes bytes behind those that are there.
+    /// @throws Failure, on a full disk for example.
+    void Append(std::string_view bytes) const;
 
     /// A new descriptor of the temporary.
     Descriptor Duplicate() const;

@@ -63,13 +63,16 @@ void ColourTable::ConvertAs(const std::uint16_t* codes, std::size_t pixels, floa
 {
     const std::size_t strides[3] = {nodes_ * nodes_, nodes_, 1};
     const float toWeight = 1.0f / static_cast<float>(step_);
+    // Codes are divided by the step. Its reciprocal, in units of 2^-32, is less than one unit too
+    // large, and a code times a step is below 2^32: no quotient reaches the next whole number.
+    const std::uint64_t reciprocal = (std::uint64_t{1} << 32) / step_ + 1;
     for (std::size_t pixel = 0; pixel < pixels; ++pixel, codes += 3, values += Stride) {
         std::size_t corner = 0;
         Axis axes[3];
         for (int k = 0; k < 3; ++k) {
             // The last node belongs to the cell below it.
-            const std::uint32_t node =
-                std::min(codes[k] / step_, static_cast<std::uint32_t>(nodes_ - 2));
+            const auto quotient = static_cast<std::uint32_t>(codes[k] * reciprocal >> 32);
+            const std::uint32_t node = std::min(quotient, static_cast<std::uint32_t>(nodes_ - 2));
             axes[k] = {codes[k] - node * step_, strides[k]};
             corner += node * strides[k];
         }

@@ -49,7 +49,8 @@ DeviceOutput::DeviceOutput(const PrinterProfile& profile, const DeviceProfile& d
       isInk_(device.IsInk()),
       isCmyk_(device.Space() == "CMYK"),
       names_(device.ChannelNames()),
-      profile_(profile.bytes)
+      profile_(profile.bytes),
+      description_(profile.description)
 {
 }
 

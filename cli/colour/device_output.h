@@ -22,6 +22,7 @@ public:
     bool IsCmyk() const { return isCmyk_; }
     const std::vector<std::string>& ChannelNames() const { return names_; }
     const std::vector<unsigned char>& Profile() const { return profile_; }
+    const std::string& Description() const { return description_; } ///< of the profile
     std::size_t PixelBytes() const { return static_cast<std::size_t>(channels_ * bits_ / 8); }
 
     /// 16 bits are rounded. To 8 bits a pattern that depends on the place alone decides which of
@@ -40,6 +41,7 @@ private:
     bool isCmyk_;
     std::vector<std::string> names_;
     std::vector<unsigned char> profile_;
+    std::string description_;
 };
 
 } // namespace qva

@@ -3,6 +3,7 @@
 #include "base/errors.h"
 #include "colour/lcms_handles.h"
 #include "colour/photo_paper_profile.h"
+#include "colour/profile_search.h"
 #include "picture/input_file.h"
 
 #include <cerrno>
@@ -87,8 +88,9 @@ PrinterProfile BuiltInProfile()
         "generic photo paper", true, true};
 }
 
-PrinterProfile ReadPrinterProfile(const std::string& path)
+PrinterProfile ReadPrinterProfile(const std::string& name)
 {
+    const std::string path = FindProfile(name);
     return MakePrinterProfile(ReadFile(path), path);
 }
 

@@ -17,11 +17,11 @@ struct PrinterProfile {
 /// The generic photo-paper profile that is compiled in.
 PrinterProfile BuiltInProfile();
 
-/// Reads a profile and checks what it says about itself; whether its tables serve a print is found
-/// out by TryProfile.
+/// Reads a profile by its name (FindProfile) and checks what it says about itself; whether its
+/// tables serve a print is found out by TryProfile.
 /// @throws Failure where the file cannot be read, its size field is not its length, or it is not
 ///         a profile of an output device, a display or a colour space.
-PrinterProfile ReadPrinterProfile(const std::string& path);
+PrinterProfile ReadPrinterProfile(const std::string& name);
 
 /// The same for bytes that came from elsewhere.
 /// @param name  for messages.

@@ -5,6 +5,7 @@
 #include "base/memory_limit.h"
 #include "command/json_output.h"
 #include "command/option_checks.h"
+#include "command/printer_presets.h"
 #include "render/profile_trial.h"
 #include "render/threads.h"
 
@@ -101,7 +102,9 @@ void AddBatchOptions(CLI::App& app, BatchOptions& options)
 void FinishBatch(BatchOptions& options)
 {
     CheckPatterns(options.names);
+    options.print.printer.Apply(options.print);
     CheckWriting(options.print, options.names.name, options.names.sideBySide);
+    FinishSize(options.print.size, options.print.write);
     for (const CLI::Option* option : std::exchange(options.printOptions, {})) {
         const std::string name =
             option->get_lnames().empty() ? std::string() : option->get_lnames().front();
@@ -161,9 +164,8 @@ void TellPlan(const char* command, const QueueSettings& settings, const std::str
 
 QueueSettings SettingsOf(const BatchOptions& options, std::vector<std::string> words)
 {
-    const std::string profilePath = ValueIn(words, "--profile=");
-    const PrinterProfile profile = ProfileOf(profilePath);
-    TryProfile(profile, options.print.render, profilePath);
+    const PrinterProfile profile = ProfileOf(options.print.profile);
+    TryProfile(profile, options.print.render, options.print.profile);
     Digest digest;
     digest.Add(QVA_VERSION_STRING);
     for (const std::string& word : words) {
@@ -173,6 +175,9 @@ QueueSettings SettingsOf(const BatchOptions& options, std::vector<std::string> w
         }
     }
     digest.Add(profile.bytes.data(), profile.bytes.size());
+    if (const std::string printer = ValueIn(words, "--printer="); !printer.empty()) {
+        digest.AddFile(FindPreset(printer).path);
+    }
     QueueSettings settings;
     settings.memory = options.maxMemory > 0 ? options.maxMemory : MemoryLimit();
     const auto room = static_cast<int>(

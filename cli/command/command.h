@@ -39,6 +39,7 @@ std::unique_ptr<Command> MakeJoinCommand();
 std::unique_ptr<Command> MakePageCommand();
 std::unique_ptr<Command> MakePreviewCommand();
 std::unique_ptr<Command> MakePrintCommand();
+std::unique_ptr<Command> MakePrintersCommand();
 std::unique_ptr<Command> MakeProofCommand();
 std::unique_ptr<Command> MakeReportCommand();
 std::unique_ptr<Command> MakeWatchCommand();

@@ -34,6 +34,8 @@ constexpr CommandEntry commandTable[] = {
     {"batch", "Print many pictures, several at a time; what is up to date is left",
      MakeBatchCommand},
     {"watch", "Print the pictures that are put into a folder", MakeWatchCommand},
+    {"printers", "Show the printers that --printer knows, and what they do to pictures",
+     MakePrintersCommand},
     {"info", "Show what a photograph holds and what is chosen", MakeInfoCommand},
 };
 

@@ -186,6 +186,7 @@ void JoinCommand::Run()
     settings.metadata = files.front().record.metadata;
     if (device_.isWanted) {
         settings.device = DeviceOfShares(settings.renderedFor);
+        EnsureTakes(options_.output, *settings.device);
     }
     std::vector<StripReader> readers;
     for (ShareFile& file : files) {

@@ -149,7 +149,8 @@ void PageCommand::Run()
         EnsureFolder(options_.print.output);
     }
     std::unique_ptr<ImageSource> source = OpenImage(photo.path, photo.limits);
-    const BandPlan plan = PlanFor(options_.cut, source->Describe());
+    const BandPlan plan = PlanFor(
+        options_.cut, SizedDescription(options_.print.size, photo.limits, source->Describe()));
     if (options_.print.dryRun) {
         JsonWriter json(true);
         BeginOutput(json, "page", statusPlanned);
@@ -159,8 +160,9 @@ void PageCommand::Run()
         return;
     }
     Progress progress(options_.progress);
-    const Examination found = ExaminePage(photo, plan, progress, source);
+    Examination found = ExaminePage(photo, plan, progress, source);
     progress.Clear();
+    ApplySize(options_.print.size, photo.limits, found, source);
     Tell(RunPage(Request(found.description), profile, found, *source), profile, found);
 }
 

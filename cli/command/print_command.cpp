@@ -49,7 +49,7 @@ Page Load(ImageSource& source, const Examination& found, KeptSamples kept,
 {
     const InPhase examining(Phase::Examining);
     const LightSteps light(found.light);
-    const SceneDecoder decoder(found.meaning, photo.path, source.Samples());
+    const SceneDecoder decoder(found.rows, photo.path, source.Samples());
     if (kept.IsThere()) {
         source.Close();
         progress.Show("converting", -1.0);
@@ -174,9 +174,9 @@ void PrintCommand::Plan(const PrinterProfile& profile)
     ResolveOutput(options_.output);
     Progress progress(Style());
     std::unique_ptr<ImageSource> source;
-    const Examination found =
-        Examine(options_.photo.path, options_.photo.source, options_.photo.light,
-                options_.photo.limits, progress, source);
+    Examination found = Examine(options_.photo.path, options_.photo.source, options_.photo.light,
+                                options_.photo.limits, progress, source);
+    ApplySize(options_.size, options_.photo.limits, found, source);
     progress.Clear();
     const bool atOnce = FitsMemory(source->Size());
     if (!options_.json) {
@@ -197,9 +197,11 @@ bool PrintCommand::Print(const PrinterProfile& profile, Examination& found)
     }
     Progress progress(Style());
     std::unique_ptr<ImageSource> source;
-    Keeping keeping{[this](ImageSize size) { return FitsMemory(size); }, {}};
+    // A picture at another size is read again, through its resampler.
+    Keeping keeping{[this](ImageSize size) { return !options_.size.page && FitsMemory(size); }, {}};
     found = Examine(options_.photo.path, options_.photo.source, options_.photo.light,
                     options_.photo.limits, progress, source, &keeping);
+    ApplySize(options_.size, options_.photo.limits, found, source);
     if (FitsMemory(source->Size())) {
         Page page = Load(*source, found, std::move(keeping.samples), options_.photo, progress);
         RunAtOnce(profile, found, std::move(page), *output, sheet ? &*sheet : nullptr, progress);

@@ -51,6 +51,7 @@ void AddWriteOptions(CLI::App& app, PrintOptions& options)
     AddNumber(app, "--dpi", "Pixels per inch to state in the result", 1.0, 100000.0,
               [&options](double value) { options.write.dpi = value; })
         ->group(outputGroup);
+    AddSizeOptions(app, options.size);
     app.add_flag_callback(
            "--no-metadata", [&options] { options.keepsMetadata = false; },
            "Leave out what the picture says about itself: Exif, XMP, IPTC")
@@ -116,6 +117,7 @@ void AddPrintOptions(CLI::App& app, PrintOptions& options)
 {
     AddPhotoOptions(app, options.photo);
     AddRenderOptions(app, options.profile, options.render, options.threads);
+    options.printer.Add(app);
     AddOutputNames(app, options);
     AddWriteOptions(app, options);
     AddRunOptions(app, options);
@@ -125,6 +127,7 @@ void AddRenderingOptions(CLI::App& app, PrintOptions& options)
 {
     AddReadingOptions(app, options.photo);
     AddRenderOptions(app, options.profile, options.render, options.threads);
+    options.printer.Add(app);
     AddWriteOptions(app, options);
 }
 
@@ -143,6 +146,7 @@ void CheckWriting(const PrintOptions& options, const std::string& output, const 
 
 void FinishPrint(PrintOptions& options)
 {
+    options.printer.Apply(options);
     const bool isPiped = options.output == pipeName;
     if (isPiped && (options.json || options.dryRun)) {
         throw Misuse(options.dryRun ? "--dry-run" : "--json",
@@ -154,6 +158,7 @@ void FinishPrint(PrintOptions& options)
                      "is a folder: name a file in it, or print many pictures with qva batch");
     }
     CheckWriting(options, isPiped ? options.pipeEnding : options.output, options.sideBySide);
+    FinishSize(options.size, options.write);
 }
 
 void OpenPipes(PrintOptions& options, PipeEnds& pipes)
@@ -180,7 +185,8 @@ void AddDeviceOptions(CLI::App& app, DeviceOptions& device)
 {
     const char* group = "Output";
     app.add_flag("--to-device", device.isWanted,
-                 "Write device values: RGB, CMYK, grey or inks of the profile, as TIFF")
+                 "Write device values: RGB, CMYK, grey or inks of the profile, as TIFF, "
+                 "or as a PDF where the result ends in .pdf")
         ->group(group);
     app.add_option_function<std::string>(
            "--bits", [&device](const std::string& text) { device.bits = std::stoi(text); },
@@ -195,8 +201,12 @@ void CheckDevice(const DeviceOptions& device, const std::string& output, Compres
     if (device.bits && !device.isWanted) {
         throw Misuse("--bits", "belongs to --to-device");
     }
-    if (device.isWanted && !OutputFormatOf(output).isStrips) {
-        throw Misuse("--to-device", "goes into TIFF: the name must end in .tif or .tiff");
+    if (device.isWanted && !OutputFormatOf(output).hasDeviceValues) {
+        throw Misuse("--to-device",
+                     "goes into TIFF or PDF: the name must end in .tif, .tiff or .pdf");
+    }
+    if (!device.isWanted && !OutputFormatOf(output).hasCodes) {
+        throw Misuse(output, "a PDF holds device values: add --to-device");
     }
     if (device.isWanted && compression == Compression::Lzw) {
         throw Misuse("--compression", "device values know none and deflate");
@@ -221,6 +231,9 @@ void SetPaper(const PrinterProfile& profile, PrintOptions& options)
                                      options.render.blackPointCompensation};
         options.write.renderedFor = {DigestOf(profile.bytes), intent};
         options.write.device = DeviceOf(options.device, profile, intent, options.profile);
+        if (options.write.device) {
+            EnsureTakes(options.output, *options.write.device);
+        }
     }
 }
 

@@ -3,7 +3,9 @@
 
 #include "base/pipe_ends.h"
 #include "colour/device_output.h"
+#include "command/printer_option.h"
 #include "command/shared_options.h"
+#include "command/size_options.h"
 #include "formats/row_writer.h"
 #include "page/page_run.h"
 
@@ -30,6 +32,8 @@ struct PrintOptions {
     WriteSettings write;
     bool keepsMetadata = true;
     DeviceOptions device;
+    SizeOptions size;
+    PrinterOption printer;
     bool noClobber = false;
     bool dryRun = false;
     bool json = false;

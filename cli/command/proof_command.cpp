@@ -51,6 +51,7 @@ private:
     PhotoOptions photo_;
     std::string profile_;
     RenderSettings render_;
+    PrinterOption printer_;
     ProofSettings proof_;
     ProofNames outputs_;
     std::string space_ = "srgb";
@@ -107,6 +108,7 @@ void ProofCommand::AddOptions(CLI::App& app)
 {
     AddPhotoOptions(app, photo_);
     AddRenderOptions(app, profile_, render_, threads_);
+    printer_.Add(app);
     AddViewOptions(app);
     AddNoClobberOption(app, noClobber_);
     AddDryRunOption(app, dryRun_);
@@ -117,6 +119,8 @@ void ProofCommand::AddOptions(CLI::App& app)
 
 void ProofCommand::Finish()
 {
+    printer_.Apply(profile_, render_);
+    printer_.ApplyInkLimit(proof_.inkLimit);
     for (const std::string* path : outputs_.All()) {
         if (!path->empty() && !HasEnding(*path, ".png")) {
             throw Misuse(*path, "the name must end in .png");

@@ -5,6 +5,8 @@
 #include "base/pipe_ends.h"
 #include "base/temporary_name.h"
 #include "command/report.h"
+#include "formats/pdf_page.h"
+#include "formats/writer_table.h"
 
 #include <fmt/format.h>
 
@@ -21,6 +23,13 @@ std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterPr
                                       "a printer",
                                       options.profile));
     }
+    if (options.device.isWanted && !OutputFormatOf(options.output).hasCodes &&
+        SettingsFor(options, found.description).dpi <= 0.0)
+    {
+        remarks.push_back(fmt::format("no resolution is stated: the PDF's page has {} pixels per "
+                                      "inch, see --dpi",
+                                      assumedDpi));
+    }
     return remarks;
 }
 
@@ -33,11 +42,16 @@ void TellRemarks(const PrintOptions& options, const std::vector<std::string>& re
     }
 }
 
+void TellRemark(const PrintOptions& options, const std::string& remark)
+{
+    if (!remark.empty()) {
+        TellRemarks(options, {remark});
+    }
+}
+
 void TellScratch(const PrintOptions& options, const std::string& reason)
 {
-    if (!reason.empty()) {
-        TellRemarks(options, {"decoded once into a temporary file: " + reason});
-    }
+    TellRemark(options, reason.empty() ? "" : "decoded once into a temporary file: " + reason);
 }
 
 void TellPrint(const PrintOptions& options, const PrinterProfile& profile, const Examination& found)

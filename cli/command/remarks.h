@@ -13,6 +13,9 @@ namespace qva {
 /// Writes remarks to standard error, unless the user wants quiet.
 void TellRemarks(const PrintOptions& options, const std::vector<std::string>& remarks);
 
+/// The same of one; nothing where it is empty.
+void TellRemark(const PrintOptions& options, const std::string& remark);
+
 /// Tells that a page was decoded into a scratch file; nothing where it was not.
 void TellScratch(const PrintOptions& options, const std::string& reason);
 

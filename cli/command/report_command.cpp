@@ -17,11 +17,9 @@
 #include "render/side_by_side.h"
 #include "render/threads.h"
 
-#include <cerrno>
 #include <cmath>
 #include <fmt/format.h>
 #include <sstream>
-#include <unistd.h>
 
 namespace qva {
 
@@ -75,19 +73,6 @@ LightCurve CurveOf(const Page& page, const std::vector<float>& light)
     return curve;
 }
 
-/// @throws Failure where the disk refuses.
-void WriteText(const OutputFile& file, const std::string& text)
-{
-    const Descriptor descriptor = file.Duplicate();
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t count = write(descriptor.Get(), text.data() + done, text.size() - done);
-        if (count < 0 && errno != EINTR) {
-            throw Failure(file.Path(), WriteReason(errno), exitOutput);
-        }
-        done += count < 0 ? 0 : static_cast<std::size_t>(count);
-    }
-}
-
 std::vector<float> SceneLight(const RenderRange& range)
 {
     std::vector<float> light(65536);
@@ -125,6 +110,7 @@ private:
     PhotoOptions photo_;
     std::string profile_;
     RenderSettings render_;
+    PrinterOption printer_;
     ProofSettings proof_;
     std::string output_;
     int threads_ = 0;
@@ -138,6 +124,7 @@ void ReportCommand::AddOptions(CLI::App& app)
 {
     AddPhotoOptions(app, photo_);
     AddRenderOptions(app, profile_, render_, threads_);
+    printer_.Add(app);
     app.add_option("-o,--output", output_, "The report: a name that ends in .html")
         ->required()
         ->type_name("FILE.html");
@@ -154,6 +141,8 @@ void ReportCommand::AddOptions(CLI::App& app)
 
 void ReportCommand::Finish()
 {
+    printer_.Apply(profile_, render_);
+    printer_.ApplyInkLimit(proof_.inkLimit);
     if (!HasEnding(output_, ".html")) {
         throw Misuse(output_, "the name must end in .html");
     }
@@ -284,7 +273,7 @@ void ReportCommand::Run()
     const ProofResult result = Proof(source, device, viewer, content, progress);
     const ProofSubject subject = {photo_.path, profile, device, viewer, proof_};
     Complete(*source.Found(), subject, result, content);
-    WriteText(output, ForPeople(ReportHtml(content)));
+    output.Append(ForPeople(ReportHtml(content)));
     output.Commit();
     progress.Clear();
     Tell(*source.Found(), subject, result);

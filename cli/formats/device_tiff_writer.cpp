@@ -4,6 +4,7 @@
 #include "base/workers.h"
 #include "colour/device_output.h"
 #include "formats/deflater.h"
+#include "formats/device_rows.h"
 #include "formats/row_gatherer.h"
 #include "formats/tiff_messages.h"
 #include "formats/tiff_strips.h"
@@ -21,16 +22,6 @@ namespace qva {
 namespace {
 
 constexpr std::int64_t stripsAtOnce = 64;
-
-/// Every sample but a line's first pixel becomes its difference to that of the pixel before
-/// (TIFF 6.0, section 14); from the end, so that no difference is taken of a difference.
-template <typename Sample>
-void Subtract(Sample* line, std::size_t samples, std::size_t channels)
-{
-    for (std::size_t i = samples; i-- > channels;) {
-        line[i] = static_cast<Sample>(line[i] - line[i - channels]);
-    }
-}
 
 class DeviceTiffWriter : public RowWriter {
 public:
@@ -147,26 +138,13 @@ void DeviceTiffWriter::SetInks()
 void DeviceTiffWriter::MakeStrip(std::int64_t strip, const std::uint16_t* codes, Deflater& deflater,
                                  EncodedStrip& out) const
 {
-    const DeviceOutput& device = *settings_.device;
     const std::int64_t first = strip * stripLines_;
-    const std::int64_t lines = std::min(stripLines_, size_.height - first);
-    const auto channels = static_cast<std::size_t>(device.Channels());
-    const auto samples = static_cast<std::size_t>(size_.width) * channels;
-    const std::size_t lineBytes = static_cast<std::size_t>(size_.width) * device.PixelBytes();
-    EncodedStrip values(lineBytes * static_cast<std::size_t>(lines));
-    for (std::int64_t line = 0; line < lines; ++line) {
-        unsigned char* at = values.data() + static_cast<std::size_t>(line) * lineBytes;
-        device.ConvertRow(codes + line * size_.width * 3, size_.width, first + line, at);
-        if (settings_.compression == Compression::None) {
-            continue;
-        }
-        if (device.Bits() == 16) {
-            Subtract(reinterpret_cast<std::uint16_t*>(at), samples, channels);
-        } else {
-            Subtract(at, samples, channels);
-        }
-    }
-    if (settings_.compression == Compression::None) {
+    const bool isPlain = settings_.compression == Compression::None;
+    EncodedStrip values;
+    MakeDeviceRows(*settings_.device,
+                   {codes, size_.width, first, std::min(stripLines_, size_.height - first)},
+                   isPlain ? DeviceRowForm::Plain : DeviceRowForm::Differences, values);
+    if (isPlain) {
         out = std::move(values);
     } else {
         deflater.MakeStream(values, out);

@@ -18,6 +18,7 @@ enum class Compression { None, Lzw, Deflate };
 struct WriteSettings {
     Compression compression = Compression::Deflate;
     double dpi = 0.0;                            ///< pixels per inch; 0: not stated
+    double bleed = 0.0;                          ///< inches on each side that are cut away
     Metadata metadata = {};                      ///< written as it is
     std::optional<RenderedFor> renderedFor = {}; ///< stated where given
     std::shared_ptr<const DeviceOutput> device =

@@ -1,6 +1,7 @@
 #include "formats/writer_table.h"
 
 #include "base/errors.h"
+#include "formats/pdf_page.h"
 
 #include <algorithm>
 #include <vector>
@@ -10,8 +11,9 @@ namespace qva {
 namespace {
 
 constexpr OutputFormat outputFormats[] = {
-    {"TIFF", {".tif", ".tiff"}, MakeTiffWriter, true, true},
-    {"PNG", {".png", {}}, MakePngWriter, false, false},
+    {"TIFF", {".tif", ".tiff"}, MakeTiffWriter, true, true, true, true},
+    {"PNG", {".png", {}}, MakePngWriter, false, false, true, false},
+    {"PDF", {".pdf", {}}, MakePdfWriter, false, false, false, true},
 };
 
 } // namespace
@@ -32,6 +34,9 @@ std::string OutputEndings()
 {
     std::vector<std::string_view> endings;
     for (const OutputFormat& format : outputFormats) {
+        if (!format.hasCodes) {
+            continue;
+        }
         std::copy_if(std::begin(format.endings), std::end(format.endings),
                      std::back_inserter(endings), [](std::string_view e) { return !e.empty(); });
     }
@@ -41,6 +46,14 @@ std::string OutputEndings()
         text += endings[i];
     }
     return text;
+}
+
+void EnsureTakes(const std::string& output, const DeviceOutput& device)
+{
+    if (OutputFormatOf(output).make == MakePdfWriter && !HasPdfSpace(device)) {
+        throw Failure(output, "a PDF knows RGB, CMYK and grey, not the inks of the profile: "
+                              "device values go into TIFF");
+    }
 }
 
 bool HasEnding(std::string_view path, std::string_view ending)

@@ -19,14 +19,21 @@ struct OutputFormat {
                                        const WriteSettings& settings);
     bool isStrips; ///< finished strips of tiff_strips.h are the file's
     bool hasLzw;   ///< knows Compression::Lzw
+    bool hasCodes; ///< takes codes of a rendering
+    bool hasDeviceValues;
 };
 
 /// The format that a name's ending stands for, in upper or lower case.
 /// @throws Misuse for another ending.
 const OutputFormat& OutputFormatOf(const std::string& path);
 
-/// The endings of all formats, for people: ".tif, .tiff or .png".
+/// The endings of all formats that take codes, for people: ".tif, .tiff or .png".
 std::string OutputEndings();
+
+/// Whether a format has a colour space for device values.
+/// @param output  a name whose format takes device values.
+/// @throws Failure where it has none.
+void EnsureTakes(const std::string& output, const DeviceOutput& device);
 
 /// @return true where a name ends so, in upper or lower case.
 /// @param ending  in lower case, with its dot.
@@ -35,6 +42,8 @@ bool HasEnding(std::string_view path, std::string_view ending);
 // The writers.
 std::unique_ptr<RowWriter> MakeDeviceTiffWriter(const OutputFile& file, ImageSize size,
                                                 const WriteSettings& settings);
+std::unique_ptr<RowWriter> MakePdfWriter(const OutputFile& file, ImageSize size,
+                                         const WriteSettings& settings);
 std::unique_ptr<RowWriter> MakePngWriter(const OutputFile& file, ImageSize size,
                                          const WriteSettings& settings);
 std::unique_ptr<RowWriter> MakeTiffWriter(const OutputFile& file, ImageSize size,

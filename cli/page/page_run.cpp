@@ -40,7 +40,7 @@ public:
           profile_(profile),
           plan_(PlanFor(request.cut, found.description)),
           progress_(request.progress),
-          decoder_(found.meaning, request.photo, source.Samples()),
+          decoder_(found.rows, request.photo, source.Samples()),
           light_(found.light),
           lines_(source, decoder_, light_, PageRange(found.range, request.render.paperWhite),
                  plan_.direction, request.limits, FolderOf(request.output))

@@ -48,7 +48,7 @@ void ProofSource::Prepare(const PrinterProfile& profile, const RenderSettings& s
     }
     found_ = Examine(input_.path, input_.source, input_.light, input_.limits, progress, source_);
     source_->Open(input_.path, input_.limits);
-    const SceneDecoder decoder(found_->meaning, input_.path);
+    const SceneDecoder decoder(found_->rows, input_.path);
     page_ = LoadPage(*source_, decoder, LightSteps(found_->light), found_->range, progress);
     source_->Close();
     if (look) {

@@ -16,13 +16,6 @@ cmsCIELab Record(const Lab& lab)
     return {lab[0], lab[1], lab[2]};
 }
 
-double DeltaE2000(const Lab& first, const Lab& second)
-{
-    const cmsCIELab one = Record(first);
-    const cmsCIELab other = Record(second);
-    return cmsCIE2000DeltaE(&one, &other, 1.0, 1.0, 1.0);
-}
-
 /// Colours of a call, at every station on their way.
 struct Stations {
     std::vector<std::uint16_t> device;
@@ -65,6 +58,13 @@ float InkOf(const std::uint16_t* device, std::size_t channels)
 }
 
 } // namespace
+
+double DeltaE2000(const Lab& first, const Lab& second)
+{
+    const cmsCIELab one = Record(first);
+    const cmsCIELab other = Record(second);
+    return cmsCIE2000DeltaE(&one, &other, 1.0, 1.0, 1.0);
+}
 
 PrintedColour PrintedColourOf(const DeviceProfile& device, const std::uint16_t* codes)
 {

@@ -19,6 +19,9 @@ constexpr std::size_t ink = 7;       ///< percent of total area coverage; 0 with
 constexpr std::size_t count = 8;
 } // namespace proof
 
+/// CIE ΔE 2000 of two colours.
+double DeltaE2000(const Lab& first, const Lab& second);
+
 /// One colour, as it was asked for and as it is printed; both relative to the paper.
 struct PrintedColour {
     Lab asked;

@@ -1,5 +1,6 @@
 #include "proof/report_page.h"
 
+#include "base/markup.h"
 #include "proof/report_style.h"
 #include "proof/view_pictures.h"
 
@@ -34,15 +35,16 @@ std::string Image(const ReportPicture& picture, const char* kind, const std::str
     return fmt::format(
         "<img class=\"{}\" width=\"{}\" height=\"{}\" alt=\"{}\" draggable=\"false\" "
         "src=\"data:image/png;base64,{}\">\n",
-        kind, picture.size.width, picture.size.height, EscapeHtml(text), Base64(PngBytes(picture)));
+        kind, picture.size.width, picture.size.height, EscapeMarkup(text),
+        Base64(PngBytes(picture)));
 }
 
 std::string Table(const std::string& title, const ReportRows& rows)
 {
-    std::string text = fmt::format("<h2>{}</h2>\n<table>\n", EscapeHtml(title));
+    std::string text = fmt::format("<h2>{}</h2>\n<table>\n", EscapeMarkup(title));
     for (const auto& [label, value] : rows) {
-        text += fmt::format("<tr><th scope=\"row\">{}</th><td>{}</td></tr>\n", EscapeHtml(label),
-                            EscapeHtml(value));
+        text += fmt::format("<tr><th scope=\"row\">{}</th><td>{}</td></tr>\n", EscapeMarkup(label),
+                            EscapeMarkup(value));
     }
     return text + "</table>\n";
 }
@@ -139,36 +141,12 @@ std::string Remarks(const std::vector<std::string>& remarks)
 {
     std::string text = "<h2>Remarks</h2>\n<ul>\n";
     for (const std::string& remark : remarks) {
-        text += fmt::format("<li>{}</li>\n", EscapeHtml(remark));
+        text += fmt::format("<li>{}</li>\n", EscapeMarkup(remark));
     }
     return remarks.empty() ? "<h2>Remarks</h2>\n<p>None.</p>\n" : text + "</ul>\n";
 }
 
 } // namespace
-
-std::string EscapeHtml(const std::string& text)
-{
-    std::string escaped;
-    for (const char letter : text) {
-        switch (letter) {
-        case '&':
-            escaped += "&amp;";
-            break;
-        case '<':
-            escaped += "&lt;";
-            break;
-        case '>':
-            escaped += "&gt;";
-            break;
-        case '"':
-            escaped += "&quot;";
-            break;
-        default:
-            escaped += letter;
-        }
-    }
-    return escaped;
-}
 
 std::string Base64(const std::vector<unsigned char>& bytes)
 {
@@ -192,7 +170,7 @@ std::string Base64(const std::vector<unsigned char>& bytes)
 
 std::string ReportHtml(const ReportContent& content)
 {
-    const std::string title = EscapeHtml(content.title);
+    const std::string title = EscapeMarkup(content.title);
     return fmt::format("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                        "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                        "<link rel=\"icon\" href=\"data:,\">\n"

@@ -37,9 +37,6 @@ struct ReportContent {
 /// The bytes of the file, UTF-8.
 std::string ReportHtml(const ReportContent& content);
 
-/// Text that stands for itself in HTML, in and out of quotes.
-std::string EscapeHtml(const std::string& text);
-
 std::string Base64(const std::vector<unsigned char>& bytes);
 
 } // namespace qva

@@ -43,6 +43,7 @@ Examination Examine(ImageSource& source, const SourceOptions& options, const Lig
     found.statistics =
         Scan(source, decoder, found.counts, progress, keeps ? &keeping->samples : nullptr);
     found.light = PlanLight(light, options.top, found.meaning, found.statistics);
+    found.rows = found.meaning;
     found.range = ChooseRange(found.meaning, found.statistics, options);
     return found;
 }

@@ -13,6 +13,7 @@ namespace qva {
 struct Examination {
     SourceDescription description;
     Interpretation meaning;
+    Interpretation rows; ///< of what the source hands out: meaning, unless it is resampled
     PictureStatistics statistics;
     SampleCounts counts;
     LightPlan light; ///< meaning, statistics and range are those of the exposed picture

@@ -62,7 +62,7 @@ keeps_old() {
 }
 keeps_old 5 "link.icc: is a device link" print photo.exr -o old.tif --profile link.icc --to-device
 keeps_old 5 "no_way_back.icc: the profile is damaged" print photo.exr -o old.tif --profile no_way_back.icc --to-device
-keeps_old 2 "--to-device: goes into TIFF" print photo.exr -o old2.png --to-device
+keeps_old 2 "--to-device: goes into TIFF or PDF" print photo.exr -o old2.png --to-device
 keeps_old 2 "--side-by-side: shows no device values" page tall.tif -o old.tif --to-device \
     --side-by-side sheet.png --progress none -q
 keeps_old 2 "--compression" print photo.exr -o old.tif --to-device --compression lzw

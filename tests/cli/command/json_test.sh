@@ -36,6 +36,7 @@ grep -q "generic photo paper" stdout.txt || fail "remarks are not told to progra
 tells printed preview photo.exr -o a.tif --json -q
 tells proofed proof photo.exr --profile press.icc --json
 tells proofed proof a.tif --any-paper -o a.png --json
+tells printer printers --json --check press.icc
 tells reported report photo.exr -o a.html --json
 tells pagePrinted page tall.tif -o a.tif --json --band-rows 100 --timing
 for i in 1 2; do

@@ -14,9 +14,11 @@ TEST(WriterTable, ChoosesByTheEndingOfTheName)
         const char* path;
         std::string format; ///< empty: refused
     } cases[] = {
-        {"a.tif", "TIFF"},     {"a.TIFF", "TIFF"},   {"b/c.PnG", "PNG"}, {".png", "PNG"},
-        {"a.png.tif", "TIFF"}, {"a.tif.png", "PNG"}, {"tif", ""},        {"a.tif~", ""},
-        {"a.tiff2", ""},       {"a.tif/", ""},       {"a.jpg", ""},      {"", ""},
+        {"a.tif", "TIFF"}, {"a.TIFF", "TIFF"},    {"b/c.PnG", "PNG"},
+        {".png", "PNG"},   {"a.png.tif", "TIFF"}, {"a.tif.png", "PNG"},
+        {"a.PDF", "PDF"},  {"tif", ""},           {"a.tif~", ""},
+        {"a.tiff2", ""},   {"a.tif/", ""},        {"a.jpg", ""},
+        {"", ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.path);
