@@ -1,15 +1,16 @@
 """Makes a wheel of the module with the library inside, from the tree that this file lies in.
 
-    pip wheel --no-build-isolation --no-deps --wheel-dir DIR python
+    pip wheel --no-build-isolation --no-deps --wheel-dir DIR ./python
 
-Everything is built as by cmake; QVA_BUILD names a finished build to take it from instead. What the
-library and the readers link (README.md) comes from the system, so a wheel belongs to the systems
-that are like the one it was made on.
+Everything is built by cmake, in build/wheel, with the options of CMAKE_ARGS; QVA_BUILD names a
+finished build to take it from instead. What the library and the readers link comes from the system
+(docs/dependencies.md), so a wheel belongs to the systems that are like the one it was made on.
 """
 
 import glob
 import os
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -42,9 +43,11 @@ class CMakeBuild(build_ext):
             shutil.copy(path, package)
 
     def build_tree(self):
-        build = os.path.join(os.path.abspath(self.build_temp), "cmake")
-        subprocess.run(["cmake", "-S", ROOT, "-B", build, "-DCMAKE_BUILD_TYPE=Release",
-                        "-DLUMO_BUILD_TESTS=OFF", "-DLUMO_PYTHON=" + sys.executable], check=True)
+        build = os.path.join(ROOT, "build", "wheel")
+        subprocess.run(["cmake", "-G", "Ninja", "-S", ROOT, "-B", build,
+                        "-DCMAKE_BUILD_TYPE=Release", "-DLUMO_BUILD_TESTS=OFF",
+                        "-DLUMO_PYTHON=" + sys.executable,
+                        *shlex.split(os.environ.get("CMAKE_ARGS", ""))], check=True)
         subprocess.run(["cmake", "--build", build, "--target", "qva_python", "--parallel",
                         str(len(os.sched_getaffinity(0)))], check=True)
         return build
