@@ -3,7 +3,6 @@
 #include "base/errors.h"
 #include "command/report.h"
 #include "formats/write_page.h"
-#include "hostile_reading.h"
 #include "page/page_job.h"
 #include "page/page_lines.h"
 #include "picture/print_metadata.h"
