@@ -16,6 +16,17 @@ TO_LINEAR = ("zscale=min=gbr:rin=full:tin=smpte2084:pin=bt2020:m=gbr:r=full:t=li
              "npl=100,format=gbrpf32le")
 TONE_MAP = TO_LINEAR + ",tonemap=hable,zscale=t=bt709:m=gbr:p=bt2020:r=full,format=gbrp16le"
 
+# Files of the scene, by what FFmpeg is told: linear light, where 1.0 stands for 100 cd/m2, or codes.
+PICTURES = {
+    "floats": (".exr", ["-vf", "format=gbrp16le," + TO_LINEAR, "-compression", "none"]),
+    "halves": (".exr", ["-vf", "format=gbrp16le," + TO_LINEAR, "-compression", "zip16", "-format",
+                        "half"]),
+    "tiff": (".tif", ["-compression_algo", "raw"]),
+    "png": (".png", ["-pix_fmt", "rgb48be"])}
+
+CODES = ["--encoding", "pq", "--primaries", "bt2020"]  # what the scene's are
+LIGHT = ["--white", "100", "--primaries", "bt2020"]
+
 FLOATS = "floats in and out, without decoding and encoding"
 
 
@@ -42,13 +53,14 @@ class Place:
             subprocess.run([self.program("lumo_scene"), *map(str, size)], stdout=file, check=True)
         return path
 
-    def exr(self, size):
-        """The scene as linear floats, 1.0 for 100 cd/m2."""
-        path = self.path(f"scene-{size[0]}x{size[1]}.exr")
+    def picture(self, size, kind):
+        """The scene as a file of a kind, a key of PICTURES."""
+        ending, options = PICTURES[kind]
+        path = self.path(f"scene-{kind}-{size[0]}x{size[1]}{ending}")
         subprocess.run(
             ["ffmpeg", "-y", "-hide_banner", "-nostdin", "-loglevel", "error", "-f", "rawvideo",
-             "-pix_fmt", "rgb48le", "-s", f"{size[0]}x{size[1]}", "-i", self.scene(size),
-             "-vf", "format=gbrp16le," + TO_LINEAR, "-compression", "none", path], check=True)
+             "-pix_fmt", "rgb48le", "-s", f"{size[0]}x{size[1]}", "-i", self.scene(size), *options,
+             path], check=True)
         return path
 
     def table(self):
@@ -109,20 +121,21 @@ class Filter:
 
 
 class Program:
-    """A whole program, from an EXR file to a 16-bit TIFF file."""
+    """A whole program, from file to file."""
 
-    def __init__(self, label, size, command, note=""):
+    def __init__(self, label, size, command, note="", kind="floats", ending=".tif", threads=1):
         self.label, self.size, self.command, self.note = label, size, command, note
+        self.kind, self.ending, self.threads = kind, ending, threads
 
     def prepare(self, place):
-        names = {"QVA": place.program("qva"), "SCENE": place.exr(self.size),
-                 "RESULT": place.path("result.tif")}
+        names = {"QVA": place.program("qva"), "SCENE": place.picture(self.size, self.kind),
+                 "RESULT": place.path("result" + self.ending)}
         self.command = [re.sub("QVA|SCENE|RESULT", lambda found: names[found.group()], word)
                         for word in self.command]
         return shutil.which(self.command[0]) is not None
 
     def measure(self, place):
-        usage = measure.run(self.command, environment={"HOME": place.directory})[1]
+        usage = measure.run(self.command, self.threads, {"HOME": place.directory})[1]
         return usage.seconds(place.clock), usage.peak
 
 
@@ -181,6 +194,16 @@ def luminance(operator, note):
                     "--ldrTiff", "16b", "--ldrTiffDeflate", "false"], note)
 
 
+def file_row(call, title, kind, ending, compression, options):
+    """A way from file to file on two cores, beside the library's call alone on the same pixels."""
+    command = ["QVA", "print", "SCENE", "-o", "RESULT", "-q", "--compression", compression, *options]
+    program = Program("qva print", PAGE, command, "", kind, ending, threads=2)
+    alone = Bench("the library's call alone", call.program, call.name, "no files", threads=2,
+                  min_time=call.min_time)
+    return Row(f"program, {title}, {title_of(PAGE)}, two cores", "ns per pixel", 1e9 / pixels(PAGE),
+               {"library": program}, [alone])
+
+
 def page_rows():
     """Whole pages; the peaks are those of the same runs. The slow ones have smaller pages."""
     title = title_of(PAGE)
@@ -200,11 +223,17 @@ def page_rows():
                 [luminance("reinhard05", "one global curve"),
                  luminance("fattal", "gradients; no device step"),
                  luminance("mantiuk06", "contrasts; no device step")])
+    ways = [file_row(cores[1], *way) for way in (
+        ("PQ TIFF to TIFF, uncompressed", "tiff", ".tif", "none", CODES),
+        ("half OpenEXR (ZIP) to TIFF, deflated", "halves", ".tif", "deflate", LIGHT),
+        ("PNG to PNG", "png", ".png", "deflate", CODES))]
     return [
         page, preview_row(PAGE), middle, small, preview_row(MEGAPIXEL),
         Row(f"print on two cores, {title}", "ns per pixel", page.scale, {"library": cores[1]},
             cores[:1]),
-        files,
+        files, *ways,
+        *(Row(f"peak memory of the {way.title}", "bytes per pixel", 1.0 / pixels(PAGE), way.own, peak=True)
+          for way in ways),
         Row(f"peak memory of a print, {title}", "bytes per pixel", 1.0 / pixels(PAGE),
             page.own, page.others, peak=True),
         Row(f"peak memory of a print, {title_of(FILE)}", "bytes per pixel", 1.0 / pixels(FILE),

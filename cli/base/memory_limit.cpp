@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <fstream>
 #include <limits>
+#include <memory>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -51,6 +53,15 @@ std::uint64_t PeakMemory()
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
+}
+
+void GiveBack(void* begin, std::size_t bytes)
+{
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    std::size_t left = bytes;
+    if (std::align(page, page, begin, left) != nullptr) {
+        madvise(begin, left / page * page, MADV_DONTNEED);
+    }
 }
 
 } // namespace qva

@@ -48,6 +48,9 @@ private:
     std::vector<PrintJob> JobsOf(const BatchPlan& plan) const;
     BatchPlan PlanOf() const;
     std::string InFolder(const char* what) const;
+    /// @return the signal that asks to end, or 0.
+    int PrintAll(const std::vector<PrintJob>& jobs, const QueueSettings& settings,
+                 StopSignals& signals, Journal& journal);
     void Take(const Record& record, PrintQueue::Outcome outcome);
     void ShowProgress();
     void TellSummary(const char* status);
@@ -216,6 +219,27 @@ void BatchCommand::TellSummary(const char* status)
     }
 }
 
+int BatchCommand::PrintAll(const std::vector<PrintJob>& jobs, const QueueSettings& settings,
+                           StopSignals& signals, Journal& journal)
+{
+    PrintQueue queue(settings, signals, journal,
+                     [this](const Record& record, auto outcome) { Take(record, outcome); });
+    for (const PrintJob& job : jobs) {
+        queue.Add(job);
+    }
+    int signal = 0;
+    while (!queue.IsIdle() && signal == 0) {
+        signal = queue.Work(-1);
+        if (!keepGoing_ && !failures_.empty()) {
+            queue.Close();
+        }
+    }
+    if (signal != 0) {
+        queue.Stop();
+    }
+    return signal;
+}
+
 void BatchCommand::Run()
 {
     std::optional<StopSignals> signals(std::in_place);
@@ -232,23 +256,7 @@ void BatchCommand::Run()
     Journal journal(InFolder("jsonl"), "batch");
     Save(plan, InFolder("plan"));
     progress_.emplace(options_.quiet ? ProgressStyle::None : ProgressStyle::Terminal);
-    int signal = 0;
-    {
-        PrintQueue queue(settings, *signals, journal,
-                         [this](const Record& record, auto outcome) { Take(record, outcome); });
-        for (const PrintJob& job : jobs) {
-            queue.Add(job);
-        }
-        while (!queue.IsIdle() && signal == 0) {
-            signal = queue.Work(-1);
-            if (!keepGoing_ && !failures_.empty()) {
-                queue.Close();
-            }
-        }
-        if (signal != 0) {
-            queue.Stop();
-        }
-    }
+    const int signal = PrintAll(jobs, settings, *signals, journal);
     TellSummary(signal != 0 ? "stopped" : failures_.empty() ? "done" : "failed");
     if (signal != 0) {
         Say(fmt::format("qva: stopped; the same command goes on, or qva batch --resume -o {}\n",

@@ -107,7 +107,8 @@ std::vector<std::string> Words(int count, const char* const* arguments)
 
 /// Where an option is not known: the one that may be meant; where there are more words than are
 /// taken: what takes them.
-std::string HintFor(const CLI::App& app)
+/// @param told  what the parser says; it names one fault alone.
+std::string HintFor(const CLI::App& app, const std::string& told)
 {
     for (const CLI::App* command : app.get_subcommands()) {
         std::vector<std::string> known;
@@ -118,7 +119,11 @@ std::string HintFor(const CLI::App& app)
         }
         for (const std::string& word : command->remaining()) {
             if (word.starts_with("--")) {
-                return Hint(word.substr(0, word.find('=')), known);
+                const std::string name = word.substr(0, word.find('='));
+                return (told.find(name) == std::string::npos
+                            ? fmt::format("; {} is unknown", OneLine(name))
+                            : std::string()) +
+                       Hint(name, known);
             }
             if (!word.starts_with('-')) {
                 return "; qva batch prints many pictures";
@@ -140,8 +145,8 @@ std::string Parse(CLI::App& app, std::vector<std::string> words)
     } catch (const CLI::CallForHelp&) {
         return app.help();
     } catch (const CLI::ParseError& error) {
-        throw Misuse("command line",
-                     fmt::format("{}{} (see qva --help)", OneLine(error.what()), HintFor(app)));
+        throw Misuse("command line", fmt::format("{}{} (see qva --help)", OneLine(error.what()),
+                                                 HintFor(app, error.what())));
     }
     return {};
 }

@@ -19,7 +19,7 @@ namespace {
 
 std::string FirstBytes(const std::string& path)
 {
-    // The readers go over a picture twice, which a pipe does not allow.
+    // A picture may be read twice, which a pipe does not allow.
     SizeOfRegularFile(path);
     std::FILE* file = std::fopen(path.c_str(), "rb");
     if (file == nullptr) {

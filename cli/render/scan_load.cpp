@@ -1,12 +1,12 @@
 #include "render/scan_load.h"
 
 #include "base/errors.h"
+#include "base/memory_limit.h"
 #include "base/phase_times.h"
 #include "base/workers.h"
 #include "render/light_rows.h"
 
 #include <algorithm>
-#include <cassert>
 #include <fmt/format.h>
 #include <utility>
 #include <vector>
@@ -71,10 +71,15 @@ std::int64_t SamplesOf(ImageSize size)
     return size.width * size.height * 3;
 }
 
+std::unique_ptr<std::uint16_t[]> RoomFor(std::int64_t samples, std::size_t bytes)
+{
+    return std::make_unique_for_overwrite<std::uint16_t[]>(static_cast<std::size_t>(samples) *
+                                                           bytes / sizeof(std::uint16_t));
+}
+
 Page EmptyPage(ImageSize size)
 {
-    return {size, std::make_unique_for_overwrite<std::uint16_t[]>(
-                      static_cast<std::size_t>(SamplesOf(size)))};
+    return {size, RoomFor(SamplesOf(size), sizeof(std::uint16_t))};
 }
 
 void ReadBlock(ImageSource& source, std::int64_t count, float* rows)
@@ -87,22 +92,40 @@ void ReadBlock(ImageSource& source, std::int64_t count, std::uint16_t* rows)
     source.ReadSamples(count, rows);
 }
 
+KeptSamples Keep(const ImageSource& source)
+{
+    const SampleKind kind = source.Samples();
+    const std::size_t bytes = kind == SampleKind::Floats ? sizeof(float) : sizeof(std::uint16_t);
+    return {kind, {source.Size(), RoomFor(SamplesOf(source.Size()), bytes)}};
+}
+
+float* FloatsOf(const KeptSamples& kept)
+{
+    return reinterpret_cast<float*>(kept.stored.codes.get());
+}
+
 /// Samples that are in memory, as a source.
 class KeptSource : public ImageSource {
 public:
     KeptSource(const KeptSamples& kept, const SourceDescription& description)
-        : kept_(kept), description_(description), next_(kept.stored.codes.get())
+        : kept_(kept), description_(description)
     {
     }
     void Open(const std::string&, const SizeLimits&) override {}
     ImageSize Size() const override { return description_.size; }
     const SourceDescription& Describe() const override { return description_; }
-    void ReadRows(std::int64_t, float*) override { assert(false); }
+    void ReadRows(std::int64_t count, float* rgb) override
+    {
+        const std::int64_t values = SamplesOf({Size().width, count});
+        std::copy_n(FloatsOf(kept_) + next_, values, rgb);
+        next_ += values;
+    }
     SampleKind Samples() const override { return kept_.kind; }
     void ReadSamples(std::int64_t count, std::uint16_t* samples) override
     {
         const std::int64_t values = SamplesOf({Size().width, count});
-        std::copy_n(next_, samples == next_ ? 0 : values, samples);
+        const std::uint16_t* from = kept_.stored.codes.get() + next_;
+        std::copy_n(from, samples == from ? 0 : values, samples);
         next_ += values;
     }
     void Close() override {}
@@ -110,7 +133,7 @@ public:
 private:
     const KeptSamples& kept_;
     const SourceDescription& description_;
-    const std::uint16_t* next_;
+    std::int64_t next_ = 0; ///< sample
 };
 
 /// Calls read for the rows first ... end - 1, which a failure names.
@@ -163,8 +186,7 @@ void ForEachRow(ImageSource& source, const char* stage, Progress& progress, T* w
 }
 
 /// Places the rows of a source whose light is decided by their neighbours' too.
-void PlaceAmongOthers(ImageSource& source, LightRows& rows, Progress& progress,
-                      std::uint16_t* page)
+void PlaceAmongOthers(ImageSource& source, LightRows& rows, Progress& progress, std::uint16_t* page)
 {
     const ImageSize size = source.Size();
     const Placement placement = PlacementOf(source.Describe());
@@ -196,23 +218,28 @@ PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleC
     const auto partOf = [&parts](int worker) -> Part& {
         return parts[static_cast<std::size_t>(worker)];
     };
-    if (decoder.Takes(source.Samples())) {
-        if (kept != nullptr) {
-            *kept = {source.Samples(), EmptyPage(source.Size())};
-        }
-        ScratchRows scratch(source.Size().width, Readers());
+    const bool isTaken = decoder.Takes(source.Samples());
+    const bool isUpright = source.Describe().orientation == 1;
+    if (kept != nullptr && (isTaken || (source.Samples() == SampleKind::Floats && isUpright))) {
+        *kept = Keep(source);
+    }
+    const bool keeps = kept != nullptr && kept->IsThere();
+    ScratchRows scratch(source.Size().width, Readers());
+    if (isTaken) {
         ForEachRow<std::uint16_t>(
-            source, "measuring", progress, kept != nullptr ? kept->stored.codes.get() : nullptr,
+            source, "measuring", progress, keeps ? kept->stored.codes.get() : nullptr,
             [&](const std::uint16_t* row, std::int64_t, int worker) {
                 float* light = scratch.Light(worker);
                 decoder.DecodeSamples(row, light, width, partOf(worker).counts);
                 partOf(worker).statistics.Add(light, width);
             });
     } else {
-        ForEachRow<float>(source, "measuring", progress, nullptr,
+        ForEachRow<float>(source, "measuring", progress, keeps ? FloatsOf(*kept) : nullptr,
                           [&](float* row, std::int64_t, int worker) {
-                              decoder.Decode(row, width, partOf(worker).counts);
-                              partOf(worker).statistics.Add(row, width);
+                              float* light = keeps ? scratch.Light(worker) : row;
+                              std::copy_n(row, keeps ? width * 3 : 0, light);
+                              decoder.Decode(light, width, partOf(worker).counts);
+                              partOf(worker).statistics.Add(light, width);
                           });
     }
     PictureStatistics statistics;
@@ -281,6 +308,11 @@ Page MakePage(KeptSamples kept, const SourceDescription& description, const Scen
             PlaceRow(codes + SamplesOf({size.width, row}), size.width, first + row, placement,
                      turned.codes.get());
         });
+    }
+    if (kept.kind == SampleKind::Floats) {
+        const std::int64_t codes = SamplesOf(size);
+        GiveBack(kept.stored.codes.get() + codes,
+                 static_cast<std::size_t>(codes) * sizeof(std::uint16_t));
     }
     return isUpright ? std::move(kept.stored) : std::move(turned);
 }

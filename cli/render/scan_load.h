@@ -11,16 +11,18 @@
 
 namespace qva {
 
-/// The samples of a picture as they are stored, in 16 bits, in the buffer of the page they become.
+/// The samples of a picture as they are stored, in the buffer of the page they become. Floats take
+/// twice the room, and are kept for a picture that is stored upright: else the turned page would be
+/// needed beside them.
 struct KeptSamples {
-    SampleKind kind = SampleKind::Floats; ///< Codes or Halves where some are kept
-    Page stored;                          ///< no codes where none are kept
+    SampleKind kind = SampleKind::Floats;
+    Page stored; ///< no codes where none are kept
 
     bool IsThere() const { return stored.codes != nullptr; }
 };
 
 /// Reads all rows of a freshly opened source once and gathers their light and flaws.
-/// @param kept  where given and the decoder takes the source's samples, set to these.
+/// @param kept  where given, set to the source's samples, unless these are floats to be turned.
 /// @throws std::bad_alloc where they do not fit memory.
 PictureStatistics Scan(ImageSource& source, const SceneDecoder& decoder, SampleCounts& counts,
                        Progress& progress, KeptSamples* kept = nullptr);

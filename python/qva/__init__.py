@@ -154,8 +154,8 @@ class Analysis:
             result[first:first + 500] = band[first - start:first - start + 500]
 
     Pixels of a page are linear, with the primaries of BT.2020: uint16 codes of which 65535 stands
-    for top, or float16 or float32 values in cd/m2. page may lie on a disk (np.memmap): it is read in
-    blocks.
+    for top, or float16 or float32 values in cd/m2. page may lie on a disk (np.memmap): it is read
+    in blocks.
     """
 
     def __init__(self, pixels: Samples, profile: Profile = None, *, top: float,

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Usage: examples_test.sh CMAKE BUILD LIBDIR CC CXX. Builds the examples against an installed copy, with
-# the CMake package and with pkg-config, and holds their prints against those of the program.
+# Usage: examples_test.sh CMAKE BUILD LIBDIR CC CXX. Builds the examples against an installed copy,
+# with the CMake package and with pkg-config, and holds their prints against those of the program.
 set -eu
 examples=$(cd "$(dirname "$0")/../../examples" && pwd)
 work=$2/examples_test
@@ -11,7 +11,8 @@ CC=$4 CXX=$5 "$1" -S "$examples" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/pre
 cd "$work"
 export PKG_CONFIG_PATH="$work/prefix/$3/pkgconfig" LD_LIBRARY_PATH="$work/prefix/$3"
 # The flags of pkg-config are words.
-"$4" -Wall -Wextra -Werror "$examples/print_picture.c" -o print_picture $(pkg-config --cflags --libs qva)
+"$4" -Wall -Wextra -Werror "$examples/print_picture.c" -o print_picture \
+    $(pkg-config --cflags --libs qva)
 "$5" -Wall -Wextra -Werror -std=c++20 "$examples/print_bands.cpp" -o print_bands \
     $(pkg-config --cflags --libs qva)
 [ "$(ldd print_picture print_bands | grep -c "$work/prefix/$3")" -eq 4 ]
@@ -34,7 +35,8 @@ entry() { short "$1"; short 3; short 0; short 1; short "$2"; short 0; } # one SH
     short 0; short 0; short 16; short 16; short 16
     cat pixels
 } > page.tif
-options="--primaries bt2020 --luminance-max 1000 --top 1000 --profile device.icc --compression none -q"
+options="--primaries bt2020 --luminance-max 1000 --top 1000 --profile device.icc -q"
+options="$options --compression none"
 "$2/bin/qva" print page.tif -o whole.tif --encoding pq $options
 "$2/bin/qva" page page.tif -o bands.tif --encoding linear --band-rows 100 $options
 for build in . cmake; do
@@ -42,7 +44,8 @@ for build in . cmake; do
     "$build/print_bands" page.ppm device.icc bands.ppm 100
     for page in whole bands; do
         python3 "$examples/../tests/support/tiff_codes.py" "$page.tif" > expected
-        tail -c 76800 "$page.ppm" | cmp - expected || { echo "$build, $page: another print"; exit 1; }
+        tail -c 76800 "$page.ppm" | cmp - expected ||
+            { echo "$build, $page: another print"; exit 1; }
     done
 done
 [ "$(head -c 2 whole.ppm)" = P6 ]

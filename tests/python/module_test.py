@@ -14,10 +14,12 @@ import unittest
 import numpy as np
 import qva
 
-sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "support"))
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(HERE, "../support"))
 from tiff_codes import tiff_codes  # noqa: E402
 
 QVA, MAKE_SAMPLES = sys.argv[1:3]
+EXAMPLES = os.path.join(HERE, "../../examples")
 
 
 def run(*arguments):
@@ -57,7 +59,7 @@ def scene(height=61, width=83):
     light = 0.01 * 90000.0 ** (x / (width - 1.0))
     light = np.where((y // 9) % 2 == 0, light, light[:, ::-1])
     colours = np.stack([light, light * 0.6, light * 0.3], axis=2)
-    colours[5:9, 5:9, 2] = -0.01
+    colours[5:9, 5:9] = -0.01
     return colours.astype(np.float32)
 
 
@@ -76,6 +78,9 @@ class Prints(unittest.TestCase):
         half = scene().astype(np.float16)
         write_tiff("half.tif", half.astype(np.float32))
         cases = [("codes.tif", codes(), {}, ()), ("codes.tif", codes(), PQ, PQ_WORDS),
+                 ("codes.tif", codes(), {**PQ, "top": 700}, (*PQ_WORDS, "--top", "700")),
+                 ("codes.tif", codes(), {**PQ, "encoding": "linear", "top": 300, "exposure": -1},
+                  ("--encoding", "linear", *PQ_WORDS[2:], "--top", "300", "--exposure", "-1")),
                  ("floats.tif", scene(), {}, ()), ("half.tif", half, {}, ()),
                  ("floats.tif", scene(), {"white": 1, "top": 500, "repair": False,
                                           "exposure": -0.5, "intent": "saturation"},
@@ -83,9 +88,9 @@ class Prints(unittest.TestCase):
                    "--intent", "saturation"))]
         for name, pixels, options, words in cases:
             with self.subTest(name=name, options=options):
-                expected = printed(name, "--profile", "device.icc", *words)
+                expected = printed(name, "--profile", "paper.icc", *words)
                 np.testing.assert_array_equal(
-                    qva.print_image(pixels, "device.icc", **options), expected)
+                    qva.print_image(pixels, "paper.icc", **options), expected)
         with open("device.icc", "rb") as file:
             np.testing.assert_array_equal(qva.print_image(half, file.read(), threads=3),
                                           printed("half.tif", "--profile", "device.icc"))
@@ -228,6 +233,15 @@ class Reads(unittest.TestCase):
             self.assertEqual(again.icc_profile, qva.rendered_profile())
         with self.assertRaises(qva.Misuse):
             qva.write("written.gif", result)
+
+
+class Example(unittest.TestCase):
+    def test_makes_its_sheet(self):
+        script = os.path.join(EXAMPLES, "where_light_went.py")
+        told = subprocess.run([sys.executable, script, "photo.exr", "sheet.jpg", "paper.icc"],
+                              stdout=subprocess.PIPE, text=True, check=True).stdout
+        self.assertRegex(told, r"^light up to \d+ cd/m2; 98 % of the places moved by [-+]")
+        self.assertGreater(os.path.getsize("sheet.jpg"), 1000)
 
 
 class Bands(unittest.TestCase):
