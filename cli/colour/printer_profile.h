@@ -18,7 +18,8 @@ struct PrinterProfile {
 PrinterProfile BuiltInProfile();
 
 /// Reads a profile by its name (FindProfile) and checks what it says about itself; whether its
-/// tables serve a print is found out by TryProfile.
+/// tables serve a print is found out by TryProfile. Device colours are never a reason to refuse
+/// one: CMYK and other inks are as welcome as RGB and grey.
 /// @throws Failure where the file cannot be read, its size field is not its length, or it is not
 ///         a profile of an output device, a display or a colour space.
 PrinterProfile ReadPrinterProfile(const std::string& name);

@@ -163,7 +163,7 @@ void JoinCommand::Run()
         EnsureNew(options_.output);
     }
     SetThreads(options_.threads);
-    TellLeftovers(options_.output, options_.progress == ProgressStyle::None);
+    TellLeftovers({options_.output}, options_.progress == ProgressStyle::None);
     ResolveOutput(options_.output);
     std::optional<OutputFile> output;
     if (!options_.dryRun) {

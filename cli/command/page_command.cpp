@@ -145,8 +145,11 @@ void PageCommand::Run()
     TryProfile(profile, options_.print.render, options_.print.profile);
     SetPaper(profile, options_.print);
     if (!options_.print.dryRun) {
-        TellLeftovers(options_.print.output, options_.print.quiet);
+        TellLeftovers({options_.print.output, options_.print.sideBySide}, options_.print.quiet);
         EnsureFolder(options_.print.output);
+        if (!options_.print.sideBySide.empty()) {
+            EnsureFolder(options_.print.sideBySide);
+        }
     }
     std::unique_ptr<ImageSource> source = OpenImage(photo.path, photo.limits);
     const BandPlan plan = PlanFor(

@@ -241,7 +241,7 @@ void PrintCommand::Run()
         return;
     }
     if (!isPiped_) {
-        TellLeftovers(options_.output, options_.quiet);
+        TellLeftovers({options_.output, options_.sideBySide}, options_.quiet);
     }
     Examination found;
     const bool atOnce = Print(profile, found);

@@ -8,6 +8,7 @@
 #include "formats/pdf_page.h"
 #include "formats/writer_table.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 namespace qva {
@@ -63,10 +64,19 @@ void TellPrint(const PrintOptions& options, const PrinterProfile& profile, const
     TellRemarks(options, AllRemarks(options, profile, found));
 }
 
-void TellLeftovers(const std::string& output, bool quiet)
+void TellLeftovers(const std::vector<std::string>& outputs, bool quiet)
 {
-    for (const std::string& path : LeftoversIn(FolderOf(output))) {
-        if (!quiet) {
+    std::vector<std::string> folders;
+    for (const std::string& output : outputs) {
+        const std::string folder = FolderOf(output);
+        const bool isKnown =
+            std::any_of(folders.begin(), folders.end(),
+                        [&](const std::string& other) { return AreSameFile(folder, other); });
+        if (quiet || output.empty() || isKnown) {
+            continue;
+        }
+        folders.push_back(folder);
+        for (const std::string& path : LeftoversIn(folder)) {
             Say(fmt::format("qva: {}: was left behind by a run that was killed; nothing needs it, "
                             "it can be removed\n",
                             OneLine(path)));

@@ -19,9 +19,10 @@ void TellRemark(const PrintOptions& options, const std::string& remark);
 /// Tells that a page was decoded into a scratch file; nothing where it was not.
 void TellScratch(const PrintOptions& options, const std::string& reason);
 
-/// Tells of temporaries that killed runs left in the folder of an output, unless the user wants
-/// quiet.
-void TellLeftovers(const std::string& output, bool quiet);
+/// Tells of temporaries that killed runs left in the folders of outputs, unless the user wants
+/// quiet: a remark like others.
+/// @param outputs  names; an empty one is none.
+void TellLeftovers(const std::vector<std::string>& outputs, bool quiet);
 
 /// All that the user should know about a print.
 std::vector<std::string> AllRemarks(const PrintOptions& options, const PrinterProfile& profile,

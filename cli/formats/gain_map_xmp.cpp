@@ -1,22 +1,18 @@
 #include "formats/gain_map_xmp.h"
 
 #include "picture/exif_data.h"
+#include "picture/xml_reader.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <exception>
-#include <expat.h>
 #include <fmt/format.h>
-#include <memory>
 #include <string_view>
 
 namespace qva {
 
 namespace {
 
-// Names come from the parser as namespace, space, name.
-constexpr char separator = ' ';
 constexpr std::string_view syntaxSpace = "http://www.w3.org/1999/02/22-rdf-syntax-ns# ";
 constexpr std::string_view gainMapSpace = "http://ns.adobe.com/hdr-gain-map/1.0/ ";
 constexpr std::string_view containerSpace = "http://ns.google.com/photos/1.0/container/ ";
@@ -43,61 +39,12 @@ std::optional<T> NumberIn(const std::string& text)
 }
 
 /// A property is an attribute, an element with text, or one with a list of texts.
-class PacketReader {
+class PacketReader : public XmlReader {
 public:
-    explicit PacketReader(GainMapXmp& xmp)
-        : xmp_(xmp), parser_(XML_ParserCreateNS(nullptr, separator), XML_ParserFree)
-    {
-        if (!parser_) {
-            throw std::bad_alloc();
-        }
-        XML_SetUserData(parser_.get(), this);
-        XML_SetElementHandler(parser_.get(), OnStart, OnEnd);
-        XML_SetCharacterDataHandler(parser_.get(), OnText);
-    }
-
-    void Read(std::span<const unsigned char> packet)
-    {
-        // What is read before an error counts.
-        XML_Parse(parser_.get(), reinterpret_cast<const char*>(packet.data()),
-                  static_cast<int>(packet.size()), XML_TRUE);
-        if (thrown_) {
-            std::rethrow_exception(thrown_);
-        }
-    }
+    explicit PacketReader(GainMapXmp& xmp) : XmlReader(XmlNames::Plain), xmp_(xmp) {}
 
 private:
-    /// No exception may pass through the parser.
-    template <typename Body>
-    static void Carry(void* self, const Body& body)
-    {
-        auto& reader = *static_cast<PacketReader*>(self);
-        try {
-            body(reader);
-        } catch (...) {
-            reader.thrown_ = std::current_exception();
-            XML_StopParser(reader.parser_.get(), XML_FALSE);
-        }
-    }
-
-    static void OnStart(void* self, const char* name, const char** attributes)
-    {
-        Carry(self, [&](PacketReader& reader) { reader.Start(name, attributes); });
-    }
-
-    static void OnEnd(void* self, const char*)
-    {
-        Carry(self, [](PacketReader& reader) { reader.End(); });
-    }
-
-    static void OnText(void* self, const char* text, int length)
-    {
-        Carry(self, [&](PacketReader& reader) {
-            reader.text_.append(text, static_cast<std::size_t>(length));
-        });
-    }
-
-    void Start(std::string_view name, const char** attributes)
+    void Start(std::string_view name, const char** attributes) override
     {
         names_.emplace_back(name);
         text_.clear();
@@ -109,7 +56,9 @@ private:
         }
     }
 
-    void End()
+    void Characters(std::string_view text) override { text_ += text; }
+
+    void End() override
     {
         // The text of a list's member is the list's owner's.
         auto owner = names_.rbegin();
@@ -143,10 +92,8 @@ private:
     }
 
     GainMapXmp& xmp_;
-    std::unique_ptr<XML_ParserStruct, void (*)(XML_Parser)> parser_;
     std::vector<std::string> names_;
     std::string text_;
-    std::exception_ptr thrown_;
 };
 
 /// @param otherwise  where the property is missing; nothing where it must be there.
@@ -177,7 +124,8 @@ std::array<double, 3> Numbers(const GainMapXmp& xmp, const std::string& name,
 GainMapXmp ReadGainMapXmp(std::span<const unsigned char> packet)
 {
     GainMapXmp xmp;
-    PacketReader(xmp).Read(packet);
+    // What is read before an error counts.
+    PacketReader(xmp).Parse({reinterpret_cast<const char*>(packet.data()), packet.size()});
     return xmp;
 }
 

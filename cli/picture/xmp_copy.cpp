@@ -1,11 +1,9 @@
 #include "picture/xmp_copy.h"
 
+#include "picture/xml_reader.h"
+
 #include <algorithm>
 #include <array>
-#include <exception>
-#include <expat.h>
-#include <memory>
-#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,9 +11,6 @@
 namespace qva {
 
 namespace {
-
-// Names come from the parser as namespace, space, name, and a space and the prefix.
-constexpr char separator = ' ';
 
 constexpr std::string_view syntaxSpace = "http://www.w3.org/1999/02/22-rdf-syntax-ns#";
 constexpr std::string_view xmlSpace = "http://www.w3.org/XML/1998/namespace";
@@ -75,11 +70,11 @@ struct Name {
 
 Name Split(std::string_view triplet)
 {
-    const std::size_t first = triplet.find(separator);
+    const std::size_t first = triplet.find(XmlReader::separator);
     if (first == std::string_view::npos) {
         return {{}, triplet, {}};
     }
-    const std::size_t second = triplet.find(separator, first + 1);
+    const std::size_t second = triplet.find(XmlReader::separator, first + 1);
     return {triplet.substr(0, first), triplet.substr(first + 1, second - first - 1),
             second == std::string_view::npos ? std::string_view() : triplet.substr(second + 1)};
 }
@@ -113,39 +108,15 @@ struct Cut {
     std::size_t end;
 };
 
-class PacketScanner {
+class PacketScanner : public XmlReader {
 public:
     PacketScanner(std::string_view text, bool isTurned)
-        : text_(text),
-          isTurned_(isTurned),
-          parser_(XML_ParserCreateNS("UTF-8", separator), XML_ParserFree)
+        : XmlReader(XmlNames::WithPrefix), text_(text), isTurned_(isTurned)
     {
-        if (!parser_) {
-            throw std::bad_alloc();
-        }
-        XML_SetReturnNSTriplet(parser_.get(), 1);
-        XML_SetUserData(parser_.get(), this);
-        XML_SetElementHandler(parser_.get(), OnStart, OnEnd);
-        // What entities stand for has no place in the text, and no honest packet has any.
-        XML_SetStartDoctypeDeclHandler(
-            parser_.get(), [](void* self, const char*, const char*, const char*, int) {
-                XML_StopParser(static_cast<PacketScanner*>(self)->parser_.get(), XML_FALSE);
-            });
     }
 
     /// @return whether the whole packet could be read.
-    bool Scan()
-    {
-        const bool done = XML_Parse(parser_.get(), text_.data(), static_cast<int>(text_.size()),
-                                    XML_TRUE) == XML_STATUS_OK;
-        if (thrown_) {
-            std::rethrow_exception(thrown_);
-        }
-        if (!done && XML_GetErrorCode(parser_.get()) == XML_ERROR_NO_MEMORY) {
-            throw std::bad_alloc();
-        }
-        return done;
-    }
+    bool Scan() { return Parse(text_); }
 
     /// The packet without what is left out.
     std::vector<unsigned char> Rest();
@@ -154,29 +125,6 @@ public:
     std::size_t LeftOut() const { return cuts_.size(); }
 
 private:
-    /// No exception may pass through the parser.
-    template <typename Body>
-    static void Carry(void* self, const Body& body)
-    {
-        auto& scanner = *static_cast<PacketScanner*>(self);
-        try {
-            body(scanner);
-        } catch (...) {
-            scanner.thrown_ = std::current_exception();
-            XML_StopParser(scanner.parser_.get(), XML_FALSE);
-        }
-    }
-
-    static void OnStart(void* self, const char* name, const char** attributes)
-    {
-        Carry(self, [&](PacketScanner& scanner) { scanner.Start(name, attributes); });
-    }
-
-    static void OnEnd(void* self, const char*)
-    {
-        Carry(self, [](PacketScanner& scanner) { scanner.End(); });
-    }
-
     bool IsLeftOut(const Name& name) const
     {
         return Contains(spacesLeftOut, name.space) ||
@@ -192,15 +140,11 @@ private:
                name.space != xmlSpace;
     }
 
-    void Start(std::string_view triplet, const char** attributes);
-    void End();
+    void Start(std::string_view triplet, const char** attributes) override;
+    void End() override;
     void CutAttribute(const Name& name);
 
-    std::size_t Place() const
-    {
-        const XML_Index index = XML_GetCurrentByteIndex(parser_.get());
-        return std::min(static_cast<std::size_t>(std::max<XML_Index>(index, 0)), text_.size());
-    }
+    std::size_t TagPlace() const { return std::min(Place(), text_.size()); }
 
     /// The place behind the tag that begins at another.
     std::size_t TagEnd(std::size_t place) const
@@ -217,14 +161,12 @@ private:
 
     std::string_view text_;
     bool isTurned_;
-    std::unique_ptr<XML_ParserStruct, void (*)(XML_Parser)> parser_;
     std::vector<Cut> cuts_;
     std::size_t properties_ = 0;
     int depth_ = 0;
     int rdfDepth_ = 0; ///< 0 before the first
     int cutDepth_ = 0; ///< of the element that is being left out; 0 outside
     std::size_t cutBegin_ = 0;
-    std::exception_ptr thrown_;
 };
 
 void PacketScanner::Start(std::string_view triplet, const char** attributes)
@@ -236,7 +178,7 @@ void PacketScanner::Start(std::string_view triplet, const char** attributes)
     const Name name = Split(triplet);
     if (IsLeftOut(name)) {
         cutDepth_ = depth_;
-        cutBegin_ = Place();
+        cutBegin_ = TagPlace();
         return;
     }
     if (rdfDepth_ == 0 && name.space == syntaxSpace && name.local == "RDF") {
@@ -259,7 +201,7 @@ void PacketScanner::End()
         // An empty element ends with the tag that begins it.
         const std::size_t end = TagEnd(cutBegin_);
         const bool isEmpty = text_[end - 2] == '/';
-        cuts_.push_back({cutBegin_, isEmpty ? end : TagEnd(Place())});
+        cuts_.push_back({cutBegin_, isEmpty ? end : TagEnd(TagPlace())});
         cutDepth_ = 0;
     }
     --depth_;
@@ -269,9 +211,9 @@ void PacketScanner::End()
 void PacketScanner::CutAttribute(const Name& name)
 {
     const std::string word = std::string(name.prefix) + ":" + std::string(name.local);
-    const std::size_t end = TagEnd(Place());
+    const std::size_t end = TagEnd(TagPlace());
     Quotes quotes;
-    for (std::size_t i = Place(); i + 1 + word.size() < end; ++i) {
+    for (std::size_t i = TagPlace(); i + 1 + word.size() < end; ++i) {
         const char behind = text_[i + 1 + word.size()];
         if (quotes.IsOutside(text_[i]) && IsBlank(text_[i]) &&
             text_.substr(i + 1, word.size()) == word && (behind == '=' || IsBlank(behind)))

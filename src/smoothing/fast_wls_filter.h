@@ -8,7 +8,10 @@ namespace lumo {
 
 /// Weighted least squares by lines: neighbours are pulled together, the less the more the guidance
 /// image differs between them. One solve along every column, then one along every row (Min et al.,
-/// "Fast global image smoothing based on weighted least squares", 2014, one iteration).
+/// "Fast global image smoothing based on weighted least squares", 2014, one iteration). The system
+/// of a line f with guidance g, solved for u by elimination and substitution (wls_kernels.cpp):
+///     u[i] + lambda w[i-1] (u[i] - u[i-1]) + lambda w[i] (u[i] - u[i+1]) = f[i],
+///     w[i] = exp(-|g[i+1] - g[i]| / sigma), and 0 beyond the ends.
 class FastWlsFilter : public ImageFilterInterface {
 public:
     /// Entries of the weight table: squared distances of guidance values 0 ... 255, 3 channels.

@@ -1,6 +1,5 @@
 #include "base/output_file.h"
 
-#include "hostile_reading.h"
 #include "samples.h"
 
 #include <filesystem>

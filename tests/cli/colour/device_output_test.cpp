@@ -12,12 +12,10 @@ namespace qva {
 namespace {
 
 struct Sample {
-    explicit Sample(bool isCmyk) : Sample(samples::PrinterSample({.isCmyk = isCmyk})) {}
-    explicit Sample(const std::string& bytes)
-        : profile{{bytes.begin(), bytes.end()}, "sample"}, device(profile, {}, "sample.icc")
+    explicit Sample(bool isCmyk)
+        : profile(samples::ProfileSample({.isCmyk = isCmyk})), device(profile, {}, "sample.icc")
     {
     }
-
     PrinterProfile profile;
     DeviceProfile device;
 };

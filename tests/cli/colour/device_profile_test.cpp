@@ -11,11 +11,7 @@ namespace qva {
 
 namespace {
 
-DeviceProfile Sample(const samples::PrinterKind& kind, const DeviceIntent& intent = {})
-{
-    const std::string bytes = samples::PrinterSample(kind);
-    return {{{bytes.begin(), bytes.end()}, "sample"}, intent, "sample.icc"};
-}
+using samples::DeviceSample;
 
 std::vector<std::uint16_t> DeviceValues(const DeviceProfile& device,
                                         const std::vector<std::uint16_t>& codes)
@@ -39,7 +35,7 @@ Lab PaperLab(const DeviceProfile& device, const std::vector<std::uint16_t>& valu
 TEST(DeviceProfile, KnowsPaperAndInk)
 {
     for (const bool isCmyk : {false, true}) {
-        const DeviceProfile device = Sample({.isCmyk = isCmyk, .whiteY = 0.8});
+        const DeviceProfile device = DeviceSample({.isCmyk = isCmyk, .whiteY = 0.8});
         EXPECT_EQ(isCmyk, device.IsInk());
         EXPECT_EQ(isCmyk ? "CMYK" : "RGB", device.Space());
         const std::vector<std::uint16_t> paper =
@@ -59,8 +55,8 @@ TEST(DeviceProfile, KnowsPaperAndInk)
 TEST(DeviceProfile, CompensatesBlackWhereAsked)
 {
     const std::vector<std::uint16_t> dark(3, 6000);
-    const DeviceProfile compensated = Sample({});
-    const DeviceProfile plain = Sample({}, {.blackPointCompensation = false});
+    const DeviceProfile compensated = DeviceSample({});
+    const DeviceProfile plain = DeviceSample({}, {.blackPointCompensation = false});
     EXPECT_GT(1000, DeviceValues(plain, dark)[0]);
     EXPECT_NEAR(0.042 * 65535, DeviceValues(compensated, dark)[0], 1000);
     Lab asked{};
@@ -72,7 +68,7 @@ TEST(DeviceProfile, CompensatesBlackWhereAsked)
 
 TEST(DeviceProfile, SeparatesInks)
 {
-    const DeviceProfile device = Sample({.isCmyk = true});
+    const DeviceProfile device = DeviceSample({.isCmyk = true});
     EXPECT_EQ(4, device.Channels());
     EXPECT_EQ("Black", device.ChannelNames()[3]);
     // The sample's tables are coarse: half a percent.
@@ -85,7 +81,7 @@ TEST(DeviceProfile, SeparatesInks)
 TEST(DeviceProfile, NamesWhatIsMissing)
 {
     const auto complaint = [](const samples::PrinterKind& kind) {
-        return samples::ErrorOf([&kind] { Sample(kind); });
+        return samples::ErrorOf([&kind] { DeviceSample(kind); });
     };
     EXPECT_EQ("sample.icc: the profile has no table from device values to colours (AToB)",
               complaint({.hasFromDevice = false}));

@@ -157,6 +157,15 @@ expect 1 "raise --max-memory" page tall.tif -o result.tif --max-memory 131M
 expect 2 "is a share by another name" join share[1-5].tif -o ./share1.tif
 expect 2 "is the photograph" page tall.tif -o ./tall.tif
 expect 4 "none/a.tif: cannot be written" page tall.tif -o none/a.tif
+# A sheet that cannot be written is refused before the page is rendered.
+mkdir folder.png
+ln -s nowhere dangling.png
+for sheet in none/s.png folder.png dangling.png; do
+    "$qva" page tall.tif -o result.tif $options --side-by-side $sheet 2>stderr.txt &&
+        fail "$sheet is written"
+    grep -q "^qva: $sheet: " stderr.txt || fail "a sheet that cannot be: $(cat stderr.txt)"
+    gone result.tif
+done
 gone result.tif
 [ -z "$(find . -name '.qva-*')" ] || fail "a temporary stayed"
 finish

@@ -84,5 +84,8 @@ left=$(temporaries)
 tells other.tif "$left: was left behind by a run that was killed"
 tells other.png "$left: was left behind"
 expect 0 "" preview photo.exr -q --profile device.icc -o other.tif
+mkdir elsewhere
+"$qva" preview photo.exr -o elsewhere/other.tif --side-by-side sheet.png 2>stderr.txt
+grep -qF "$left: was left behind" stderr.txt || fail "what lies beside a sheet is not told"
 [ "$(temporaries)" = "$left" ] || fail "a temporary of another run was removed"
 finish

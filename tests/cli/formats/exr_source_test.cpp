@@ -1,5 +1,4 @@
 // What OpenEXR holds beside one flat part of R, G and B.
-#include "exr_samples.h"
 #include "formats/image_source.h"
 #include "samples.h"
 
@@ -81,20 +80,6 @@ TEST(ExrParts, AreReadFromTheFirstWithColours)
     samples::WriteExrParts(path, {4, 4}, {{"a", {"Z"}, 9.0f}, {"b", {"BY", "RY", "Y"}, 1.0f}});
     const std::string chroma = ErrorOf([&] { ReadAll(path); });
     EXPECT_NE(std::string::npos, chroma.find("chroma channels behind its first")) << chroma;
-}
-
-TEST(ExrCompressions, LossyOnesKeepTheLight)
-{
-    const Folder folder;
-    const std::string path = folder / "a.exr";
-    const std::vector<float> colours = SmoothColours();
-    for (const Imf::Compression kind : {Imf::DWAA_COMPRESSION, Imf::DWAB_COMPRESSION,
-                                        Imf::B44_COMPRESSION, Imf::PXR24_COMPRESSION})
-    {
-        SCOPED_TRACE(kind);
-        samples::WriteCompressedExr(path, size, colours, kind);
-        EXPECT_GT(0.02, LargestError(colours, ReadAll(path, 5)));
-    }
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 #include "colour/scene_decoder.h"
 #include "formats/heif_view.h"
 #include "formats/image_source.h"
-#include "hostile_reading.h"
 #include "samples.h"
 
 #include <array>

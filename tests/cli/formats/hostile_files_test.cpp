@@ -5,7 +5,6 @@
 #include "colour/printer_profile.h"
 #include "formats/image_source.h"
 #include "formats/strip_reader.h"
-#include "hostile_reading.h"
 #include "samples.h"
 #include "tiff_bytes.h"
 

@@ -1,7 +1,6 @@
 #include "formats/image_source.h"
 
 #include "colour/icc_builder.h"
-#include "hostile_reading.h"
 #include "picture_kinds.h"
 #include "samples.h"
 

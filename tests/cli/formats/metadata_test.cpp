@@ -3,7 +3,6 @@
 #include "formats/png_metadata.h"
 #include "formats/tiff_metadata.h"
 #include "formats/writer_table.h"
-#include "hostile_reading.h"
 #include "picture/exif_copy.h"
 #include "picture/print_metadata.h"
 #include "picture/tiff_structure.h"

@@ -6,7 +6,6 @@
 #include "colour/profile_transform.h"
 #include "formats/image_source.h"
 #include "formats/strip_reader.h"
-#include "hostile_reading.h"
 #include "mutations.h"
 #include "page/page_job.h"
 #include "page/page_result.h"

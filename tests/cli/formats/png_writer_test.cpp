@@ -1,6 +1,5 @@
 #include "formats/image_source.h"
 #include "formats/writer_table.h"
-#include "hostile_reading.h"
 #include "samples.h"
 #include "tiff_bytes.h"
 

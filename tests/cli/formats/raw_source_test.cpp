@@ -1,7 +1,6 @@
 #include "dng_samples.h"
 #include "formats/image_source.h"
 #include "formats/raw_marks.h"
-#include "hostile_reading.h"
 #include "samples.h"
 
 #include <array>

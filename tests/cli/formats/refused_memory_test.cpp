@@ -1,9 +1,9 @@
 // Every request for memory that reading and writing a page make through operator new is refused in
 // turn, also where it is made in a parallel loop or below a C library.
 #include "base/errors.h"
+#include "command/program.h"
 #include "command/report.h"
 #include "formats/write_page.h"
-#include "hostile_reading.h"
 #include "page/page_job.h"
 #include "page/page_lines.h"
 #include "picture/print_metadata.h"
@@ -238,6 +238,25 @@ TEST(RefusedMemory, OfJsonNeverEndsTheProgram)
     });
     std::cout << count << " requests refused\n";
     EXPECT_LT(10, count);
+}
+
+// The whole program, from its command line on, without any memory from some request on.
+TEST(RefusedMemory, OfTheProgramIsToldWithoutAny)
+{
+    GTEST_FLAG_SET(death_test_style, "fast");
+    const samples::Folder folder;
+    const std::string photo = folder / "photo";
+    samples::WriteTiff(photo, size, std::vector<double>(24 * 40 * 3, 9000.0), {});
+    const char* line[] = {"qva", "info", photo.c_str()};
+    for (const long number : {0, 1, 7, 50, 300, 900, 1500}) {
+        const auto run = [&] {
+            lasting = true;
+            refused = number;
+            asked = 0;
+            std::_Exit(RunProgram(3, line));
+        };
+        EXPECT_EXIT(run(), testing::ExitedWithCode(1), "not enough memory") << number;
+    }
 }
 
 } // namespace

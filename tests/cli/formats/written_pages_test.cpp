@@ -1,7 +1,6 @@
 // Results that are made of many pieces: what all threads encode is what one thread does.
 #include "base/workers.h"
 #include "formats/write_page.h"
-#include "hostile_reading.h"
 #include "samples.h"
 #include "tiff_bytes.h"
 

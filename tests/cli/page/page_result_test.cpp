@@ -1,7 +1,6 @@
 #include "page/page_result.h"
 
 #include "formats/strip_reader.h"
-#include "hostile_reading.h"
 #include "mutations.h"
 #include "samples.h"
 

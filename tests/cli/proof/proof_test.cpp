@@ -17,8 +17,7 @@ namespace {
 
 DeviceProfile Sample(bool isCmyk)
 {
-    const std::string bytes = samples::PrinterSample({.isCmyk = isCmyk, .whiteY = 0.8});
-    return {{{bytes.begin(), bytes.end()}, "sample"}, {}, "sample.icc"};
+    return samples::DeviceSample({.isCmyk = isCmyk, .whiteY = 0.8});
 }
 
 std::vector<std::uint16_t> RandomCodes(std::size_t count)

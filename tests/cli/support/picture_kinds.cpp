@@ -1,7 +1,6 @@
 #include "picture_kinds.h"
 
 #include "colour/icc_builder.h"
-#include "exr_samples.h"
 #include "formats/writer_table.h"
 #include "jpeg_samples.h"
 #include "samples.h"

@@ -113,4 +113,15 @@ std::string PrinterSample(const PrinterKind& kind)
     return bytes;
 }
 
+PrinterProfile ProfileSample(const PrinterKind& kind)
+{
+    const std::string bytes = PrinterSample(kind);
+    return {{bytes.begin(), bytes.end()}, "sample"};
+}
+
+DeviceProfile DeviceSample(const PrinterKind& kind, const DeviceIntent& intent)
+{
+    return {ProfileSample(kind), intent, "sample.icc"};
+}
+
 } // namespace qva::samples

@@ -1,6 +1,8 @@
 // A small profile of a printer with tables, and a damaged one.
 #pragma once
 
+#include "colour/device_profile.h"
+
 #include <string>
 
 namespace qva::samples {
@@ -15,5 +17,9 @@ struct PrinterKind {
 
 /// A printer on paper of L* 95 with a black of L* 10, as tables from and to Lab.
 std::string PrinterSample(const PrinterKind& kind = {});
+
+/// The same as a profile of the name "sample", and as a device named "sample.icc".
+PrinterProfile ProfileSample(const PrinterKind& kind = {});
+DeviceProfile DeviceSample(const PrinterKind& kind = {}, const DeviceIntent& intent = {});
 
 } // namespace qva::samples
