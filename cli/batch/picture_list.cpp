@@ -25,7 +25,11 @@ namespace fs = std::filesystem;
 
 void ReadList(std::istream& list, std::vector<std::string>& pictures)
 {
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     for (std::string line; std::getline(list, line);) {
+        if (pictures.empty() && line.starts_with(byteOrderMark)) {
+            line.erase(0, byteOrderMark.size());
+        }
         if (!line.empty() && line.back() == '\r') {
             line.pop_back();
         }
@@ -57,12 +61,16 @@ void ListFolder(const std::string& folder, std::vector<std::string>& pictures)
     pictures.insert(pictures.end(), found.begin(), found.end());
 }
 
-/// @return whether the word is a pattern that something fits.
+bool IsPattern(const std::string& word)
+{
+    return word.find_first_of("*?[") != std::string::npos;
+}
+
+/// @return whether something fits the pattern.
 bool Expand(const std::string& word, std::vector<std::string>& pictures)
 {
     glob_t found{};
-    const bool fits = word.find_first_of("*?[") != std::string::npos &&
-                      glob(word.c_str(), 0, nullptr, &found) == 0;
+    const bool fits = glob(word.c_str(), 0, nullptr, &found) == 0;
     for (std::size_t i = 0; fits && i < found.gl_pathc; ++i) {
         pictures.emplace_back(found.gl_pathv[i]);
     }
@@ -83,8 +91,10 @@ void Take(const std::string& word, std::vector<std::string>& pictures)
             throw Failure(word, SystemReason(errno));
         }
         ReadList(list, pictures);
-    } else if (fs::exists(word, error) || !Expand(word, pictures)) {
+    } else if (fs::exists(word, error) || !IsPattern(word)) {
         pictures.push_back(word);
+    } else if (!Expand(word, pictures)) {
+        throw Misuse(word, "matches no file");
     }
 }
 

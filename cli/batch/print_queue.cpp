@@ -128,10 +128,12 @@ bool PrintQueue::Begin()
     return false;
 }
 
-void PrintQueue::End(Running& task, const ChildResult& result)
+void PrintQueue::End(Ended& ended, bool isStopping)
 {
+    Running& task = ended.task;
+    const ChildResult& result = ended.result;
     Record& record = task.record;
-    const bool isInterrupted = stopping_ && result.exitCode != exitDone;
+    const bool isInterrupted = isStopping && result.exitCode != exitDone;
     // What failed for want of memory gets all of it, once the others are done.
     if (result.exitCode == exitFailed && !task.task.alone && settings_.jobs > 1 && !isInterrupted) {
         waiting_.push_back({task.task.job, true});
@@ -156,17 +158,18 @@ void PrintQueue::End(Running& task, const ChildResult& result)
     listener_(record, outcome);
 }
 
-void PrintQueue::Collect()
+std::vector<PrintQueue::Ended> PrintQueue::Collect()
 {
+    std::vector<Ended> all;
     for (auto task = running_.begin(); task != running_.end();) {
         if (const std::optional<ChildResult> result = task->process.Result()) {
-            Running ended = std::move(*task);
+            all.push_back({std::move(*task), *result});
             task = running_.erase(task);
-            End(ended, *result);
         } else {
             ++task;
         }
     }
+    return all;
 }
 
 int PrintQueue::Work(int milliseconds, int other)
@@ -182,8 +185,12 @@ int PrintQueue::Work(int milliseconds, int other)
                                                                  : milliseconds;
     pollfd events[] = {{signals_.Number(), POLLIN, 0}, {other, POLLIN, 0}};
     poll(events, 2, wait);
+    // A signal to the whole group may have ended a print: then it has come here, too.
+    std::vector<Ended> all = Collect();
     const int signal = signals_.Take();
-    Collect();
+    for (Ended& ended : all) {
+        End(ended, stopping_ || signal != 0);
+    }
     return signal;
 }
 

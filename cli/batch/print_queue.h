@@ -71,8 +71,13 @@ private:
     /// @return whether more may begin at once.
     bool Begin();
     bool BeginOne(const Waiting& task);
-    void Collect();
-    void End(Running& task, const ChildResult& result);
+    struct Ended {
+        Running task;
+        ChildResult result;
+    };
+
+    std::vector<Ended> Collect();
+    void End(Ended& ended, bool isStopping);
     bool IsRunningAlone() const;
     bool IsBeingPrinted(const PrintJob& job) const;
     std::vector<std::string> WordsFor(const Waiting& task) const;

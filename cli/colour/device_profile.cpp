@@ -80,8 +80,13 @@ DeviceProfile::DeviceProfile(const PrinterProfile& profile, const DeviceIntent& 
     if (!device) {
         throw Failure(name, "the profile is damaged", exitProfile);
     }
+    const cmsColorSpaceSignature space = cmsGetColorSpace(device.get());
+    if (space == cmsSigLabData || space == cmsSigXYZData) {
+        throw Failure(name, "describes colours, not a device: a printer's profile is needed",
+                      exitProfile);
+    }
     CheckDirections(device.get(), intent.saturation, name);
-    engine.space = cmsGetColorSpace(device.get());
+    engine.space = space;
     engine.names = ColorantNames(device.get());
     const ProfileHandle codes = OpenProfile(context, RenderedProfile());
     const ProfileHandle lab(cmsCreateLab4ProfileTHR(context, nullptr));

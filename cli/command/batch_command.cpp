@@ -1,14 +1,17 @@
 // qva batch: many pictures.
 #include "base/errors.h"
+#include "base/output_file.h"
 #include "base/progress.h"
 #include "batch/batch_plan.h"
 #include "command/batch_options.h"
 #include "command/command.h"
 #include "command/json_output.h"
 #include "command/page_options.h"
+#include "command/remarks.h"
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <fmt/format.h>
 #include <optional>
 
@@ -47,6 +50,7 @@ public:
 private:
     std::vector<PrintJob> JobsOf(const BatchPlan& plan) const;
     BatchPlan PlanOf() const;
+    void CheckOthers(const std::vector<PrintJob>& jobs, const Journal& journal) const;
     std::string InFolder(const char* what) const;
     /// @return the signal that asks to end, or 0.
     int PrintAll(const std::vector<PrintJob>& jobs, const QueueSettings& settings,
@@ -94,9 +98,16 @@ void BatchCommand::AddOptions(CLI::App& app)
 void BatchCommand::Finish()
 {
     if (words_.empty() && !resume_) {
-        throw Misuse("qva batch", "names no pictures; give files, folders, globs or a list");
+        throw Misuse("PHOTO", "is missing: give files, folders, globs or a list");
     }
     FinishBatch(options_);
+    const NamePatterns usual;
+    const bool hasNames =
+        options_.names.name != usual.name || options_.names.sideBySide != usual.sideBySide;
+    if (resume_ && (!words_.empty() || !options_.words.empty() || hasNames)) {
+        throw Misuse("--resume", "goes on with the pictures and options of before; to change them, "
+                                 "leave it out and name the pictures again");
+    }
 }
 
 /// A part has files of its own, so that parts can be printed at the same time.
@@ -131,8 +142,24 @@ BatchPlan BatchCommand::PlanOf() const
     }
     BatchPlan plan = LoadPlan(InFolder("plan"));
     plan.names.folder = options_.names.folder;
-    plan.words.insert(plan.words.end(), options_.words.begin(), options_.words.end());
     return plan;
+}
+
+/// The prints of other pictures are not replaced unasked, as where two cards have an IMG_1.exr
+/// each.
+void BatchCommand::CheckOthers(const std::vector<PrintJob>& jobs, const Journal& journal) const
+{
+    for (const PrintJob& job : jobs) {
+        const std::string other = options_.force ? "" : journal.PhotoOf(job.output);
+        std::error_code error;
+        if (!other.empty() && std::filesystem::exists(other, error) &&
+            !AreSameFile(other, job.photo)) {
+            throw Misuse(job.output,
+                         fmt::format("is the print of {} already: give another -o, --name with "
+                                     "{{folder}}, or --force",
+                                     other));
+        }
+    }
 }
 
 void BatchCommand::ShowProgress()
@@ -205,13 +232,16 @@ void BatchCommand::TellSummary(const char* status)
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start_;
     const std::size_t left = all_ - printed_ - upToDate_ - failures_.size();
     if (!options_.quiet) {
-        Say(fmt::format("qva: {} pictures: {} printed, {} up to date, {} not done, {} failed, in "
+        Say(fmt::format("qva: {} picture{}: {} printed, {} up to date, {} not done, {} failed, in "
                         "{}\n",
-                        all_, printed_, upToDate_, left, failures_.size(),
+                        all_, all_ == 1 ? "" : "s", printed_, upToDate_, left, failures_.size(),
                         ClockOf(passed.count())));
     }
     for (const Failed& failed : failures_) {
-        Say(fmt::format("qva: failed: {}\n", OneLine(failed.message)));
+        const bool isNamed = failed.message.find(failed.photo) != std::string::npos;
+        Say(fmt::format("qva: failed: {}\n",
+                        OneLine(isNamed ? failed.message
+                                        : fmt::format("{}: {}", failed.photo, failed.message))));
     }
     if (options_.json) {
         TellJson(status, passed.count());
@@ -249,11 +279,14 @@ void BatchCommand::Run()
     const QueueSettings settings = SettingsOf(options_, plan.words);
     if (dryRun_) {
         signals.reset();
+        CheckOthers(jobs, Journal::Peek(InFolder("jsonl")));
         TellPlan("batch", settings, InFolder("jsonl"), jobs, options_.json);
         return;
     }
     MakeFolder(options_.names.folder);
     Journal journal(InFolder("jsonl"), "batch");
+    CheckOthers(jobs, journal);
+    TellLeftovers({FileOf(options_.names.folder, "")}, options_.quiet);
     Save(plan, InFolder("plan"));
     progress_.emplace(options_.quiet ? ProgressStyle::None : ProgressStyle::Terminal);
     const int signal = PrintAll(jobs, settings, *signals, journal);

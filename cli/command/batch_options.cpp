@@ -94,6 +94,7 @@ void AddBatchOptions(CLI::App& app, BatchOptions& options)
         ->check(ByteCount(LeastMemory()))
         ->type_name("BYTES")
         ->group(group);
+    options.printOptions.push_back(AddNoClobberOption(app, options.print.noClobber)->group(group));
     app.add_flag("--force", options.force, "Print again what is up to date")->group(group);
     AddJsonOption(app, options.json)->group("Output");
     app.add_flag("-q,--quiet", options.quiet, "Tell only what failed")->group("Output");
@@ -169,8 +170,9 @@ QueueSettings SettingsOf(const BatchOptions& options, std::vector<std::string> w
     Digest digest;
     digest.Add(QVA_VERSION_STRING);
     for (const std::string& word : words) {
-        // Threads do not change a byte of a print, nor does the name of a profile.
-        if (!word.starts_with("--threads=") && !word.starts_with("--profile=")) {
+        // These do not change a byte of a print.
+        if (!word.starts_with("--threads=") && !word.starts_with("--profile=") &&
+            word != "--no-clobber") {
             digest.Add(word);
         }
     }

@@ -151,8 +151,8 @@ DeviceIntent ProofCommand::IntentOf(const RenderedFor& paper, const PrinterProfi
 {
     if (paper.profileDigest != DigestOf(profile.bytes)) {
         throw Failure(photo_.path,
-                      fmt::format("was rendered for another profile than {}; --any-paper shows it "
-                                  "nevertheless",
+                      fmt::format("was rendered for another profile than {}; give that one with "
+                                  "--profile, or --any-paper to see it on this",
                                   profile_.empty() ? "the built-in one" : profile_),
                       exitProfile);
     }

@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <optional>
+#include <string>
+#include <utility>
 
 namespace qva {
 
@@ -49,6 +51,7 @@ private:
     bool dryRun_ = false;
     std::size_t printed_ = 0;
     std::size_t failed_ = 0;
+    std::optional<std::pair<std::string, int>> ended_; ///< why, and the exit code
 };
 
 void WatchCommand::AddOptions(CLI::App& app)
@@ -100,6 +103,11 @@ void WatchCommand::Take(const Record& record, PrintQueue::Outcome outcome)
         Tell(record.photo, fmt::format("printed in {:.1f} s", record.seconds));
         break;
     case PrintQueue::Outcome::Failed:
+        if (record.exitCode == exitOutput || record.exitCode == exitProfile) {
+            // Not for its sake: the disk is full, a folder or the profile is gone.
+            ended_.emplace(record.message, record.exitCode);
+            break;
+        }
         Refuse(record.photo, record.message);
         break;
     case PrintQueue::Outcome::UpToDate:
@@ -129,6 +137,10 @@ int WatchCommand::Watch(PrintQueue& queue, const Journal& journal)
             Offer(photo, queue, journal);
         }
         const int signal = queue.Work(folder.Patience(), folder.Number());
+        if (ended_) {
+            queue.Stop();
+            throw Failure(folder_, ended_->first, ended_->second);
+        }
         if (signal != 0) {
             queue.Stop();
             return signal;
