@@ -98,7 +98,7 @@ void BatchCommand::AddOptions(CLI::App& app)
 void BatchCommand::Finish()
 {
     if (words_.empty() && !resume_) {
-        throw Misuse("PHOTO", "is missing: give files, folders, globs or a list");
+        throw Misuse("command line", "names no pictures; give files, folders, globs or a list");
     }
     FinishBatch(options_);
     const NamePatterns usual;

@@ -165,8 +165,14 @@ void TellPlan(const char* command, const QueueSettings& settings, const std::str
 
 QueueSettings SettingsOf(const BatchOptions& options, std::vector<std::string> words)
 {
-    const PrinterProfile profile = ProfileOf(options.print.profile);
-    TryProfile(profile, options.print.render, options.print.profile);
+    // Of the words, as a batch that goes on has them from its plan.
+    const std::string printer = ValueIn(words, "--printer=");
+    std::string profilePath = ValueIn(words, "--profile=");
+    if (profilePath.empty() && !printer.empty()) {
+        profilePath = FindPreset(printer).profile;
+    }
+    const PrinterProfile profile = ProfileOf(profilePath);
+    TryProfile(profile, options.print.render, profilePath);
     Digest digest;
     digest.Add(QVA_VERSION_STRING);
     for (const std::string& word : words) {
@@ -177,7 +183,7 @@ QueueSettings SettingsOf(const BatchOptions& options, std::vector<std::string> w
         }
     }
     digest.Add(profile.bytes.data(), profile.bytes.size());
-    if (const std::string printer = ValueIn(words, "--printer="); !printer.empty()) {
+    if (!printer.empty()) {
         digest.AddFile(FindPreset(printer).path);
     }
     QueueSettings settings;

@@ -170,6 +170,21 @@ expect 2 "names no pictures" batch -o x
 mkdir empty
 expect 2 "holds no pictures" batch empty -o x
 expect 3 "no batch to go on with" batch --resume -o x
+expect 2 "goes on with the pictures and options of before" batch --resume -o killed --dpi 300
+expect 2 "goes on with the pictures and options of before" batch --resume photos/a.exr -o killed
+expect 2 "matches no file" batch 'none/*.exr' -o x
+
+# Another picture of the same name does not take the print's place, nor what was there with --no-clobber.
+mkdir card1 card2 mine
+cp photo.exr card1/a.exr
+cp photo.png card2/a.exr
+batch 0 card1 -o cards $options
+sum=$(md5sum <cards/a.tif)
+expect 2 "card1/a.exr already" batch card2 -o cards $options
+[ "$sum" = "$(md5sum <cards/a.tif)" ] || fail "the print of another picture is replaced"
+echo mine >mine/a.tif
+batch 1 card1 -o mine $options --no-clobber
+[ "$(cat mine/a.tif)" = mine ] || fail "--no-clobber replaces"
 expect 5 "none.icc" batch photos -o x --profile none.icc
 [ ! -e x ] || fail "a misused call makes a folder"
 finish
