@@ -7,8 +7,8 @@
 namespace qva {
 
 /// The folders that are searched, whether they exist or not, the user's own before the system's:
-/// the icc folders of XDG_DATA_HOME and XDG_DATA_DIRS (freedesktop.org, Base Directory
-/// Specification), .color/icc of the home folder, /usr/local/share/color/icc, /usr/share/color/icc.
+/// the icc folders of XDG_DATA_HOME and XDG_DATA_DIRS (freedesktop.org, base
+/// directories), .color/icc of the home folder, /usr/local/share/color/icc, /usr/share/color/icc.
 std::vector<std::string> ProfileFolders();
 
 /// The file that a name stands for: the name itself where such a file exists or it names a folder;

@@ -63,7 +63,7 @@ std::string BashCommand(const CLI::App& command, std::string& values)
     return fmt::format("        {}:-*) words='{}' ;;\n", command.get_name(), names);
 }
 
-/// A specification of _arguments: brackets and colons end its parts.
+/// An argument of _arguments: brackets and colons end its parts.
 std::string ZshOption(const OptionText& option)
 {
     std::string help = Quoted(option.help);
