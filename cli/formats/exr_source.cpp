@@ -271,8 +271,9 @@ void ExrSource::Read(std::int64_t count, T* out, std::vector<T>& block)
         }
         for (std::int64_t row = isWhole ? some : 0; row < some; ++row) {
             const std::int64_t y = top + row;
-            const T* in = block.data() + (y - first) * WidthOf(data_) * 3;
-            CopyRow(y < first || y > last ? nullptr : in, out + (done + row) * samples);
+            const bool isStored = first <= y && y <= last;
+            CopyRow(isStored ? block.data() + (y - first) * WidthOf(data_) * 3 : nullptr,
+                    out + (done + row) * samples);
         }
         next_ += some;
     }
